@@ -1,0 +1,22 @@
+# What an integrator gets: headers, pkg-config file and CMake package.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS nuv_launcher_api EXPORT nuv_launcher_api-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT nuv_launcher_api-targets NAMESPACE nuv::
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)
+
+configure_package_config_file(
+  ${PROJECT_SOURCE_DIR}/cmake/nuv_launcher_api-config.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)
+write_basic_package_version_file(
+  ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config-version.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)
+
+configure_file(${PROJECT_SOURCE_DIR}/cmake/nuv-launcher-api.pc.in
+               ${CMAKE_CURRENT_BINARY_DIR}/nuv-launcher-api.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nuv-launcher-api.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

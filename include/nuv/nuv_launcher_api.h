@@ -1,0 +1,126 @@
+/*
+ * Launching applications through the Nuv service. Valid C11 and C++17.
+ *
+ * What holds for every function of this header
+ *
+ *   Threads    Any thread may call. Launches of one process are serialised: a call waits for the launch that another
+ *              thread has in flight.
+ *   Blocking   One launch makes two synchronous calls on the system bus: a probe of at most 10 s and the request of at
+ *              most 15 s. The first launch of a process also connects, and waits at most 10 s until the result path
+ *              stands. On a healthy bus a launch takes well under a millisecond.
+ *   Ownership  Texts are copied; the caller keeps what it passes. Texts given to a callback are valid only during it.
+ *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail.
+ *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted
+ *              launch comes later, through the callback.
+ *   Fork       A child of fork() that has not exec'ed must not expect anything: each function returns -1 at once.
+ *              The parent goes on undisturbed.
+ *   Exit       Results that arrive after exit() has begun are not delivered.
+ *
+ * Callbacks
+ *
+ *   The outcome is delivered on a listener thread that the library owns, one callback at a time. One launch may get
+ *   several callbacks. A callback may call the library again; a callback that blocks holds up all later results of
+ *   the process. All signals are blocked on the listener thread.
+ *   A request that fails calls the callback at once, on the calling thread, before the function returns -1 (see
+ *   nuv_launch_app). That callback may launch again, too.
+ *   An exception that leaves a callback is caught and logged.
+ *   Only where the link to the bus cannot be made does a request fail without a callback.
+ */
+#ifndef NUV_LAUNCHER_API_H
+#define NUV_LAUNCHER_API_H
+
+#include <nuv/nuv_export.h>
+#include <nuv/nuv_launch_codes.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Hears about a launch of the web-application functions.
+ *
+ * @param app_id    application the event is about; NULL when the launch was asked for without one
+ * @param event     what happened (nuv_notify_event_e, or a number that has no name)
+ * @param reserved  always 0
+ * @param result    the service's status number (nuv_launch_status_e, or a number that has no name)
+ * @param user_data as given to the launch function
+ */
+typedef void (*nuv_launch_notify_cb)(const char* app_id, nuv_notify_event_e event, int reserved, int result,
+                                     void* user_data);
+
+/**
+ * Hears the outcome of a launch of the nuv_launch_app functions.
+ *
+ * @param user_data as given to the launch function
+ * @param reserved  always 0
+ * @param app_id    application the outcome is about; NULL when the launch was asked for without one
+ * @param result    nuv_launch_result_e
+ *
+ * When a request fails on the bus, the immediate call reaches this callback with the arguments of a
+ * nuv_launch_notify_cb (application id, 903, 0, 404 or 412, user data) in their places; a callback that is given
+ * to these functions and reads its arguments has to be ready for both orders. NULL as callback avoids that: the
+ * function's result tells the same.
+ */
+typedef void (*nuv_launch_result_cb)(void* user_data, int reserved, const char* app_id, int result);
+
+/**
+ * Launches an application.
+ *
+ * @param app_id    id of the application. NULL: the system error popup of kind 4 is raised, the callback is called
+ *                  with (user_data, 0, NULL, 610) and the result is -1.
+ * @param payload   launch payload for the application, "&"-separated parameters, or NULL for none. A parameter
+ *                  "&callerid=" in it names the caller where no caller id is given.
+ * @param callback  hears the outcome, or NULL
+ * @param user_data passed to the callback
+ * @return 0 when the service accepted the request; -1 otherwise. After a call that ran out of time the callback has
+ *         been called with status 412, after any other failed call with 404 (see nuv_launch_result_cb).
+ */
+NUV_API int nuv_launch_app(const char* app_id, const char* payload, nuv_launch_result_cb callback, void* user_data);
+
+/**
+ * Like nuv_launch_app(), naming the caller.
+ *
+ * @param caller_id id of the caller. It takes the place of the value of a "&callerid=" parameter in the payload; an
+ *                  empty text counts as given; NULL leaves it to the payload.
+ */
+NUV_API int nuv_launch_app_with_param(const char* app_id, const char* payload, const char* caller_id,
+                                      nuv_launch_result_cb callback, void* user_data);
+
+/** Like nuv_launch_app(), forcing the launch where the service would otherwise decline. */
+NUV_API int nuv_force_launch_app(const char* app_id, const char* payload, nuv_launch_result_cb callback,
+                                 void* user_data);
+
+/** Like nuv_launch_app_with_param(), forcing the launch. */
+NUV_API int nuv_force_launch_app_with_param(const char* app_id, const char* payload, const char* caller_id,
+                                            nuv_launch_result_cb callback, void* user_data);
+
+/**
+ * Launches an application and hears the service's events as they are.
+ *
+ * Arguments and result as for nuv_launch_app_with_param(). With a NULL app_id the callback is called with
+ * (NULL, 903, 0, 404, user_data); after a failed call with (app_id, 903, 0, 412 or 404, user_data).
+ */
+NUV_API int nuv_launch_webapp(const char* app_id, const char* payload, const char* caller_id,
+                              nuv_launch_notify_cb callback, void* user_data);
+
+/** Like nuv_launch_webapp(), forcing the launch. */
+NUV_API int nuv_force_launch_webapp(const char* app_id, const char* payload, const char* caller_id,
+                                    nuv_launch_notify_cb callback, void* user_data);
+
+/** Like nuv_launch_webapp(), leaving the current application in front. */
+NUV_API int nuv_background_launch_webapp(const char* app_id, const char* payload, const char* caller_id,
+                                         nuv_launch_notify_cb callback, void* user_data);
+
+/** Like nuv_launch_webapp(), as a deep link: the payload says where in the application. Always forces. */
+NUV_API int nuv_launch_webapp_for_deeplink(const char* app_id, const char* payload, const char* caller_id,
+                                           nuv_launch_notify_cb callback, void* user_data);
+
+/** Like nuv_launch_webapp_for_deeplink(), leaving the current application in front. */
+NUV_API int nuv_background_launch_webapp_for_deeplink(const char* app_id, const char* payload, const char* caller_id,
+                                                      nuv_launch_notify_cb callback, void* user_data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* NUV_LAUNCHER_API_H */

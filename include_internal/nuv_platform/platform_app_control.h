@@ -1,0 +1,53 @@
+/*
+ * App-control requests: an application id, an operation, a URI and text extra data, sent as a launch request.
+ *
+ * All functions return 0 on success and a negative value on failure. Texts handed out are malloc'ed; the caller
+ * releases them with free(). A value that is not set is handed out as NULL with result 0, except extra data: a key that
+ * is absent is a failure.
+ */
+#ifndef NUV_PLATFORM_APP_CONTROL_H
+#define NUV_PLATFORM_APP_CONTROL_H
+
+#include <nuv_platform/platform_export.h>
+#include <stdbool.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct app_control_s* app_control_h;
+
+/* The platform's default operation. */
+#define APP_CONTROL_OPERATION_DEFAULT "http://nuv/appcontrol/operation/default"
+
+/* Called once per extra datum, in insertion order; false stops. */
+typedef bool (*app_control_extra_data_cb)(app_control_h request, const char* key, void* user_data);
+
+typedef void (*app_control_reply_cb)(app_control_h request, app_control_h reply, int result, void* user_data);
+
+NUV_PLATFORM_API int app_control_create(app_control_h* request);
+NUV_PLATFORM_API int app_control_destroy(app_control_h request);
+
+NUV_PLATFORM_API int app_control_set_app_id(app_control_h request, const char* value);
+NUV_PLATFORM_API int app_control_set_operation(app_control_h request, const char* value);
+NUV_PLATFORM_API int app_control_set_uri(app_control_h request, const char* value);
+
+NUV_PLATFORM_API int app_control_get_app_id(app_control_h request, char** value);
+NUV_PLATFORM_API int app_control_get_operation(app_control_h request, char** value);
+NUV_PLATFORM_API int app_control_get_uri(app_control_h request, char** value);
+
+/* Adds a datum, or replaces the value of a key that is there already. A NULL key or value is refused. */
+NUV_PLATFORM_API int app_control_add_extra_data(app_control_h request, const char* key, const char* value);
+NUV_PLATFORM_API int app_control_get_extra_data(app_control_h request, const char* key, char** value);
+NUV_PLATFORM_API int app_control_foreach_extra_data(app_control_h request, app_control_extra_data_cb callback,
+                                                    void* user_data);
+
+/* Sends the request; callback may be NULL. */
+NUV_PLATFORM_API int app_control_send_launch_request(app_control_h request, app_control_reply_cb callback,
+                                                     void* user_data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* NUV_PLATFORM_APP_CONTROL_H */
