@@ -1,0 +1,133 @@
+#include "applications.h"
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "glib_ptr.h"
+
+namespace simulator {
+namespace {
+
+constexpr int kTerminateMs = 2000;
+constexpr int kReapPollUs = 5000;
+
+int ExitStatus(int wait_status) {
+  return WIFSIGNALED(wait_status) ? 128 + WTERMSIG(wait_status) : WEXITSTATUS(wait_status);
+}
+
+}  // namespace
+
+Applications::Applications(RunningFiles files, const Journal& journal) : files_(std::move(files)), journal_(journal) {}
+
+Applications::~Applications() {
+  ended_ = nullptr;
+  TerminateAll();
+  const gint64 deadline = g_get_monotonic_time() + kTerminateMs * G_TIME_SPAN_MILLISECOND;
+  const gint64 give_up = deadline + G_TIME_SPAN_SECOND;
+  while (!apps_.empty() && g_get_monotonic_time() < give_up) {
+    if (g_get_monotonic_time() > deadline) {
+      for (const auto& [pid, app] : apps_) kill(-pid, SIGKILL);
+    }
+    // Dispatches the child watches.
+    if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(kReapPollUs);
+  }
+}
+
+pid_t Applications::Start(const AppRecord& record, const ProgramInput& input, AppStatus status) {
+  std::string error;
+  const pid_t pid = StartProgram(FindProgram(record.install_path, record.id), input, &error);
+  if (pid == 0) {
+    Warn(record.id + ": " + error);
+    return 0;
+  }
+  App& app = apps_[pid];
+  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, false};
+  g_child_watch_add(pid, ChildEnded, this);
+  files_.Write(app.platform_id, pid, status);
+  journal_.AppStarted(app.id, pid);
+  if (status == AppStatus::kVisible) BringToFront(pid);
+  return pid;
+}
+
+const Applications::App* Applications::Find(const std::string& id) const {
+  const auto found = std::find_if(apps_.begin(), apps_.end(),
+                                  [&](const auto& entry) { return entry.second.id == id && !entry.second.ending; });
+  return found == apps_.end() ? nullptr : &found->second;
+}
+
+std::vector<Applications::App> Applications::All() const {
+  std::vector<App> all;
+  for (const auto& [pid, app] : apps_) all.push_back(app);
+  return all;
+}
+
+void Applications::BringToFront(pid_t pid) {
+  if (apps_.count(pid) == 0 || Front() == pid) return;
+  const pid_t previous = Front();
+  shown_.erase(std::remove(shown_.begin(), shown_.end(), pid), shown_.end());
+  shown_.push_back(pid);
+  if (previous != 0) SetStatus(apps_[previous], AppStatus::kHidden);
+  FrontChanged();
+}
+
+void Applications::TakeAway(pid_t pid) {
+  const bool was_in_front = Front() == pid;
+  shown_.erase(std::remove(shown_.begin(), shown_.end(), pid), shown_.end());
+  if (was_in_front) FrontChanged();
+}
+
+void Applications::FrontChanged() {
+  const auto front = apps_.find(Front());
+  const bool none = front == apps_.end();
+  if (!none) SetStatus(front->second, AppStatus::kVisible);
+  files_.SetHbbtv(!none && front->second.hbbtv ? front->second.platform_id : "");
+  journal_.ForegroundChanged(none ? "" : front->second.id);
+}
+
+void Applications::SetStatus(App& app, AppStatus status) {
+  if (std::exchange(app.status, status) != status) files_.Write(app.platform_id, app.pid, status);
+}
+
+void Applications::Terminate(const std::string& id) {
+  for (auto& [pid, app] : apps_) {
+    if (app.id == id) Terminate(app);
+  }
+}
+
+void Applications::TerminateAll() {
+  for (auto& [pid, app] : apps_) Terminate(app);
+}
+
+void Applications::Terminate(App& app) {
+  if (std::exchange(app.ending, true)) return;
+  const pid_t pid = app.pid;
+  kill(-pid, SIGTERM);
+  // By then the number may belong to another application, which is not ending.
+  After(kTerminateMs, [this, pid] {
+    const auto found = apps_.find(pid);
+    if (found != apps_.end() && found->second.ending) kill(-pid, SIGKILL);
+  });
+}
+
+void Applications::ChildEnded(GPid pid, gint wait_status, gpointer self) {
+  kill(-pid, SIGKILL);  // what the program started goes with it
+  static_cast<Applications*>(self)->Remove(pid, ExitStatus(wait_status));
+  g_spawn_close_pid(pid);
+}
+
+void Applications::Remove(pid_t pid, int status) {
+  const App app = apps_[pid];
+  apps_.erase(pid);
+  // The same application may have been started again while this process was ending.
+  const bool again = std::any_of(apps_.begin(), apps_.end(),
+                                 [&](const auto& entry) { return entry.second.platform_id == app.platform_id; });
+  if (!again) files_.Remove(app.platform_id);
+  journal_.AppStopped(app.id, pid, status);
+  TakeAway(pid);
+  if (ended_) ended_(pid, status);
+}
+
+}  // namespace simulator

@@ -1,0 +1,61 @@
+// The running applications: real processes, which of them is in front, and their files.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "catalogue_db.h"
+#include "journal.h"
+#include "program.h"
+#include "running_files.h"
+
+namespace simulator {
+
+class Applications {
+ public:
+  struct App {
+    std::string id;
+    std::string platform_id;
+    pid_t pid = 0;
+    AppStatus status = AppStatus::kVisible;
+    bool hbbtv = false;
+    bool ending = false;  // told to end
+  };
+  using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
+
+  Applications(RunningFiles files, const Journal& journal);
+  ~Applications();  // ends all and waits
+  Applications(const Applications&) = delete;
+  Applications& operator=(const Applications&) = delete;
+
+  void OnEnded(Ended ended) { ended_ = std::move(ended); }
+
+  // The process id, or 0 when the program could not be run.
+  pid_t Start(const AppRecord& record, const ProgramInput& input, AppStatus status);
+  // The application, or null when it does not run or has been told to end.
+  const App* Find(const std::string& id) const;
+  std::vector<App> All() const;
+
+  void BringToFront(pid_t pid);
+  void Terminate(const std::string& id);
+  void TerminateAll();
+
+ private:
+  static void ChildEnded(GPid pid, gint wait_status, gpointer self);
+  void Remove(pid_t pid, int status);
+  void Terminate(App& app);
+  void SetStatus(App& app, AppStatus status);
+  void TakeAway(pid_t pid);
+  void FrontChanged();
+  pid_t Front() const { return shown_.empty() ? 0 : shown_.back(); }
+
+  RunningFiles files_;
+  const Journal& journal_;
+  Ended ended_;
+  std::map<pid_t, App> apps_;
+  std::vector<pid_t> shown_;  // those with a place on the screen, the one in front last
+};
+
+}  // namespace simulator

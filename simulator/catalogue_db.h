@@ -1,0 +1,51 @@
+// The application database: created, migrated, looked up and kept up to date.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "catalogue_file.h"
+#include "sqlite.h"
+
+namespace simulator {
+
+// What a launch has to know about an application.
+struct AppRecord {
+  std::string id;
+  std::string platform_id;  // what the platform calls it: the hybrid application, else the kelvo id, else the id
+  std::string install_path;
+  int app_type = 0;
+  bool launchable = false;  // installed, available and not awaiting a reset
+  bool locked = false;
+};
+
+enum AppType { kWebApp = 2, kNativeApp = 4, kAndroidApp = 8, kHbbtvApp = 16 };
+
+class CatalogueDb {
+ public:
+  // Opens the database, creates it when missing, and adds the columns that an older one lacks.
+  explicit CatalogueDb(const std::string& path);
+
+  // No application was there when the database was opened.
+  bool was_empty() const { return was_empty_; }
+  // Adds the applications, in place of those with the same id, and the settings.
+  void Load(const Catalogue& catalogue);
+
+  // By id, kelvo id, package name or hybrid application, in this order.
+  std::optional<AppRecord> Find(const std::string& name);
+  std::optional<AppRecord> FindByRunTitle(const std::string& run_title);
+
+  // Each is false when the application is unknown.
+  bool CountLaunch(const std::string& id);  // one launch more, and now the last
+  bool SetVersion(const std::string& id, const std::string& version);
+  bool ClearUpdated(const std::string& id);
+
+ private:
+  void CreateTables();
+  void AddMissingColumns();
+
+  Database database_;
+  bool was_empty_ = false;
+};
+
+}  // namespace simulator

@@ -1,0 +1,32 @@
+// A catalogue of applications, as a JSON file:
+//   {"apps": [{"id": ..., COLUMN: VALUE, ...}, ...], "config": {NAME: VALUE, ...}}
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "catalogue_columns.h"
+
+namespace simulator {
+
+struct Catalogue {
+  using Value = std::variant<std::string, std::int64_t>;
+  using App = std::vector<std::pair<const Column*, Value>>;  // only the columns that the file gives
+
+  std::vector<App> apps;
+  std::vector<std::pair<std::string, std::string>> config;
+};
+
+class CatalogueError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Throws CatalogueError, which names the file and the place in it.
+Catalogue ReadCatalogue(const std::string& path);
+
+}  // namespace simulator

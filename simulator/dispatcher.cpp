@@ -1,0 +1,205 @@
+#include "dispatcher.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace simulator {
+namespace {
+
+constexpr int kScriptedExit = 70;
+
+std::string TextArgument(GVariant* arguments, int position) {
+  if (position < 0) return "";
+  const VariantPtr member(g_variant_get_child_value(arguments, static_cast<gsize>(position)));
+  return g_variant_get_string(member.get(), nullptr);
+}
+
+// The sum, wrapped like the 32-bit numbers that travel.
+int Shift(int number, int offset) {
+  return static_cast<int>(static_cast<unsigned>(number) + static_cast<unsigned>(offset));
+}
+
+// A reply whose type the interface does not know, which GLib's own reply call refuses to send.
+void SendRawReply(GDBusMethodInvocation* invocation, GVariant* body) {
+  const ObjectPtr<GDBusMessage> reply(
+      g_dbus_message_new_method_reply(g_dbus_method_invocation_get_message(invocation)));
+  g_dbus_message_set_body(reply.get(), body);
+  g_dbus_connection_send_message(g_dbus_method_invocation_get_connection(invocation), reply.get(),
+                                 G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+  g_object_unref(invocation);
+}
+
+ProgramInput UnpackPlainRequest(GVariant* arguments) {
+  ProgramInput input;
+  input.app_id = TextArgument(arguments, 0);
+  input.operation = TextArgument(arguments, 1);
+  input.uri = TextArgument(arguments, 2);
+  const VariantPtr pairs(g_variant_get_child_value(arguments, 3));
+  for (gsize i = 0; i < g_variant_n_children(pairs.get()); ++i) {
+    const VariantPtr pair(g_variant_get_child_value(pairs.get(), i));
+    input.extra_data.emplace_back(TextArgument(pair.get(), 0), TextArgument(pair.get(), 1));
+  }
+  return input;
+}
+
+}  // namespace
+
+// A call under way. Returning from the invocation, or dropping it, uses up the reference that it came with.
+struct Dispatcher::Call {
+  const ServiceMethod* method;
+  GDBusMethodInvocation* invocation;
+  VariantPtr arguments;
+  ObjectPtr<GDBusConnection> connection;
+  std::string app_id;
+  Rule rule;
+
+  bool IsLaunch() const { return method->name == std::string(kLaunchMethod); }
+};
+
+void Dispatcher::OnServiceCall(GDBusMethodInvocation* invocation) {
+  const ServiceMethod* method = FindServiceMethod(g_dbus_method_invocation_get_method_name(invocation));
+  if (method == nullptr) {
+    g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.UnknownMethod",
+                                               "The interface lists it, the service does not have it");
+    return;
+  }
+  GVariant* arguments = g_dbus_method_invocation_get_parameters(invocation);
+  auto call = std::make_shared<Call>();
+  call->method = method;
+  call->invocation = invocation;
+  call->arguments.reset(g_variant_ref(arguments));
+  call->connection = ShareObject(g_dbus_method_invocation_get_connection(invocation));
+  call->app_id = TextArgument(arguments, method->app_argument);
+  journal_.Request(method->name, call->app_id, TextArgument(arguments, method->caller_argument));
+  call->rule = scenario_.Current().Match(method->name, call->app_id);
+
+  const int delay = std::max(call->rule.delay_ms, SendEarlyResults(*call));
+  if (delay == 0) {
+    AnswerCall(*call);
+  } else {
+    After(delay, [this, call] { AnswerCall(*call); });
+  }
+}
+
+int Dispatcher::SendEarlyResults(const Call& call) const {
+  int delay = 0;
+  if (!call.IsLaunch() || !call.rule.results) return delay;
+  for (const ScriptedResult& scripted : *call.rule.results) {
+    if (!scripted.before_reply) continue;
+    SendLater(call, scripted);
+    delay = std::max(delay, scripted.delay_ms);
+  }
+  return delay;
+}
+
+void Dispatcher::AnswerCall(const Call& call) {
+  switch (call.rule.answer) {
+    case Answer::kExit:
+      _exit(kScriptedExit);
+    case Answer::kNone:
+      journal_.Reply(call.method->name, call.app_id, "none");
+      g_object_unref(call.invocation);
+      break;
+    case Answer::kError:
+      journal_.Reply(call.method->name, call.app_id, "error " + call.rule.error_name);
+      g_dbus_method_invocation_return_dbus_error(call.invocation, call.rule.error_name.c_str(),
+                                                 call.rule.error_message.c_str());
+      break;
+    case Answer::kNormal:
+    case Answer::kExitAfterReply:
+      Reply(call);
+      break;
+  }
+  if (call.rule.answer == Answer::kExitAfterReply) {
+    g_dbus_connection_flush_sync(call.connection.get(), nullptr, nullptr);
+    _exit(kScriptedExit);
+  }
+  if (call.IsLaunch()) Launch(call);
+}
+
+void Dispatcher::Reply(const Call& call) {
+  VariantPtr reply;
+  try {
+    reply = MakeReply(call);
+  } catch (const std::exception& error) {
+    Warn(std::string(call.method->name) + ": " + error.what());
+    g_dbus_method_invocation_return_dbus_error(call.invocation, "org.freedesktop.DBus.Error.Failed", error.what());
+    return;
+  }
+  if (call.rule.reply.empty()) {
+    g_dbus_method_invocation_return_value(call.invocation, reply.get());
+  } else {
+    SendRawReply(call.invocation, reply.get());
+  }
+  journal_.Reply(call.method->name, call.app_id, "reply");
+}
+
+VariantPtr Dispatcher::MakeReply(const Call& call) {
+  GVariant* made = call.method->run(service_, call.arguments.get());
+  VariantPtr real(made == nullptr ? nullptr : g_variant_ref_sink(made));
+  if (call.rule.reply.empty()) return real;
+  std::string never;  // the text was parsed when the scenario was read
+  return ParseReply(call.rule.reply, &never);
+}
+
+void Dispatcher::Launch(const Call& call) {
+  const LaunchRequest request = UnpackLaunchRequest(call.arguments.get());
+  const bool scripted = call.rule.results.has_value();
+  if (call.rule.TakesEffect()) {
+    // The connection may be closed by the time of the report; the result is then lost with it.
+    const std::shared_ptr<GDBusConnection> connection = ShareObject(call.connection.get());
+    service_.launcher.Launch(request, [this, request, scripted, connection](LaunchResult outcome) {
+      if (!scripted) SendResult(connection.get(), MakeResult(request, outcome), journal_);
+    });
+  }
+  if (!scripted) return;
+  for (const ScriptedResult& result : *call.rule.results) {
+    if (!result.before_reply) SendLater(call, result);
+  }
+}
+
+void Dispatcher::SendLater(const Call& call, const ScriptedResult& scripted) const {
+  ResultMessage message = MakeResult(UnpackLaunchRequest(call.arguments.get()), {scripted.event, scripted.result});
+  message.thread_id = Shift(message.thread_id, scripted.thread_id_offset);
+  message.event_index = Shift(message.event_index, scripted.event_index_offset);
+  message.cb_type = scripted.cb_type.value_or(message.cb_type);
+  const std::shared_ptr<GDBusConnection> connection = ShareObject(call.connection.get());
+  const auto send = [this, message, connection, times = scripted.times] {
+    for (int i = 0; i < times; ++i) SendResult(connection.get(), message, journal_);
+  };
+  if (scripted.delay_ms == 0) {
+    send();
+  } else {
+    After(scripted.delay_ms, send);
+  }
+}
+
+void Dispatcher::OnLaunchRequest(GDBusMethodInvocation* invocation) {
+  const ProgramInput input = UnpackPlainRequest(g_dbus_method_invocation_get_parameters(invocation));
+  journal_.Request("LaunchRequest", input.app_id, "");
+  pid_t pid = 0;
+  std::string reason = "cannot be launched";
+  try {
+    pid = service_.launcher.LaunchPlain(input);
+  } catch (const std::exception& error) {
+    reason = error.what();
+  }
+  if (pid != 0) {
+    g_dbus_method_invocation_return_value(invocation, g_variant_new("(i)", pid));
+  } else {
+    g_dbus_method_invocation_return_dbus_error(invocation, "org.kelvo.tv.NuvSimulator1.Error.NotLaunched",
+                                               (input.app_id + ": " + reason).c_str());
+  }
+}
+
+void Dispatcher::OnRunningApps(GDBusMethodInvocation* invocation) {
+  GVariantBuilder apps;
+  g_variant_builder_init(&apps, G_VARIANT_TYPE("a(sii)"));
+  for (const Applications::App& app : service_.applications.All()) {
+    g_variant_builder_add(&apps, "(sii)", app.id.c_str(), app.pid, static_cast<int>(app.status));
+  }
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(a(sii))", &apps));
+}
+
+}  // namespace simulator

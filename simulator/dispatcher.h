@@ -1,0 +1,35 @@
+// Takes the calls of the service: what the scenario says about each, its reply, and what follows the reply.
+#pragma once
+
+#include "bus_link.h"
+#include "scenario_file.h"
+#include "service_methods.h"
+
+namespace simulator {
+
+class Dispatcher final : public CallHandler {
+ public:
+  Dispatcher(Service& service, ScenarioFile& scenario, const Journal& journal)
+      : service_(service), scenario_(scenario), journal_(journal) {}
+
+  void OnServiceCall(GDBusMethodInvocation* invocation) override;
+  void OnLaunchRequest(GDBusMethodInvocation* invocation) override;
+  void OnRunningApps(GDBusMethodInvocation* invocation) override;
+
+ private:
+  struct Call;
+
+  // Sends the results that come before the reply; the milliseconds after which the reply may follow.
+  int SendEarlyResults(const Call& call) const;
+  void AnswerCall(const Call& call);
+  void Reply(const Call& call);
+  VariantPtr MakeReply(const Call& call);
+  void Launch(const Call& call);
+  void SendLater(const Call& call, const ScriptedResult& scripted) const;
+
+  Service& service_;
+  ScenarioFile& scenario_;
+  const Journal& journal_;
+};
+
+}  // namespace simulator

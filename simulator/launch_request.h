@@ -1,0 +1,38 @@
+// A launch_app call, unpacked.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace simulator {
+
+using ExtraData = std::vector<std::pair<std::string, std::string>>;
+
+struct LaunchRequest {
+  std::string object_name;  // the client object that waits for the result
+  int thread_id = 0;
+  int event_index = 0;
+  std::string method_call;
+  int cb_type = 0;
+
+  std::string app_id;
+  std::string payload;
+  std::string uri;
+  std::string caller_id;
+  ExtraData extra_data;
+
+  bool preload = false;
+  bool deep_link = false;
+  bool background = false;
+  bool skip_pin = false;
+};
+
+LaunchRequest UnpackLaunchRequest(GVariant* parameters);
+
+// The pairs as the text of a JSON object; bytes that are no UTF-8 are replaced.
+std::string ToJson(const ExtraData& extra_data);
+
+}  // namespace simulator

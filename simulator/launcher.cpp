@@ -1,0 +1,156 @@
+#include "launcher.h"
+
+#include <nuv/nuv_launch_codes.h>
+
+#include <optional>
+#include <utility>
+
+namespace simulator {
+namespace {
+
+// What shows the PIN dialog. It ends when it is told to by this entry of the extra data of a further request.
+constexpr const char* kPinDialogApp = "org.kelvo.corvane-commui";
+const ExtraData::value_type kEndPinDialog = {"MethodName", "kill"};
+
+// A locked application is refused; whoever has asked for the PIN already says so in the request.
+std::optional<int> CheckLock(const AppRecord& record, const LaunchRequest& request) {
+  if (!record.locked || request.skip_pin) return std::nullopt;
+  return NUV_LAUNCH_STATUS_REFUSED;
+}
+
+// The reason not to launch, if there is one.
+std::optional<int> Refusal(const std::optional<AppRecord>& record, const LaunchRequest& request) {
+  if (!record) return NUV_LAUNCH_STATUS_UNKNOWN_APP;
+  if (!record->launchable) return NUV_LAUNCH_STATUS_NOT_INSTALLED;
+  return CheckLock(*record, request);
+}
+
+LaunchResult Failure(const LaunchRequest& request, int status) {
+  if (request.preload) return {NUV_NOTIFY_PRELOAD_FAILED, status};
+  if (request.deep_link) return {NUV_NOTIFY_DEEPLINK_FAILED, status};
+  return {NUV_NOTIFY_LAUNCH_FAILED, status};
+}
+
+LaunchResult Success(const LaunchRequest& request, bool was_running) {
+  if (request.preload) return {NUV_NOTIFY_PRELOADED, 0};
+  if (request.deep_link) return {NUV_NOTIFY_DEEPLINK_DELIVERED, 0};
+  if (request.background) return {NUV_NOTIFY_STARTED_IN_BACKGROUND, 0};
+  return {was_running ? NUV_NOTIFY_BROUGHT_TO_FRONT : NUV_NOTIFY_LAUNCHED, 0};
+}
+
+AppStatus StatusFor(const LaunchRequest& request) {
+  if (request.preload) return AppStatus::kHidden;
+  return request.background ? AppStatus::kBackground : AppStatus::kVisible;
+}
+
+ProgramInput InputFor(const AppRecord& record, const LaunchRequest& request) {
+  ProgramInput input;
+  input.app_id = record.id;
+  input.payload = request.payload;
+  input.caller_id = request.caller_id;
+  input.uri = request.uri;
+  input.extra_data = request.extra_data;
+  return input;
+}
+
+bool EndsPinDialog(const AppRecord& record, const ExtraData& extra_data) {
+  if (record.id != kPinDialogApp) return false;
+  for (const auto& pair : extra_data) {
+    if (pair == kEndPinDialog) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Launcher::Launcher(CatalogueDb& catalogue, Applications& applications, int settle_ms)
+    : catalogue_(catalogue), applications_(applications), settle_ms_(settle_ms) {
+  applications_.OnEnded([this](pid_t pid, int status) { Ended(pid, status); });
+}
+
+void Launcher::Launch(const LaunchRequest& request, const Report& report) {
+  try {
+    Decide(request, report);
+  } catch (const DatabaseError& error) {
+    Warn(request.app_id + ": " + error.what());
+    report(Failure(request, NUV_LAUNCH_STATUS_FAILED));
+  }
+}
+
+void Launcher::Decide(const LaunchRequest& request, const Report& report) {
+  const std::optional<AppRecord> record = catalogue_.Find(request.app_id);
+  if (const std::optional<int> reason = Refusal(record, request)) {
+    report(Failure(request, *reason));
+  } else if (const Applications::App* running = applications_.Find(record->id)) {
+    ShowRunning(*record, running->pid, request, report);
+  } else {
+    StartNew(*record, request, report);
+  }
+}
+
+void Launcher::ShowRunning(const AppRecord& record, pid_t pid, const LaunchRequest& request, const Report& report) {
+  if (StatusFor(request) == AppStatus::kVisible) applications_.BringToFront(pid);
+  Count(record.id, request);
+  report(Success(request, true));
+}
+
+// A preload is no use of the application. A launch that cannot be counted is still a launch.
+void Launcher::Count(const std::string& id, const LaunchRequest& request) {
+  if (request.preload) return;
+  try {
+    catalogue_.CountLaunch(id);
+  } catch (const DatabaseError& error) {
+    Warn(id + ": the launch is not counted: " + error.what());
+  }
+}
+
+void Launcher::StartNew(const AppRecord& record, const LaunchRequest& request, const Report& report) {
+  const pid_t pid = applications_.Start(record, InputFor(record, request), StatusFor(request));
+  if (pid == 0) {
+    report(Failure(request, NUV_LAUNCH_STATUS_FAILED));
+    return;
+  }
+  Count(record.id, request);
+  if (settle_ms_ == 0) {
+    report(Success(request, false));
+    return;
+  }
+  Settle(pid, {0, Success(request, false), Failure(request, NUV_LAUNCH_STATUS_CRASHED), report});
+}
+
+void Launcher::Settle(pid_t pid, Settling settling) {
+  settling.timer = After(settle_ms_, [this, pid] {
+    const auto settled = settling_.extract(pid);
+    if (!settled.empty()) settled.mapped().report(settled.mapped().success);
+  });
+  settling_[pid] = std::move(settling);
+}
+
+// A program that ends well before the settle time has done all it wanted to do.
+void Launcher::Ended(pid_t pid, int status) {
+  const auto settled = settling_.extract(pid);
+  if (settled.empty()) return;
+  const Settling& settling = settled.mapped();
+  g_source_remove(settling.timer);
+  settling.report(status == 0 ? settling.success : settling.crash);
+}
+
+pid_t Launcher::LaunchPlain(const ProgramInput& input) {
+  const std::optional<AppRecord> record = catalogue_.Find(input.app_id);
+  if (!record || !record->launchable) return 0;
+  const Applications::App* running = applications_.Find(record->id);
+  if (running == nullptr) {
+    ProgramInput named = input;
+    named.app_id = record->id;
+    return applications_.Start(*record, named, AppStatus::kVisible);
+  }
+  const pid_t pid = running->pid;
+  if (EndsPinDialog(*record, input.extra_data)) {
+    applications_.Terminate(record->id);
+  } else {
+    applications_.BringToFront(pid);
+  }
+  return pid;
+}
+
+}  // namespace simulator

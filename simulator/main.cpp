@@ -1,0 +1,43 @@
+// nuv-simulator: the reference Nuv service for people without a TV.
+#include <signal.h>
+
+#include <exception>
+
+#include "json_file.h"
+#include "options.h"
+#include "scenario_file.h"
+#include "server.h"
+#include "stand_in.h"
+
+namespace {
+
+constexpr int kUsageError = 2;
+
+int Serve(const simulator::Options& options) {
+  std::optional<simulator::ScenarioFile> scenario;
+  std::optional<simulator::Catalogue> seed;
+  try {
+    scenario.emplace(options.scenario);
+    if (!options.seed.empty()) seed = simulator::ReadCatalogue(options.seed);
+  } catch (const std::exception& error) {
+    simulator::Warn(error.what());
+    return kUsageError;
+  }
+  return simulator::Server(options, *scenario, std::move(seed)).Run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (simulator::IsStandIn(argc, argv)) return simulator::RunStandIn();
+  signal(SIGPIPE, SIG_IGN);  // whoever read the output may have gone
+  int exit_status = 0;
+  const auto options = simulator::ParseOptions(argc, argv, &exit_status);
+  if (!options) return exit_status;
+  try {
+    return Serve(*options);
+  } catch (const std::exception& error) {
+    simulator::Warn(error.what());
+    return EXIT_FAILURE;
+  }
+}

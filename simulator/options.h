@@ -1,0 +1,23 @@
+// The command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace simulator {
+
+struct Options {
+  std::string directory;  // state directory
+  std::string seed;       // catalogue to load; empty for none
+  std::string scenario;   // empty for none
+  int settle_ms = 30;
+  bool reconnect = false;
+  bool print_ready = false;
+  int ready_fd = -1;
+  bool verbose = false;
+};
+
+// The options, or nothing when the program is to end with *exit_status.
+std::optional<Options> ParseOptions(int argc, char** argv, int* exit_status);
+
+}  // namespace simulator

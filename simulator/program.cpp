@@ -1,0 +1,89 @@
+#include "program.h"
+
+#include <signal.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "glib_ptr.h"
+#include "journal.h"
+#include "stand_in.h"
+
+namespace simulator {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The kernel takes 128 KiB per variable, its name included.
+constexpr std::size_t kLongestValue = 127 * 1024;
+
+struct StrvFree {
+  void operator()(char** strings) const { g_strfreev(strings); }
+};
+using StrvPtr = std::unique_ptr<char*, StrvFree>;
+
+void SetVariable(StrvPtr& environment, const char* name, const std::string& value) {
+  if (value.size() > kLongestValue) {
+    Warn(std::string(name) + " of " + std::to_string(value.size()) + " bytes is too long for an environment");
+    return;
+  }
+  environment.reset(g_environ_setenv(environment.release(), name, value.c_str(), TRUE));
+}
+
+StrvPtr MakeEnvironment(const ProgramInput& input) {
+  StrvPtr environment(g_get_environ());
+  SetVariable(environment, "NUV_APP_ID", input.app_id);
+  SetVariable(environment, "NUV_PAYLOAD", input.payload);
+  SetVariable(environment, "NUV_CALLER_ID", input.caller_id);
+  SetVariable(environment, "NUV_OPERATION", input.operation);
+  SetVariable(environment, "NUV_URI", input.uri);
+  SetVariable(environment, "NUV_EXTRA_DATA", ToJson(input.extra_data));
+  return environment;
+}
+
+// Runs in the child, between fork and exec: async-signal-safe calls only. Standard output belongs to whoever reads
+// this process's lines, so the application's goes to standard error.
+void PrepareChild(gpointer parent) {
+  setpgid(0, 0);
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != static_cast<pid_t>(GPOINTER_TO_INT(parent))) _exit(127);
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+std::vector<std::string> CommandLine(const std::string& path, const std::string& app_id) {
+  if (path.empty()) return StandInCommand(app_id);
+  return {path, path};
+}
+
+}  // namespace
+
+std::string FindProgram(const std::string& install_path, const std::string& app_id) {
+  if (install_path.empty()) return "";
+  std::error_code ignored;
+  const fs::path root(install_path);
+  const bool plain_id = app_id.find('/') == std::string::npos;
+  for (const fs::path& candidate : {root, plain_id ? root / "bin" / app_id : root, root / "bin" / "run"}) {
+    if (fs::is_regular_file(candidate, ignored)) return candidate.string();
+  }
+  return "";
+}
+
+pid_t StartProgram(const std::string& path, const ProgramInput& input, std::string* error) {
+  std::vector<std::string> words = CommandLine(path, input.app_id);
+  std::vector<char*> command;
+  for (std::string& word : words) command.push_back(word.data());
+  command.push_back(nullptr);
+  const StrvPtr environment = MakeEnvironment(input);
+  constexpr auto kFlags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_FILE_AND_ARGV_ZERO);
+  GPid pid = 0;
+  Error failure;
+  if (!g_spawn_async(nullptr, command.data(), environment.get(), kFlags, PrepareChild, GINT_TO_POINTER(getpid()), &pid,
+                     failure.out())) {
+    *error = failure.message();
+    return 0;
+  }
+  return pid;
+}
+
+}  // namespace simulator

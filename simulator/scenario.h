@@ -1,0 +1,68 @@
+// What the service is to do wrong: a list of rules, the first that matches a call decides.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "glib_ptr.h"
+
+namespace simulator {
+
+enum class Answer { kNormal, kNone, kError, kExit, kExitAfterReply };
+
+// A launch result to send in place of the real one. What is not given stays as in the request.
+struct ScriptedResult {
+  int event = 0;
+  int result = 0;
+  int delay_ms = 0;
+  int times = 1;
+  int thread_id_offset = 0;
+  int event_index_offset = 0;
+  bool before_reply = false;
+  std::optional<int> cb_type;
+};
+
+struct Rule {
+  // Which calls: any where not given.
+  std::optional<std::string> method;
+  std::optional<std::string> app;
+  std::optional<int> count;  // how many more calls
+
+  int delay_ms = 0;
+  Answer answer = Answer::kNormal;
+  std::string error_name = "org.freedesktop.DBus.Error.Failed";
+  std::string error_message = "The scenario says so";
+  std::string reply;  // GVariant text of the reply tuple; empty for the real one
+  std::optional<bool> start;
+  std::optional<std::vector<ScriptedResult>> results;
+
+  // Whether the call takes effect.
+  bool TakesEffect() const;
+};
+
+class ScenarioError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Scenario {
+ public:
+  Scenario() = default;
+  // Throws ScenarioError with the place and the reason.
+  explicit Scenario(const nlohmann::json& document);
+
+  // The rule for a call of a method on an application, counted as used. A call without a rule gets the one that
+  // changes nothing.
+  Rule Match(const std::string& method, const std::string& app);
+
+ private:
+  std::vector<Rule> rules_;
+};
+
+// The reply that a rule gives as text: a tuple, or null and *error.
+VariantPtr ParseReply(const std::string& text, std::string* error);
+
+}  // namespace simulator
