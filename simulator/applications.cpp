@@ -87,8 +87,10 @@ void Applications::FrontChanged() {
   journal_.ForegroundChanged(none ? "" : front->second.id);
 }
 
+// The file of one that is ending may already be that of its successor.
 void Applications::SetStatus(App& app, AppStatus status) {
-  if (std::exchange(app.status, status) != status) files_.Write(app.platform_id, app.pid, status);
+  if (std::exchange(app.status, status) == status || app.ending) return;
+  files_.Write(app.platform_id, app.pid, status);
 }
 
 void Applications::Terminate(const std::string& id) {

@@ -1,0 +1,10 @@
+# Tests of nuv-simulator: the real program on a bus of the test's own, called with plain GIO.
+add_library(nuv_simulator_fixture STATIC simulator_fixture.cpp)
+target_link_libraries(nuv_simulator_fixture PUBLIC nuv_test_support PkgConfig::SQLITE PRIVATE nuv_build_flags)
+target_include_directories(nuv_simulator_fixture PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_compile_definitions(nuv_simulator_fixture PRIVATE NUV_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+add_dependencies(nuv_simulator_fixture nuv-simulator)
+
+foreach(subject bus launch program apps database scenario watch)
+  nuv_add_test(simulator_${subject}_test SOURCES simulator_${subject}_test.cpp LIBRARIES nuv_simulator_fixture)
+endforeach()
