@@ -1,0 +1,61 @@
+// One line of the log: put together in one buffer, so that it can be handed over in one piece.
+#pragma once
+
+#include <cstddef>
+
+namespace nuv::host {
+
+// Message text that a line holds at most; the rest is counted at its end.
+constexpr size_t kMessageLimit = 64 * 1024;
+
+// A message as it was formatted.
+struct LogMessage {
+  int buffer;
+  int priority;
+  const char* tag;
+  const char* text;
+  size_t length;
+  size_t missing;  // characters of the message that are not in text
+};
+
+class LogLine {
+ public:
+  // Has room for the message and what stands around it. Short lines stay off the heap; where there is no heap left, a
+  // long line is cut.
+  explicit LogLine(const LogMessage& message);
+  ~LogLine();
+  LogLine(const LogLine&) = delete;
+  LogLine& operator=(const LogLine&) = delete;
+
+  const char* data() const { return data_; }
+  size_t size() const { return static_cast<size_t>(end_ - data_); }
+
+  // What does not fit is left out.
+  void Append(const char* text, size_t length);
+  void Append(const char* text);
+  void Append(char c) { Append(&c, 1); }
+  void AppendNumber(int number);
+  void AppendTag(const char* tag);
+  // HH:MM:SS.mmm of the universal time. By hand: the library's ways take the lock of the time zone.
+  void AppendTime();
+  // The message in one line: line ends and other control characters as \n, \x07 ..., colours kept or taken out, and a
+  // note at the end where something is missing.
+  void AppendMessage(const LogMessage& message, bool keep_colours);
+
+ private:
+  bool AppendControl(char c, size_t room);
+  void AppendMissing(size_t count);
+  size_t Room() const { return static_cast<size_t>(limit_ - end_); }
+
+  static constexpr size_t kInlineSize = 4096;
+
+  char inline_[kInlineSize];
+  char* data_ = inline_;
+  char* end_ = inline_;
+  char* limit_ = inline_ + kInlineSize;
+};
+
+// "main" or "system".
+const char* BufferName(int buffer);
+
+}  // namespace nuv::host

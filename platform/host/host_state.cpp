@@ -1,0 +1,57 @@
+#include "host_state.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace nuv::host {
+
+namespace {
+
+std::string Environment(const char* name) {
+  const char* const value = secure_getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::string HomeDirectory() {
+  std::string home = Environment("HOME");
+  if (!home.empty()) return home;
+  passwd entry;
+  passwd* found = nullptr;
+  char text[4096];
+  if (getpwuid_r(getuid(), &entry, text, sizeof text, &found) != 0 || found == nullptr) return "";
+  return found->pw_dir;
+}
+
+std::string Absolute(const std::string& path) {
+  std::string absolute = std::filesystem::absolute(path).lexically_normal();
+  while (absolute.size() > 1 && absolute.back() == '/') absolute.pop_back();
+  return absolute;
+}
+
+std::string FindStateDirectory() {
+  if (const std::string own = Environment("NUV_HOST_DIR"); !own.empty()) return Absolute(own);
+  // A relative XDG path is invalid by the XDG rules and is ignored.
+  if (const std::string xdg = Environment("XDG_STATE_HOME"); !xdg.empty() && xdg[0] == '/') {
+    return Absolute(xdg + "/nuv");
+  }
+  const std::string home = HomeDirectory();
+  return home.empty() ? "" : Absolute(home + "/.local/state/nuv");
+}
+
+}  // namespace
+
+const std::string& StateDirectory() {
+  // Never destroyed: calls may come while the process ends.
+  static const std::string* const directory = new std::string(FindStateDirectory());
+  return *directory;
+}
+
+std::string StatePath(const std::string& entry) {
+  const std::string& directory = StateDirectory();
+  return directory.empty() ? "" : directory + "/" + entry;
+}
+
+}  // namespace nuv::host
