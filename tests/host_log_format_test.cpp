@@ -1,0 +1,66 @@
+#include "host_log_format.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace {
+
+using Text = std::optional<std::string>;
+
+__attribute__((format(printf, 2, 3))) Text Plain(size_t size, const char* format, ...) {
+  std::string text(size, '#');
+  va_list arguments;
+  va_start(arguments, format);
+  const auto length = nuv::host::FormatPlain(text.data(), text.size(), format, arguments);
+  va_end(arguments);
+  if (!length) return std::nullopt;
+  return text.substr(0, *length);
+}
+
+template <typename... Arguments>
+std::string Standard(const char* format, Arguments... arguments) {
+  char text[512];
+  snprintf(text, sizeof text, format, arguments...);
+  return text;
+}
+
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-zero-length"
+
+TEST(HostLogFormat, AgreesWithTheStandardOnWhatItTakes) {
+  const char* const kFormat = "%s: %s(%d) > \e[0;33m[%u] 100%%%d\e[0;m";
+  EXPECT_EQ(Plain(512, "%s: %s(%d) > \e[0;33m[%u] 100%%%d\e[0;m", "a.cpp", "", INT_MIN, UINT_MAX, INT_MAX),
+            Standard(kFormat, "a.cpp", "", INT_MIN, UINT_MAX, INT_MAX));
+  EXPECT_EQ(Plain(512, "no directive"), "no directive");
+  EXPECT_EQ(Plain(512, ""), "");
+}
+
+TEST(HostLogFormat, ShowsAMissingText) {
+  const char* volatile const nothing = nullptr;  // volatile, or the compiler warns of it
+  const char* const none = nothing;
+  EXPECT_EQ(Plain(512, "[%s]", none), "[(null)]");
+}
+
+TEST(HostLogFormat, LeavesEveryOtherDirectiveToTheStandard) {
+  EXPECT_EQ(Plain(512, "%5d", 1), std::nullopt);
+  EXPECT_EQ(Plain(512, "%.3s", "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%p", nullptr), std::nullopt);
+  EXPECT_EQ(Plain(512, "%ld", 1L), std::nullopt);
+  const char* volatile const unfinished = "%";
+  EXPECT_EQ(Plain(512, unfinished), std::nullopt);
+}
+
+TEST(HostLogFormat, LeavesWhatDoesNotFitToTheStandard) {
+  EXPECT_EQ(Plain(5, "%s", "12345"), "12345");
+  EXPECT_EQ(Plain(5, "%s", "123456"), std::nullopt);
+  EXPECT_EQ(Plain(5, "%d", 123456), std::nullopt);
+  EXPECT_EQ(Plain(5, "1234%%"), "1234%");
+  EXPECT_EQ(Plain(5, "12345%%"), std::nullopt);
+  EXPECT_EQ(Plain(5, "%d%s", 1234, "56"), std::nullopt);
+}
+
+}  // namespace
