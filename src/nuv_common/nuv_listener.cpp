@@ -1,0 +1,287 @@
+// The listener: the thread that owns the client's bus name and serves its object, through which results arrive.
+#include <nuv_common/nuv_lock.h>
+#include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_proxy.h>
+
+#include <exception>
+#include <utility>
+
+#include "nuv_common/nuv_listener_run.h"
+
+namespace {
+
+thread_local ListenerRun* t_run = nullptr;  // the run of the listener thread that this is, if it is one
+
+// Makes a context the thread's default while the listener runs.
+class DefaultContext {
+ public:
+  explicit DefaultContext(GMainContext* context) : m_context(context) { g_main_context_push_thread_default(m_context); }
+  ~DefaultContext() { g_main_context_pop_thread_default(m_context); }
+  DefaultContext(const DefaultContext&) = delete;
+  DefaultContext& operator=(const DefaultContext&) = delete;
+
+ private:
+  GMainContext* m_context;
+};
+
+// Runs a function in a context as soon as that is next dispatched.
+void Post(GMainContext* context, GSourceFunc function, gpointer data, GDestroyNotify release) {
+  GSource* source = g_idle_source_new();
+  g_source_set_priority(source, G_PRIORITY_HIGH);
+  g_source_set_callback(source, function, data, release);
+  g_source_attach(source, context);
+  g_source_unref(source);
+}
+
+// The loop may not run yet, and would forget a plain quit.
+void StopLoop(GMainLoop* loop) {
+  Post(
+      g_main_loop_get_context(loop),
+      [](gpointer data) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop*>(data));
+        return G_SOURCE_REMOVE;
+      },
+      g_main_loop_ref(loop), [](gpointer data) { g_main_loop_unref(static_cast<GMainLoop*>(data)); });
+}
+
+std::string ClientBusName(const std::string& name, const std::string& objectName) {
+  return "org.kelvo.tv.corvane." + name + "client." + objectName;
+}
+
+std::string ClientObjectPath(const std::string& name, const std::string& objectName) {
+  return "/org/kelvo/tv/corvane/" + name + "client/" + objectName;
+}
+
+void OnClosed(GDBusConnection*, gboolean, GError*, gpointer run) {
+  static_cast<ListenerRun*>(run)->closedSeen = true;
+}
+
+// A connection that has closed is released only once its "closed" signal was delivered in this context.
+void DrainClosed(const ListenerRun& run) {
+  if (run.privateConnection == nullptr || !g_dbus_connection_is_closed(run.privateConnection.get())) return;
+  while (!run.closedSeen) g_main_context_iteration(run.context.get(), TRUE);
+}
+
+}  // namespace
+
+void* CNUVGdbus::m_Monitor(void* instance) {
+  auto* link = static_cast<CNUVGdbus*>(instance);
+  if (link == nullptr) {
+    NUV_ERROR("pInstance == NULL");
+    return nullptr;
+  }
+  const std::shared_ptr<ListenerRun> run = link->JoinAsListener();
+  if (run == nullptr) return nullptr;
+  t_run = run.get();
+  try {
+    link->RunListener(run);
+  } catch (const std::exception& error) {
+    NUV_ERROR("the listener ends: %s", error.what());
+  }
+  run->Settle();
+  t_run = nullptr;
+  return nullptr;
+}
+
+// The run of the calling thread, or null where a later listener has taken its place already.
+std::shared_ptr<ListenerRun> CNUVGdbus::JoinAsListener() {
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  return pthread_equal(m_thread, pthread_self()) != 0 ? m_run : nullptr;
+}
+
+void CNUVGdbus::RunListener(const std::shared_ptr<ListenerRun>& run) {
+  // The listener before this one may still be in a caller's callback. Nobody is made to wait for that.
+  if (pthread_mutex_trylock(&m_monitorMutex) == 0) {
+    pthread_mutex_unlock(&m_monitorMutex);
+  } else {
+    run->Settle();
+  }
+  const CNUVClientAutoLock lock(m_monitorMutex);
+  NUV_INFO("Creating monitor %s.", CurrentEndpoint().objectName.c_str());
+  g_type_class_unref(g_type_class_ref(G_TYPE_DBUS_CONNECTION));
+  if (run->context == nullptr) run->context.reset(g_main_context_new());
+  if (run->context == nullptr) {
+    NUV_ERROR("context == NULL");
+    return;
+  }
+  const DefaultContext defaultContext(run->context.get());
+  if (!ParseIntrospection()) return;
+  OwnName(*run);
+  RunLoop(*run);
+}
+
+bool CNUVGdbus::ParseIntrospection() {
+  std::string document;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    document = m_introspectionXml;
+    const size_t mark = document.find("%s");
+    if (mark != std::string::npos) document.replace(mark, 2, m_objectName);
+  }
+  GError* error = nullptr;
+  GNodeInfoHandle nodeInfo(g_dbus_node_info_new_for_xml(document.c_str(), &error));
+  if (error != nullptr) {
+    const GErrorHandle owned(error);
+    const GTextHandle name(g_dbus_error_encode_gerror(error));
+    NUV_ERROR("error return %s, detail[message:%s, code:%d] ", name.get(), error->message, error->code);
+    return false;
+  }
+  if (nodeInfo == nullptr) {
+    NUV_ERROR("introspection created error ");
+    return false;
+  }
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  if (m_run.get() != t_run) return false;
+  m_nodeInfo = std::move(nodeInfo);
+  return true;
+}
+
+void CNUVGdbus::OwnName(ListenerRun& run) {
+  const std::string name = ClientBusName(m_name, CurrentEndpoint().objectName);
+  NUV_INFO("owning name %s.", name.c_str());
+  constexpr auto kFlags =
+      static_cast<GBusNameOwnerFlags>(G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT | G_BUS_NAME_OWNER_FLAGS_REPLACE);
+  unsigned int ownerId = 0;
+  if (run.privateConnection == nullptr) {
+    ownerId = g_bus_own_name(G_BUS_TYPE_SYSTEM, name.c_str(), kFlags, m_OnbusAcquired, m_OnnameAcquired, nullptr, this,
+                             nullptr);
+  } else {
+    g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
+    m_OnbusAcquired(run.privateConnection.get(), name.c_str(), this);
+    ownerId = g_bus_own_name_on_connection(run.privateConnection.get(), name.c_str(), kFlags, m_OnnameAcquired, nullptr,
+                                           this, nullptr);
+  }
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    if (m_run.get() == &run) m_ownerId = std::exchange(ownerId, 0);
+  }
+  if (ownerId != 0) g_bus_unown_name(ownerId);
+}
+
+void CNUVGdbus::RunLoop(ListenerRun& run) {
+  const GMainLoopHandle loop(g_main_loop_new(run.context.get(), FALSE));
+  bool current = false;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    current = m_run.get() == &run;
+    if (current) m_mainLoop.reset(g_main_loop_ref(loop.get()));
+  }
+  if (current) g_main_loop_run(loop.get());
+  DrainClosed(run);
+  if (run.privateConnection != nullptr) {
+    g_signal_handlers_disconnect_by_data(run.privateConnection.get(), &run);
+  }
+}
+
+void CNUVGdbus::m_OnbusAcquired(GDBusConnection* connection, const char* name, void* instance) {
+  auto* link = static_cast<CNUVGdbus*>(instance);
+  if (link == nullptr) {
+    NUV_ERROR("NULL == pInstance");
+    return;
+  }
+  NUV_INFO("onbus acquired! %s", name);
+  if (link->OnObsoleteListener()) return;
+  if (link->RegisterObject(connection)) {
+    NUV_INFO("register object succeed,Created monitor!");
+    link->WakeCreator();
+  }
+  // The name is asked for when this handler has returned, so the run settles one dispatch later.
+  if (t_run != nullptr) {
+    Post(
+        t_run->context.get(),
+        [](gpointer run) -> gboolean {
+          static_cast<ListenerRun*>(run)->Settle();
+          return G_SOURCE_REMOVE;
+        },
+        t_run, nullptr);
+  }
+}
+
+bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
+  GNodeInfoHandle nodeInfo;
+  GDBusInterfaceVTable vtable{};
+  std::string objectName;
+  GConnectionHandle own = ShareConnection(connection);
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    std::swap(m_ownConnection, own);
+    if (m_nodeInfo != nullptr) nodeInfo.reset(g_dbus_node_info_ref(m_nodeInfo.get()));
+    vtable = m_vtable;
+    objectName = m_objectName;
+  }
+  NUV_INFO("manager proxy on bus acquired! connection %d", static_cast<int>(reinterpret_cast<intptr_t>(connection)));
+  const std::string path = ClientObjectPath(m_name, objectName);
+  NUV_INFO("server is [%s], client is [%s]", m_server.c_str(), m_name.c_str());
+  if (nodeInfo == nullptr) return false;
+  GError* error = nullptr;
+  const unsigned int id = g_dbus_connection_register_object(connection, path.c_str(), nodeInfo->interfaces[0], &vtable,
+                                                            nullptr, nullptr, &error);
+  if (error != nullptr) {
+    const GErrorHandle owned(error);
+    const GTextHandle text(g_dbus_error_encode_gerror(error));
+    NUV_ERROR("register object error %s, detail[message:%s, code:%d] ", text.get(), error->message, error->code);
+    return false;
+  }
+  if (id == 0) {
+    NUV_ERROR("register id error");
+    return false;
+  }
+  bool current = true;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    current = t_run == nullptr || m_run.get() == t_run;
+    if (current) m_registrationId = id;
+  }
+  if (!current) g_dbus_connection_unregister_object(connection, id);
+  return current;
+}
+
+void CNUVGdbus::WakeCreator() {
+  NUV_INFO("give Begin.");
+  {
+    const CNUVClientAutoLock lock(m_waitMutex);
+    m_waitFlag = 0;
+    NUV_INFO("give cond_signal start.");
+    pthread_cond_signal(&m_waitCond);
+    NUV_INFO("give cond_signal end.");
+  }
+  NUV_INFO("give End.");
+}
+
+void CNUVGdbus::m_OnnameAcquired(GDBusConnection*, const char* name, void*) {
+  NUV_INFO("on name acquired! %s", name);
+}
+
+void CNUVGdbus::m_DestroyMessageMonitor() {
+  NUV_INFO("Destroy Message Monitor");
+  ListenerHandles handles = TakeListenerHandles();
+  handles.GiveBack();
+  if (handles.thread != 0 && pthread_join(handles.thread, nullptr) != 0) NUV_ERROR("failed to pthread_join");
+}
+
+CNUVGdbus::ListenerHandles CNUVGdbus::TakeListenerHandles() {
+  ListenerHandles handles;
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  handles.mainLoop = std::move(m_mainLoop);
+  handles.ownerId = std::exchange(m_ownerId, 0);
+  handles.nodeInfo = std::move(m_nodeInfo);
+  handles.registrationId = std::exchange(m_registrationId, 0);
+  handles.ownConnection = std::move(m_ownConnection);
+  handles.thread = std::exchange(m_thread, 0);
+  m_run.reset();
+  return handles;
+}
+
+void CNUVGdbus::ListenerHandles::GiveBack() {
+  if (mainLoop != nullptr) StopLoop(mainLoop.get());
+  if (ownerId != 0) g_bus_unown_name(ownerId);
+  nodeInfo.reset();
+  if (ownConnection != nullptr && registrationId != 0) {
+    g_dbus_connection_unregister_object(ownConnection.get(), registrationId);
+  }
+}
+
+bool CNUVGdbus::OnObsoleteListener() const {
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  return t_run != nullptr && m_run.get() != t_run;
+}

@@ -1,0 +1,284 @@
+#include <nuv_common/nuv_lock.h>
+#include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_proxy.h>
+#include <signal.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+
+#include "nuv_common/nuv_bus_connection.h"
+#include "nuv_common/nuv_listener_run.h"
+#include "nuv_common/nuv_process.h"
+
+namespace {
+
+constexpr int kHeartbeatTimeoutMs = 10000;
+constexpr int kListenerWaitSeconds = 10;
+// Enough for a listener that has nothing to wait for; a launch is never held up longer than this by one that has.
+constexpr std::chrono::milliseconds kSettleLimit{1000};
+
+// Blocks every signal for the calling thread, so that a thread created meanwhile starts with all of them blocked.
+class AllSignalsBlocked {
+ public:
+  AllSignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &m_before);
+  }
+  ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+ private:
+  sigset_t m_before;
+};
+
+void LogConnectError(const GError* error) {
+  if (error == nullptr) {
+    NUV_ERROR("get sync system bus pConnection == NULL");
+    return;
+  }
+  const GTextHandle name(g_dbus_error_encode_gerror(error));
+  NUV_ERROR("get sync system bus error %s, detail[message:%s, code:%d] ", name.get(), error->message, error->code);
+}
+
+}  // namespace
+
+std::string getProcessName() {
+  constexpr size_t kLinkSize = 254;
+  constexpr ssize_t kPathSize = 1024;
+  std::array<char, kLinkSize> link{};
+  std::array<char, kPathSize> path{};
+  snprintf(link.data(), link.size(), "/proc/%d/exe", getpid());
+  const ssize_t length = readlink(link.data(), path.data(), path.size());
+  if (length < 0) {
+    NUV_ERROR("error.  len < 0");
+    return {};
+  }
+  if (length == kPathSize) {
+    NUV_ERROR("error.  len == 1024");
+    return {path.data(), path.size()};
+  }
+  NUV_INFO("the path name is %s.", path.data());
+  return {path.data(), static_cast<size_t>(length)};
+}
+
+CNUVGdbus::CNUVGdbus(const std::string& name, const std::string& server, AsyncCallback callback, void* userData)
+    : m_thread(0),
+      m_asyncCallback(callback),
+      m_userData(userData),
+      m_proxyCreated(false),
+      m_name(name),
+      m_server(server),
+      m_waitFlag(1),
+      m_registrationId(0),
+      m_ownerId(0),
+      m_vtable(),
+      m_waitMutex(PTHREAD_MUTEX_INITIALIZER),
+      m_waitCond(PTHREAD_COND_INITIALIZER),
+      m_monitorMutex(PTHREAD_MUTEX_INITIALIZER),
+      m_proxyMutex(PTHREAD_MUTEX_INITIALIZER) {
+  NUV_INFO("CNUVGdbus [%s] constructor.", name.c_str());
+  m_processName = getProcessName();
+  if (m_processName.empty()) m_processName = "no_name";
+  // The lightweight service, using this library, calls the full service and never itself.
+  if (m_processName.find("litecorvane") != std::string::npos) {
+    m_server = "corvane";
+    NUV_ERROR("Reset dbus receiver to [%s].", m_server.c_str());
+  }
+  NUV_INFO("CNUVGdbus [%s] constructor end", name.c_str());
+}
+
+CNUVGdbus::~CNUVGdbus() {
+  ReleaseClientObject();
+}
+
+void CNUVGdbus::ReleaseClientObject() {
+  NUV_INFO("CNUVGdbus [%s] destructor...", m_name.c_str());
+  unsigned int registrationId = 0;
+  GConnectionHandle connection;
+  if (!IsForkedChild()) {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    if (m_registrationId != 0 && m_ownConnection != nullptr) {
+      registrationId = std::exchange(m_registrationId, 0);
+      connection = std::move(m_ownConnection);
+    }
+  }
+  if (connection != nullptr) g_dbus_connection_unregister_object(connection.get(), registrationId);
+  NUV_INFO("CNUVGdbus [%s] destructor end", m_name.c_str());
+}
+
+int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable) {
+  NUV_INFO("Start");
+  if (RefuseInForkedChild()) return 0;
+  for (;;) {
+    unsigned int probed = 0;
+    if (m_proxyCreated) {
+      probed = Generation();
+      if (ProbeService()) return 1;
+    }
+    const CNUVClientAutoLock lock(m_proxyMutex);
+    // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
+    if (m_proxyCreated && Generation() != probed) continue;
+    return SetUp(introspectionXml, vtable);
+  }
+}
+
+bool CNUVGdbus::ProbeService() {
+  GVariant* reply = nullptr;
+  const bool alive = MethodCall("heartbeat", nullptr, &reply, kHeartbeatTimeoutMs, nullptr) == 1;
+  const GVariantHandle owned(reply);
+  if (alive) NUV_INFO("Gdbus proxy has been created");
+  return alive;
+}
+
+int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) {
+  m_proxyCreated = false;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    m_introspectionXml = introspectionXml;
+    m_vtable = vtable;
+  }
+  const Endpoint current = CurrentEndpoint();
+  if (current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get())) {
+    NUV_INFO("g_dbus connection is not closed");
+    return 1;
+  }
+  RetireListener();
+  if (!Connect() || !StartListener()) return 0;
+  WaitForListener();
+  m_proxyCreated = true;
+  NUV_INFO("End");
+  return 1;
+}
+
+bool CNUVGdbus::Connect() {
+  NUV_INFO("getting gdus connection.");
+  GConnectionHandle previous;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    previous = std::move(m_connection);
+  }
+  previous.reset();  // the shared connection is only made anew when nobody holds the closed one
+  const bool first = NoteBusProcess();
+  BusConnection bus = ConnectToSystemBus();
+  if (bus.connection == nullptr) {
+    if (first) ForgetBusProcess();
+    LogConnectError(bus.error.get());
+    return false;
+  }
+  NUV_INFO("got gdus connection success");
+  NUV_INFO("getpid %d", getpid());
+  GConnectionHandle privateBus(bus.context == nullptr ? nullptr : ShareConnection(bus.connection.get()));
+  auto run = std::make_shared<ListenerRun>(std::move(bus.context), std::move(privateBus));
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  m_connection = std::move(bus.connection);
+  m_run = std::move(run);
+  m_objectName = "obj" + std::to_string(getpid());
+  ++m_generation;
+  return true;
+}
+
+bool CNUVGdbus::StartListener() {
+  NUV_INFO("create Begin.");
+  NUV_INFO("create End.");
+  const bool started = CreateListenerThread();
+  // Joined only now, so that the new listener's thread id is not that of the one before.
+  for (auto thread = m_retiredThreads.begin(); thread != m_retiredThreads.end();) {
+    thread = pthread_tryjoin_np(*thread, nullptr) == 0 ? m_retiredThreads.erase(thread) : thread + 1;
+  }
+  if (started) return true;
+  NUV_ERROR("failed to create thread");
+  GiveProxy();
+  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy End.");
+  return false;
+}
+
+bool CNUVGdbus::CreateListenerThread() {
+  const AllSignalsBlocked guard;
+  // The new thread starts by taking this lock, and so finds its own id in m_thread.
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  if (pthread_create(&m_thread, nullptr, m_Monitor, this) == 0) return true;
+  m_thread = 0;
+  return false;
+}
+
+void CNUVGdbus::WaitForListener() {
+  NUV_INFO("wait for create monitor success(10s timeout)");
+  NUV_INFO("take try Begin.");
+  bool registered = false;
+  {
+    const CNUVClientAutoLock lock(m_waitMutex);
+    if (m_waitFlag != 0) {
+      m_waitFlag = 1;
+      timeval now{};
+      gettimeofday(&now, nullptr);
+      const timespec deadline{now.tv_sec + kListenerWaitSeconds, now.tv_usec * 1000};
+      NUV_INFO("TAKE_TRY timedwait start.");
+      pthread_cond_timedwait(&m_waitCond, &m_waitMutex, &deadline);
+      NUV_INFO("TAKE_TRY timedwait end.");
+    }
+    registered = m_waitFlag == 0;
+  }
+  NUV_INFO("take try End.");
+  // A launch must not overtake the request for the name that its result is sent to.
+  const std::shared_ptr<ListenerRun> run = CurrentRun();
+  if (registered && run != nullptr) run->WaitSettled(kSettleLimit);
+  NUV_INFO("create monitor success");
+  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy End.");
+}
+
+void CNUVGdbus::RetireListener() {
+  ListenerHandles handles = TakeListenerHandles();
+  handles.GiveBack();
+  if (handles.thread != 0) m_retiredThreads.push_back(handles.thread);
+}
+
+void CNUVGdbus::GiveProxy() {
+  NUV_INFO("Start");
+  m_DestroyMessageMonitor();
+  GConnectionHandle connection;
+  {
+    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    connection = std::move(m_connection);
+  }
+  if (connection != nullptr) NUV_ERROR("release the nuv api gdbus connection.");
+  connection.reset();
+  m_proxyCreated = false;
+  NUV_INFO("End");
+}
+
+CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
+  Endpoint endpoint;
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  endpoint.connection = ShareConnection(m_connection.get());
+  endpoint.objectName = m_objectName;
+  endpoint.listenerId = static_cast<int32_t>(m_thread);
+  return endpoint;
+}
+
+int32_t CNUVGdbus::ListenerId() const {
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  return static_cast<int32_t>(m_thread);
+}
+
+std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  return m_run;
+}
+
+unsigned int CNUVGdbus::Generation() const {
+  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  return m_generation;
+}
+
+ProcessLifetimeLink::ProcessLifetimeLink(const char* name, const char* server)
+    : m_link(new CNUVGdbus(name, server, nullptr, nullptr)) {}
+
+ProcessLifetimeLink::~ProcessLifetimeLink() {
+  m_link->ReleaseClientObject();
+}

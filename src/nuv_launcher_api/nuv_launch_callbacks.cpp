@@ -1,0 +1,58 @@
+#include "nuv_launcher_api/nuv_launch_callbacks.h"
+
+#include <nuv_common/nuv_lock.h>
+#include <pthread.h>
+
+#include <map>
+#include <mutex>
+
+namespace {
+
+// Callers and listeners use the table at the same time, the listeners even while the process exits.
+struct LaunchTable {
+  std::mutex mutex;
+  std::map<int32_t, nuv_launcher_user_callback> launcher_cb_map;
+  uint32_t launcher_event_key = 0;  // wraps like the 32-bit signed number that it is sent as
+};
+
+LaunchTable& Table();
+
+// A child of fork() finds the table whole and its lock free.
+void LockTable() {
+  Table().mutex.lock();
+}
+void UnlockTable() {
+  Table().mutex.unlock();
+}
+
+LaunchTable& Table() {
+  static NeverDestroyed<LaunchTable> table;
+  [[maybe_unused]] static const int registered = pthread_atfork(LockTable, UnlockTable, UnlockTable);
+  return *table;
+}
+
+}  // namespace
+
+int32_t TakeLaunchEvent() {
+  LaunchTable& table = Table();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  return static_cast<int32_t>(table.launcher_event_key++);
+}
+
+void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback) {
+  LaunchTable& table = Table();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  table.launcher_cb_map[event] = callback;
+}
+
+void ForgetLaunchCallback(int32_t event) {
+  LaunchTable& table = Table();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  table.launcher_cb_map.erase(event);
+}
+
+nuv_launcher_user_callback FindLaunchCallback(int32_t event) {
+  LaunchTable& table = Table();
+  const std::lock_guard<std::mutex> lock(table.mutex);
+  return table.launcher_cb_map[event];
+}

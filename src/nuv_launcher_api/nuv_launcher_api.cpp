@@ -1,0 +1,70 @@
+// The launch entry points: each fixes the options of the common body.
+#include <nuv/nuv_launcher_api.h>
+#include <nuv_common/nuv_log.h>
+
+#include "nuv_launcher_api/nuv_launch_body.h"
+
+namespace {
+
+//                                        deep link, force, callback shape, extra option, background
+constexpr _NUV_LAUNCHER_OPS kLaunch = {0, 0, kResultCallback, 0, 0};
+constexpr _NUV_LAUNCHER_OPS kForceLaunch = {0, 1, kResultCallback, 0, 0};
+constexpr _NUV_LAUNCHER_OPS kLaunchWebapp = {0, 0, kNotifyCallback, 0, 0};
+constexpr _NUV_LAUNCHER_OPS kForceLaunchWebapp = {0, 1, kNotifyCallback, 0, 0};
+constexpr _NUV_LAUNCHER_OPS kBackgroundLaunchWebapp = {0, 0, kNotifyCallback, 0, 1};
+constexpr _NUV_LAUNCHER_OPS kDeepLinkWebapp = {1, 1, kNotifyCallback, 0, 0};
+constexpr _NUV_LAUNCHER_OPS kBackgroundDeepLinkWebapp = {1, 1, kNotifyCallback, 0, 1};
+
+template <typename Callback>
+int Launch(const _NUV_LAUNCHER_OPS& options, const char* app_id, const char* payload, const char* caller_id,
+           Callback callback, void* user_data) {
+  return nuv_launch_app_internal_(app_id, payload, caller_id, reinterpret_cast<uintptr_t>(callback), user_data,
+                                  options);
+}
+
+}  // namespace
+
+int nuv_launch_app(const char* app_id, const char* payload, nuv_launch_result_cb callback, void* user_data) {
+  return nuv_launch_app_with_param(app_id, payload, nullptr, callback, user_data);
+}
+
+int nuv_launch_app_with_param(const char* app_id, const char* payload, const char* caller_id,
+                              nuv_launch_result_cb callback, void* user_data) {
+  return Launch(kLaunch, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_force_launch_app(const char* app_id, const char* payload, nuv_launch_result_cb callback, void* user_data) {
+  return nuv_force_launch_app_with_param(app_id, payload, nullptr, callback, user_data);
+}
+
+int nuv_force_launch_app_with_param(const char* app_id, const char* payload, const char* caller_id,
+                                    nuv_launch_result_cb callback, void* user_data) {
+  return Launch(kForceLaunch, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_launch_webapp(const char* app_id, const char* payload, const char* caller_id, nuv_launch_notify_cb callback,
+                      void* user_data) {
+  return Launch(kLaunchWebapp, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_force_launch_webapp(const char* app_id, const char* payload, const char* caller_id,
+                            nuv_launch_notify_cb callback, void* user_data) {
+  return Launch(kForceLaunchWebapp, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_background_launch_webapp(const char* app_id, const char* payload, const char* caller_id,
+                                 nuv_launch_notify_cb callback, void* user_data) {
+  return Launch(kBackgroundLaunchWebapp, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_launch_webapp_for_deeplink(const char* app_id, const char* payload, const char* caller_id,
+                                   nuv_launch_notify_cb callback, void* user_data) {
+  return Launch(kDeepLinkWebapp, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_background_launch_webapp_for_deeplink(const char* app_id, const char* payload, const char* caller_id,
+                                              nuv_launch_notify_cb callback, void* user_data) {
+  NUV_ERROR(NUV_YELLOW "nuv_background_launch_webapp_for_deeplink: app id:[%s], payload:[%s],callerid [%s]." NUV_PLAIN,
+            app_id, payload, caller_id);
+  return Launch(kBackgroundDeepLinkWebapp, app_id, payload, caller_id, callback, user_data);
+}

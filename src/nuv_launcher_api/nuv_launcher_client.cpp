@@ -1,0 +1,142 @@
+#include "nuv_launcher_api/nuv_launcher_client.h"
+
+#include <nuv/nuv_launcher_api.h>
+#include <nuv_common/nuv_log.h>
+#include <nuv_platform/platform_settings.h>
+
+#include "nuv_launcher_api/nuv_callback_guard.h"
+#include "nuv_launcher_api/nuv_launch_callbacks.h"
+#include "nuv_launcher_api/nuv_launch_fail.h"
+#include "nuv_launcher_api/nuv_launch_request.h"
+#include "nuv_launcher_api/nuv_launch_result.h"
+#include "nuv_launcher_api/nuv_service_call.h"
+
+const char* const launcher_introspection_xml =
+    "<node>"
+    "  <interface name='org.kelvo.tv.corvane.launcherclient.interface.%s'>"
+    "        <method name='check_dbus_connection'>"
+    "            <arg name='result' direction='out' type='s'/>"
+    "        </method>"
+    "        <method name='app_launch_result'>"
+    "            <arg name='thread_id' direction='in' type='i'/>"
+    "            <arg name='app_id' direction='in' type='s'/>"
+    "            <arg name='Res' direction='in' type='i'/>"
+    "            <arg name='eventtype' direction='in' type='i'/>"
+    "            <arg name='iData' direction='in' type='i'/>"
+    "            <arg name='event_index' direction='in' type='i'/>"
+    "            <arg name='method_call' direction='in' type='s'/>"
+    "            <arg name='cbtype' direction='in' type='i'/>"
+    "        </method>"
+    "  </interface>"
+    "</node>";
+
+const GDBusInterfaceVTable launcher_vtable = {nuv_launcher_handle_event, nullptr, nullptr, {}};
+
+namespace {
+
+constexpr int kLaunchTimeoutMs = 15000;
+
+// One "launch_app" call. True when the service accepted it.
+bool SendLaunch(CNUVGdbus& link, const _NUV_LAUNCHER_DATA& data, int32_t event, int* isTimeOutError) {
+  const CNUVGdbus::Endpoint endpoint = link.CurrentEndpoint();
+  GVariant* request = MakeLaunchRequest(endpoint, data, event);
+  // The result may arrive before the reply.
+  KeepLaunchCallback(event, {data.callback, data.userData});
+  if (request == nullptr) {
+    NUV_ERROR("launch_app: a text is not valid UTF-8");
+    return false;
+  }
+  GVariant* reply = nullptr;
+  const int called = link.MethodCall(endpoint, "launch_app", request, &reply, kLaunchTimeoutMs, isTimeOutError);
+  const GVariantHandle released(reply);
+  return called == 1;
+}
+
+void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
+  NUV_ERROR("Launch app[%s], isTimeOutError[%d] error", data.appId.c_str(), isTimeOutError);
+  nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kCallFailed));
+  CallUserCallback<nuv_launch_notify_cb>(
+      data.callback, data.appId.c_str(), NUV_NOTIFY_LAUNCH_FAILED, 0,
+      static_cast<int>(isTimeOutError == 1 ? NUV_LAUNCH_STATUS_TIMED_OUT : NUV_LAUNCH_STATUS_FAILED), data.userData);
+}
+
+}  // namespace
+
+CNUVGdbus* get_launcher_proxy() {
+  static ProcessLifetimeLink link("launcher", "litecorvane");
+  return link.get();
+}
+
+CNUVGdbus* UsableLauncherProxy() {
+  CNUVGdbus* link = get_launcher_proxy();
+  return link->GetProxy(launcher_introspection_xml, launcher_vtable) == 1 ? link : nullptr;
+}
+
+int nuv_launch_app_client(_NUV_LAUNCHER_DATA& data) {
+  const int32_t event = TakeLaunchEvent();
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR("get_launcher_proxy() error");
+    nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kNoLink));
+    return -1;
+  }
+  int isTimeOutError = 0;
+  if (SendLaunch(*link, data, event, &isTimeOutError)) {
+    NUV_MILESTONE("Call launch app [%s] success", data.appId.c_str());
+    return 0;
+  }
+  ReportFailedLaunch(data, isTimeOutError);
+  ForgetLaunchCallback(event);
+  return -1;
+}
+
+int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) {
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR("get_launcher_proxy() error");
+    return -1;
+  }
+  CallArguments arguments;
+  arguments.Number(type);
+  return ReportPlainCall(CallService(*link, "launch_systempopup", arguments));
+}
+
+int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* caller_id, int preload_type,
+                                const char* pt) {
+  NUV_INFO("send appexec kpi log with param");
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR("get_launcher_proxy() error");
+    return -1;
+  }
+  CallArguments arguments;
+  arguments.Number(log_type).Text(app_id).Text(caller_id == nullptr ? "" : caller_id).Number(preload_type).Text(pt);
+  return ReportPlainCall(CallService(*link, "send_appexec_kpi", arguments));
+}
+
+int nuv_get_android_app_status_client(const char* app_id, int& status) {
+  if (app_id == nullptr) {
+    NUV_ERROR(NUV_RED "in param is NULL" NUV_PLAIN);
+    return -1;
+  }
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
+    return -1;
+  }
+  CallArguments arguments;
+  arguments.Text(app_id);
+  const ServiceReply answer = CallService(*link, "get_android_app_status", arguments);
+  ReportMissingReply(answer);
+  GVariant* reply = answer.Of("(i)");
+  if (reply == nullptr) return -1;
+  g_variant_get(reply, "(i)", &status);
+  NUV_INFO("get_android_app_status,app id [%s],status:[%d].", app_id, status);
+  return 0;
+}
+
+int nuv_set_launch_fail(std::string text) {
+  if (vconf_set_str("rtc/litenuv/webapp/launch_fail", text.c_str()) == 0) return 0;
+  NUV_ERROR("set vconf of VCONF_WEBAPP_LAUNCHFAIL failed.");
+  return -1;
+}

@@ -1,0 +1,31 @@
+// Owners of the GLib handles that the library uses.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <memory>
+
+template <auto Release>
+struct HandleDeleter {
+  template <typename T>
+  void operator()(T* handle) const {
+    Release(handle);
+  }
+};
+
+template <typename T, auto Release>
+using Handle = std::unique_ptr<T, HandleDeleter<Release>>;
+
+using GVariantHandle = Handle<GVariant, g_variant_unref>;
+using GErrorHandle = Handle<GError, g_error_free>;
+using GConnectionHandle = Handle<GDBusConnection, g_object_unref>;
+using GInvocationHandle = Handle<GDBusMethodInvocation, g_object_unref>;
+using GNodeInfoHandle = Handle<GDBusNodeInfo, g_dbus_node_info_unref>;
+using GMainContextHandle = Handle<GMainContext, g_main_context_unref>;
+using GMainLoopHandle = Handle<GMainLoop, g_main_loop_unref>;
+using GTextHandle = Handle<char, g_free>;
+
+// A further reference to an object that somebody else owns.
+inline GConnectionHandle ShareConnection(GDBusConnection* connection) {
+  return GConnectionHandle(connection == nullptr ? nullptr : static_cast<GDBusConnection*>(g_object_ref(connection)));
+}

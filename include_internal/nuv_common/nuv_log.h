@@ -1,0 +1,23 @@
+// The library's log lines.
+#pragma once
+
+#include <nuv_platform/platform_log.h>
+
+#define NUV_LOG_TAG "NuvClient"
+
+// Colours are part of the message texts.
+#define NUV_RED "\033[0;31m"
+#define NUV_GREEN "\033[0;32m"
+#define NUV_YELLOW "\033[0;33m"
+#define NUV_PLAIN "\033[0;m"
+
+// The platform formats a line only when somebody wants it.
+#define NUV_LOG_LINE(buffer, priority, format, ...)                                                          \
+  __dlog_print((buffer), (priority), NUV_LOG_TAG, "%s: %s(%d) > " format, __FILE_NAME__, __func__, __LINE__, \
+               ##__VA_ARGS__)
+
+#define NUV_INFO(...) NUV_LOG_LINE(NUV_LOG_BUFFER_MAIN, NUV_LOG_PRIORITY_INFO, __VA_ARGS__)
+#define NUV_WARNING(...) NUV_LOG_LINE(NUV_LOG_BUFFER_MAIN, NUV_LOG_PRIORITY_WARNING, __VA_ARGS__)
+#define NUV_ERROR(...) NUV_LOG_LINE(NUV_LOG_BUFFER_MAIN, NUV_LOG_PRIORITY_ERROR, __VA_ARGS__)
+// A milestone goes to the platform's system log buffer.
+#define NUV_MILESTONE(...) NUV_LOG_LINE(NUV_LOG_BUFFER_SYSTEM, NUV_LOG_PRIORITY_INFO, __VA_ARGS__)

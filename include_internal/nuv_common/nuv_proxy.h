@@ -1,0 +1,158 @@
+// The library's link to the Nuv service.
+//
+// A link calls the service's methods synchronously over the system bus, and owns a client object on that bus, served by
+// a listener thread, through which the service sends results back.
+//
+// Locks of a link: m_proxyMutex is held while the link is made anew; m_monitorMutex by a listener for the whole of its
+// run; m_waitMutex belongs to the handshake of the two. m_stateMutex is a leaf: it guards every member that changes,
+// and no call of GLib and no log line is made under it.
+#pragma once
+
+#include <gio/gio.h>
+#include <nuv_common/nuv_handles.h>
+#include <pthread.h>
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// What a link's owner would receive through its callback; no event is ever made.
+struct _NUV_PROXY_ASYNC_EVENT {
+  std::string name;
+};
+
+struct ListenerRun;
+
+class CNUVGdbus {
+ public:
+  using AsyncCallback = void (*)(const _NUV_PROXY_ASYNC_EVENT&, void*);
+
+  // What one request needs to know of the link, taken at one moment: its object, its listener, its connection.
+  struct Endpoint {
+    GConnectionHandle connection;
+    std::string objectName;
+    int32_t listenerId = 0;
+  };
+
+  // name: the link's own kind, such as "launcher"; server: short name of the service, such as "litecorvane".
+  CNUVGdbus(const std::string& name, const std::string& server, AsyncCallback callback, void* userData);
+  ~CNUVGdbus();
+  CNUVGdbus(const CNUVGdbus&) = delete;
+  CNUVGdbus& operator=(const CNUVGdbus&) = delete;
+
+  // Makes sure that the link is usable: 1 usable, 0 not. Blocks up to 10 s for a probe of the service, and in a first
+  // call up to 10 s for the listener. Always called with the same document and table for a given link.
+  int GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable);
+
+  // One synchronous call: 1 success, 0 failure. parameters may be null and is consumed when floating. *reply, where
+  // the call succeeded, is a reference that the caller releases. isTimeOutError may be null; it is set to 1 when the
+  // call ran out of time and left alone otherwise.
+  int MethodCall(std::string method, GVariant* parameters, GVariant** reply, int timeoutMs, int* isTimeOutError);
+
+  // The same on the endpoint's own connection, so that a request never travels over another connection than the one
+  // whose listener it names.
+  int MethodCall(const Endpoint& endpoint, const std::string& method, GVariant* parameters, GVariant** reply,
+                 int timeoutMs, int* isTimeOutError);
+
+  // Takes the link down; the next GetProxy() starts afresh.
+  void GiveProxy();
+
+  Endpoint CurrentEndpoint() const;
+
+  // The listener's thread id in the one form in which it is sent, printed and compared: its low 32 bits.
+  int32_t ListenerId() const;
+
+  // What the destructor does: gives the client object back. For links that live until the process ends.
+  void ReleaseClientObject();
+
+  // The listener thread, its handlers, and its end.
+  static void* m_Monitor(void* instance);
+  static void m_OnbusAcquired(GDBusConnection* connection, const char* name, void* instance);
+  static void m_OnnameAcquired(GDBusConnection* connection, const char* name, void* instance);
+  void m_DestroyMessageMonitor();
+
+ private:
+  friend class LinkProbe;  // white-box tests
+
+  // What a listener holds on the bus, moved out of the link before it is given back.
+  struct ListenerHandles {
+    GMainLoopHandle mainLoop;
+    unsigned int ownerId = 0;
+    GNodeInfoHandle nodeInfo;
+    unsigned int registrationId = 0;
+    GConnectionHandle ownConnection;
+    pthread_t thread = 0;
+
+    void GiveBack();
+  };
+
+  bool ProbeService();
+  int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable);
+  bool Connect();
+  bool StartListener();
+  bool CreateListenerThread();
+  void WaitForListener();
+  void RetireListener();
+  unsigned int Generation() const;
+  std::shared_ptr<ListenerRun> CurrentRun() const;
+
+  void RunListener(const std::shared_ptr<ListenerRun>& run);
+  bool ParseIntrospection();
+  void OwnName(ListenerRun& run);
+  void RunLoop(ListenerRun& run);
+  bool RegisterObject(GDBusConnection* connection);
+  void WakeCreator();
+  std::shared_ptr<ListenerRun> JoinAsListener();
+  ListenerHandles TakeListenerHandles();
+  bool OnObsoleteListener() const;
+
+  pthread_t m_thread;         // the listener; 0 when none runs
+  std::string m_processName;  // executable of this process
+  std::string m_objectName;   // "obj" and the process id
+  std::map<int32_t, _NUV_PROXY_ASYNC_EVENT> m_asyncEventMap;
+  AsyncCallback m_asyncCallback;
+  void* m_userData;
+  std::string m_introspectionXml;
+  std::atomic<bool> m_proxyCreated;
+  std::string m_name;
+  std::string m_server;
+  int32_t m_waitFlag;  // 1 until a listener has registered its object, then 0 for good
+  GMainLoopHandle m_mainLoop;
+  unsigned int m_registrationId;
+  unsigned int m_ownerId;
+  GNodeInfoHandle m_nodeInfo;
+  GDBusInterfaceVTable m_vtable;
+  GConnectionHandle m_connection;
+  GConnectionHandle m_ownConnection;  // the connection that the client object is registered on
+  // The handshake's mutex and condition live as long as the link: a listener may be later than its creator's wait.
+  pthread_mutex_t m_waitMutex;
+  pthread_cond_t m_waitCond;
+  pthread_mutex_t m_monitorMutex;
+  pthread_mutex_t m_proxyMutex;
+
+  mutable std::mutex m_stateMutex;
+  std::shared_ptr<ListenerRun> m_run;       // the current listener's
+  unsigned int m_generation = 0;            // counts the connections made
+  std::vector<pthread_t> m_retiredThreads;  // listeners of earlier connections, not yet joined; under m_proxyMutex
+};
+
+// Executable path of the calling process; empty when it cannot be read.
+std::string getProcessName();
+
+// A link that is made on first use and lives until the process ends. At exit it gives its client object back, but
+// nothing that its listener may still touch is destroyed.
+class ProcessLifetimeLink {
+ public:
+  ProcessLifetimeLink(const char* name, const char* server);
+  ~ProcessLifetimeLink();
+
+  CNUVGdbus* get() { return m_link; }
+
+ private:
+  CNUVGdbus* m_link;
+};

@@ -1,0 +1,25 @@
+// The edge between the library and a caller's callback.
+#pragma once
+
+#include <cxxabi.h>
+#include <nuv/nuv_launcher_api.h>
+#include <nuv_common/nuv_log.h>
+
+#include <cstdint>
+#include <exception>
+
+// Calls a callback of the given type, unless it is null. What it throws ends here, in the log; only the unwinding of a
+// thread that ends goes on.
+template <typename Callback, typename... Arguments>
+void CallUserCallback(uintptr_t callback, Arguments... arguments) {
+  if (callback == 0) return;
+  try {
+    reinterpret_cast<Callback>(callback)(arguments...);
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (const std::exception& error) {
+    NUV_ERROR("a callback threw: %s", error.what());
+  } catch (...) {
+    NUV_ERROR("a callback threw");
+  }
+}

@@ -1,0 +1,21 @@
+// Who hears the outcome of which launch.
+#pragma once
+
+#include <cstdint>
+
+struct nuv_launcher_user_callback {
+  uintptr_t callback = 0;
+  void* userData = nullptr;
+};
+
+// The next event number; no two requests get the same.
+int32_t TakeLaunchEvent();
+
+// Keeps a callback under its event number, in place of any that is there.
+void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback);
+
+void ForgetLaunchCallback(int32_t event);
+
+// The callback of an event number. An unknown number gets an entry without a callback. The entry stays: one request may
+// hear several events.
+nuv_launcher_user_callback FindLaunchCallback(int32_t event);

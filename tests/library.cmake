@@ -1,0 +1,13 @@
+# White-box tests: the library's own objects, with the platform calls put in front by the test.
+add_library(nuv_white_box STATIC
+  support/fake_platform.cpp
+  support/recording_service.cpp)
+target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>
+  nuv_test_support PRIVATE nuv_build_flags)
+
+function(nuv_add_white_box_test name)
+  nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuv_white_box ${ARGN})
+endfunction()
+
+nuv_add_white_box_test(nuv_payload_caller_id_test)
+nuv_add_white_box_test(nuv_launcher_api_test)

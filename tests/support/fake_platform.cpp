@@ -1,0 +1,198 @@
+#include "fake_platform.h"
+
+#include <nuv_platform/platform_app_control.h>
+#include <nuv_platform/platform_aul.h>
+#include <nuv_platform/platform_log.h>
+#include <nuv_platform/platform_resource.h>
+#include <nuv_platform/platform_settings.h>
+#include <nuv_platform/platform_trace.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+struct app_control_s {
+  std::string app_id;
+};
+
+namespace {
+
+struct State {
+  std::mutex mutex;
+  std::vector<std::string> effects;
+  std::vector<fake_platform::LogLine> log;
+  std::function<void(const std::string&)> hook;
+  bool log_as_effects = false;
+  std::atomic<bool> settings_fail{false};
+  std::atomic<bool> common_ui_runs{false};
+};
+
+// The library's listener may still log while the test process exits.
+State& Get() {
+  static State& state = *new State;
+  return state;
+}
+
+}  // namespace
+
+namespace fake_platform {
+
+std::vector<std::string> Effects() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().effects;
+}
+
+void AddEffect(const std::string& effect) {
+  std::function<void(const std::string&)> hook;
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().effects.push_back(effect);
+    hook = Get().hook;
+  }
+  if (hook) hook(effect);
+}
+
+std::vector<LogLine> Log() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().log;
+}
+
+int LogPriority(const std::string& text) {
+  int priority = -1;
+  for (const LogLine& line : Log()) {
+    if (line.text == text) priority = line.priority;
+  }
+  return priority;
+}
+
+bool Logged(const std::string& text) {
+  return LogPriority(text) != -1;
+}
+
+void Clear() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().effects.clear();
+  Get().log.clear();
+}
+
+void LogAsEffects(bool on) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().log_as_effects = on;
+}
+
+void LetSettingsFail(bool fail) {
+  Get().settings_fail = fail;
+}
+
+void SetCommonUiRunning(bool running) {
+  Get().common_ui_runs = running;
+}
+
+void OnEffect(std::function<void(const std::string&)> hook) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().hook = std::move(hook);
+}
+
+}  // namespace fake_platform
+
+using fake_platform::AddEffect;
+
+int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  char* line = nullptr;
+  const int length = vasprintf(&line, format, arguments);
+  va_end(arguments);
+  const std::string whole(line, length);
+  free(line);
+  const size_t end = whole.find(" > ");
+  const fake_platform::LogLine entry{buffer, priority, end == std::string::npos ? whole : whole.substr(end + 3),
+                                     std::string(tag) + " " + whole.substr(0, end)};
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().log.push_back(entry);
+  if (Get().log_as_effects) Get().effects.push_back("log " + std::to_string(priority) + " " + entry.text);
+  return length;
+}
+
+int vconf_get_int(const char*, int*) {
+  return -1;
+}
+
+int vconf_set_str(const char* key, const char* value) {
+  AddEffect(std::string("vconf ") + key + "=" + value);
+  return Get().settings_fail ? -1 : 0;
+}
+
+int resource_set_cpu_inheritance(int tid, const char* destination, int priority) {
+  AddEffect("cpu set " + std::string(tid == gettid() ? "self" : "other") + " " + destination + " " +
+            std::to_string(priority));
+  return 0;
+}
+
+int resource_clear_cpu_inheritance(int tid, const char* destination) {
+  AddEffect("cpu clear " + std::string(tid == gettid() ? "self" : "other") + " " + destination);
+  return 0;
+}
+
+void trace_begin(const char* text) {
+  AddEffect(std::string("trace_begin ") + text);
+}
+void trace_end() {
+  AddEffect("trace_end");
+}
+
+extern "C" int prctl(int option, ...) {
+  va_list list;
+  va_start(list, option);
+  unsigned long a[4];
+  for (unsigned long& value : a) value = va_arg(list, unsigned long);
+  va_end(list);
+  if (option == NUV_PRCTL_TRACE_MARKER) {
+    AddEffect("marker " + std::to_string(a[1]) + " " + reinterpret_cast<const char*>(a[0]));
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_prctl, option, a[0], a[1], a[2], a[3]));
+}
+
+int aul_app_is_running(const char* app_id) {
+  AddEffect(std::string("running? ") + app_id);
+  return Get().common_ui_runs ? 1 : 0;
+}
+
+int app_control_create(app_control_h* request) {
+  *request = new app_control_s;
+  return 0;
+}
+
+int app_control_destroy(app_control_h request) {
+  AddEffect("app_control destroyed");
+  delete request;
+  return 0;
+}
+
+int app_control_set_app_id(app_control_h request, const char* value) {
+  request->app_id = value;
+  return 0;
+}
+
+int app_control_set_operation(app_control_h, const char* value) {
+  AddEffect(std::string("operation ") + value);
+  return 0;
+}
+
+int app_control_add_extra_data(app_control_h, const char* key, const char* value) {
+  if (value == nullptr) return -1;
+  AddEffect(std::string("extra ") + key + "=" + value);
+  return 0;
+}
+
+int app_control_send_launch_request(app_control_h request, app_control_reply_cb, void*) {
+  AddEffect("launch request " + request->app_id);
+  return 0;
+}

@@ -1,0 +1,32 @@
+// The platform calls, put in front of the real ones: they record what reaches them, in order.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace fake_platform {
+
+struct LogLine {
+  int buffer;
+  int priority;
+  std::string text;  // without the "file: function(line) > " in front
+  std::string prefix;
+};
+
+// Everything but log lines, as short texts: "cpu set", "marker ...", "trace_begin ...", "vconf key=value" ...
+std::vector<std::string> Effects();
+void AddEffect(const std::string& effect);
+std::vector<LogLine> Log();
+bool Logged(const std::string& text);
+int LogPriority(const std::string& text);  // of the last line with that text; -1 when there is none
+void Clear();
+
+// Log lines become effects, too ("log 6 text").
+void LogAsEffects(bool on);
+void LetSettingsFail(bool fail);
+void SetCommonUiRunning(bool running);
+// Called by each platform call that is not a log line, with its effect.
+void OnEffect(std::function<void(const std::string&)> hook);
+
+}  // namespace fake_platform
