@@ -1,6 +1,7 @@
 # White-box tests: the library's own objects, with the platform calls put in front by the test.
 add_library(nuv_white_box STATIC
   support/fake_platform.cpp
+  support/faults.cpp
   support/recording_service.cpp)
 target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>
   nuv_test_support PRIVATE nuv_build_flags)
@@ -11,3 +12,8 @@ endfunction()
 
 nuv_add_white_box_test(nuv_payload_caller_id_test)
 nuv_add_white_box_test(nuv_launcher_api_test)
+nuv_add_white_box_test(nuv_litecorvane_process_test)
+nuv_add_white_box_test(nuv_proxy_test)
+nuv_add_white_box_test(nuv_launch_request_test)
+nuv_add_white_box_test(nuv_launch_result_test)
+nuv_add_white_box_test(nuv_service_call_test)

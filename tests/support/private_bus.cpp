@@ -13,8 +13,9 @@ std::string DaemonConfig(const std::string& address, const std::string& policy, 
   std::string text =
       "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\""
       " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-      "<busconfig><type>system</type><listen>" +
-      address + "</listen><auth>EXTERNAL</auth>\n";
+      "<busconfig><type>" +
+      std::string(service_dir.empty() ? "system" : "session") + "</type><listen>" + address +
+      "</listen><auth>EXTERNAL</auth>\n";
   if (!service_dir.empty()) text += "<servicedir>" + service_dir + "</servicedir>\n";
   text +=
       "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"

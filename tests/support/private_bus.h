@@ -10,7 +10,8 @@
 class PrivateBus {
  public:
   // Starts the daemon and points DBUS_SYSTEM_BUS_ADDRESS at it. The policy, in the daemon's own XML, is added to one
-  // that allows everything; service_dir, where given, holds activation files.
+  // that allows everything; service_dir, where given, holds activation files, and the daemon starts their programs by
+  // itself, as a session bus does.
   explicit PrivateBus(const std::string& policy = "", const std::string& service_dir = "");
 
   const std::string& address() const { return address_; }

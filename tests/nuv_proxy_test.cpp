@@ -1,0 +1,433 @@
+// The link to the service: how it is made, probed, used and given back.
+#include <libintl.h>
+#include <locale.h>
+#include <nuv_common/nuv_proxy.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include "faults.h"
+#include "launch_test.h"
+#include "nuv_launcher_api/nuv_launcher_client.h"
+
+namespace {
+
+using ::testing::Test;
+
+constexpr int kShortMs = 150;
+
+class LinkTest : public LaunchTest {
+ protected:
+  int Get() { return link().GetProxy(launcher_introspection_xml, launcher_vtable); }
+  static CNUVGdbus& link() { return *get_launcher_proxy(); }
+  size_t Heartbeats() const { return service_->CallsOf("heartbeat").size(); }
+
+  int Call(const std::string& method, int* timed_out = nullptr) {
+    GVariant* reply = nullptr;
+    const int result = link().MethodCall(method, nullptr, &reply, kShortMs, timed_out);
+    const GVariantHandle released(reply);
+    return result;
+  }
+};
+
+std::vector<std::string> MainLog(bool (*wanted)(const std::string&)) {
+  std::vector<std::string> texts;
+  for (const fake_platform::LogLine& line : fake_platform::Log()) {
+    if (wanted(line.prefix)) texts.push_back(line.text);
+  }
+  return texts;
+}
+
+TEST_F(LinkTest, SaysWhatItDoesWhileItIsMade) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  const auto log = MainLog([](const std::string& prefix) {
+    return prefix.find("nuv_proxy.cpp") != std::string::npos && prefix.find("getProcessName") == std::string::npos;
+  });
+  const std::vector<std::string> expected = {"CNUVGdbus [launcher] constructor.",
+                                             "CNUVGdbus [launcher] constructor end",
+                                             "Start",
+                                             "getting gdus connection.",
+                                             "got gdus connection success",
+                                             "getpid " + std::to_string(getpid()),
+                                             "create Begin.",
+                                             "create End.",
+                                             "wait for create monitor success(10s timeout)",
+                                             "take try Begin.",
+                                             "TAKE_TRY timedwait start.",
+                                             "TAKE_TRY timedwait end.",
+                                             "take try End.",
+                                             "create monitor success",
+                                             "destroy Begin.",
+                                             "destroy End.",
+                                             "End"};
+  EXPECT_EQ(expected, log);
+}
+
+TEST_F(LinkTest, ItsListenerSaysWhatItDoes) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  const std::string object = "obj" + std::to_string(getpid());
+  const std::string name = "org.kelvo.tv.corvane.launcherclient." + object;
+  ASSERT_TRUE(WaitUntil([&] { return fake_platform::Logged("on name acquired! " + name); }));
+  auto log = MainLog([](const std::string& prefix) { return prefix.find("nuv_listener.cpp") != std::string::npos; });
+  log.erase(
+      std::remove_if(log.begin(), log.end(),
+                     [](const std::string& line) { return line.find("acquired! connection") != std::string::npos; }),
+      log.end());
+  const std::vector<std::string> expected = {"Creating monitor " + object + ".",
+                                             "owning name " + name + ".",
+                                             "onbus acquired! " + name,
+                                             "server is [litecorvane], client is [launcher]",
+                                             "register object succeed,Created monitor!",
+                                             "give Begin.",
+                                             "give cond_signal start.",
+                                             "give cond_signal end.",
+                                             "give End.",
+                                             "on name acquired! " + name};
+  EXPECT_EQ(expected, log);
+}
+
+TEST_F(LinkTest, OwnsItsClientName) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  EXPECT_TRUE(bus_.WaitForName("org.kelvo.tv.corvane.launcherclient.obj" + std::to_string(getpid())));
+}
+
+TEST_F(LinkTest, ProbesTheServiceOnEveryLaterCall) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  EXPECT_EQ(0u, Heartbeats());
+  ASSERT_EQ(1, Get());
+  ASSERT_EQ(1, Get());
+  EXPECT_EQ(2u, Heartbeats());
+  EXPECT_EQ(4, fake_platform::LogPriority("Gdbus proxy has been created"));
+  const RecordedCall probe = service_->CallsOf("heartbeat").front();
+  EXPECT_EQ("org.kelvo.tv.litecorvane.server", probe.destination);
+  EXPECT_EQ("/org/kelvo/tv/litecorvane/server", probe.path);
+  EXPECT_EQ("org.kelvo.tv.litecorvane.server.interface", probe.interface);
+  EXPECT_EQ("", probe.Text());
+}
+
+TEST_F(LinkTest, WithoutHeartbeatStaysUsableWhileItsConnectionIsOpen) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  const int32_t listener = link().ListenerId();
+  service_->AnswerTo("heartbeat", {RecordingService::Answer::kError, "tired"});
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(4, fake_platform::LogPriority("g_dbus connection is not closed"));
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(1u, Heartbeats());
+  EXPECT_EQ(listener, link().ListenerId());
+  EXPECT_EQ(1, Call("anything"));
+}
+
+TEST_F(LinkTest, IsUsableWithoutAnyService) {
+  ASSERT_EQ(1, Get());
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(0, Call("anything"));
+}
+
+TEST_F(LinkTest, IsUnusableWithoutBus) {
+  bus_.Kill();
+  EXPECT_EQ(0, Get());
+  const auto log = fake_platform::Log();
+  EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
+    return line.priority == 6 && line.text.rfind("get sync system bus error ", 0) == 0 &&
+           line.text.find(", detail[message:") != std::string::npos && line.text.find(", code:") != std::string::npos;
+  }));
+  bus_.Start();
+  StartService();
+  EXPECT_EQ(1, Get());
+}
+
+TEST_F(LinkTest, IsUnusableWhenTheBusGivesNeitherConnectionNorError) {
+  faults::bus_get_fails_without_error = true;
+  EXPECT_EQ(0, Get());
+  EXPECT_EQ(6, fake_platform::LogPriority("get sync system bus pConnection == NULL"));
+  faults::bus_get_fails_without_error = false;
+  EXPECT_EQ(1, Get());
+}
+
+TEST_F(LinkTest, IsGivenBackWhenItsListenerCannotStart) {
+  // GLib's own threads are there already.
+  const GConnectionHandle shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+  ASSERT_NE(nullptr, shared);
+  faults::pthread_create_fails = true;
+  EXPECT_EQ(0, Get());
+  faults::pthread_create_fails = false;
+  const auto log = MainLog([](const std::string& prefix) { return prefix.find("nuv_proxy.cpp") != std::string::npos; });
+  const auto failed = std::find(log.begin(), log.end(), "failed to create thread");
+  ASSERT_NE(log.end(), failed);
+  const std::vector<std::string> after(failed, log.end());
+  const std::vector<std::string> expected = {
+      "failed to create thread", "Start",       "release the nuv api gdbus connection.", "End",
+      "destroy Begin.",          "destroy End."};
+  EXPECT_EQ(expected, after);
+  EXPECT_EQ(6, fake_platform::LogPriority("release the nuv api gdbus connection."));
+  EXPECT_TRUE(fake_platform::Logged("Destroy Message Monitor"));
+  EXPECT_EQ(0, Call("anything"));
+  EXPECT_EQ(6, fake_platform::LogPriority("connection is NULL"));
+  StartService();
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(1, Call("anything"));
+}
+
+TEST_F(LinkTest, StartsAfreshAfterItWasGivenBack) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  const std::string name = "org.kelvo.tv.corvane.launcherclient.obj" + std::to_string(getpid());
+  ASSERT_TRUE(bus_.WaitForName(name));
+  link().GiveProxy();
+  EXPECT_TRUE(WaitUntil([&] { return !bus_.NameHasOwner(name); }));
+  EXPECT_EQ(0, link().ListenerId());
+  EXPECT_EQ(0, Call("anything"));
+  ASSERT_EQ(1, Get());
+  EXPECT_EQ(0u, Heartbeats());
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  ASSERT_TRUE(service_->SendResult(service_->Launches().front(), {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+TEST_F(LinkTest, CanBeGivenBackTwice) {
+  ASSERT_EQ(1, Get());
+  link().GiveProxy();
+  link().GiveProxy();
+  EXPECT_EQ(1, Get());
+}
+
+TEST_F(LinkTest, WaitsTenSecondsForAListenerThatCannotRegisterAndThenGoesOn) {
+  StartService();
+  // Somebody in the process has an object with that interface at the client's path already.
+  const std::string object = "obj" + std::to_string(getpid());
+  GError* error = nullptr;
+  const GConnectionHandle shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
+  ASSERT_NE(nullptr, shared);
+  std::string document = launcher_introspection_xml;
+  document.replace(document.find("%s"), 2, object);
+  const GNodeInfoHandle info(g_dbus_node_info_new_for_xml(document.c_str(), nullptr));
+  const GDBusInterfaceVTable table = {nullptr, nullptr, nullptr, {}};
+  ASSERT_NE(0u,
+            g_dbus_connection_register_object(shared.get(), ("/org/kelvo/tv/corvane/launcherclient/" + object).c_str(),
+                                              info->interfaces[0], &table, nullptr, nullptr, nullptr));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(9900));
+  EXPECT_LE(waited, std::chrono::milliseconds(11500));
+  EXPECT_EQ(1u, service_->Launches().size());
+  const auto log = fake_platform::Log();
+  EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
+    return line.priority == 6 && line.text.rfind("register object error ", 0) == 0;
+  }));
+}
+
+TEST_F(LinkTest, WaitsTenSecondsForARegistrationWithoutIdAndThenGoesOn) {
+  faults::register_object_returns_zero = true;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(1, Get());
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(9900));
+  EXPECT_EQ(6, fake_platform::LogPriority("register id error"));
+}
+
+TEST_F(LinkTest, WaitsTenSecondsForAListenerWithoutContextAndThenGoesOn) {
+  // The connection is there already, so that only the listener asks for a context.
+  const GConnectionHandle shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+  ASSERT_NE(nullptr, shared);
+  faults::main_context_new_fails = true;
+  EXPECT_EQ(1, Get());
+  faults::main_context_new_fails = false;
+  EXPECT_EQ(6, fake_platform::LogPriority("context == NULL"));
+}
+
+TEST_F(LinkTest, ADocumentThatIsNoXmlEndsTheListenerQuietly) {
+  StartService();
+  CNUVGdbus& other = *new CNUVGdbus("launcher", "litecorvane", nullptr, nullptr);
+  EXPECT_EQ(1, other.GetProxy("<node>  <interface name='broken", launcher_vtable));
+  const auto log = fake_platform::Log();
+  EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
+    return line.priority == 6 && line.text.rfind("error return ", 0) == 0;
+  }));
+}
+
+TEST_F(LinkTest, LateListenerHarmsNobody) {
+  StartService();
+  bus_.Pause();
+  std::thread resume([this] {
+    // The listener's connection answers only after the creator has stopped waiting.
+    std::this_thread::sleep_for(std::chrono::seconds(11));
+    bus_.Resume();
+  });
+  EXPECT_EQ(1, Get());
+  resume.join();
+  ASSERT_EQ(1, Get());
+  EXPECT_TRUE(bus_.WaitForName("org.kelvo.tv.corvane.launcherclient.obj" + std::to_string(getpid())));
+}
+
+TEST_F(LinkTest, IsMadeOnceByTwoThreadsAndProbedFromThenOn) {
+  StartService();
+  std::vector<std::thread> threads;
+  std::atomic<int> usable{0};
+  for (int i = 0; i < 8; ++i) threads.emplace_back([&] { usable += Get(); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(8, usable);
+  const auto log = fake_platform::Log();
+  EXPECT_EQ(1, std::count_if(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
+              return line.text == "getting gdus connection.";
+            }));
+  const size_t before = Heartbeats();
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(before + 1, Heartbeats());
+}
+
+TEST_F(LinkTest, StartsTheServiceForAllMethodsButThree) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  for (const char* method : {"heartbeat", "notify_app_launch_status", "notify_special_app", "launch_app",
+                             "notify_special_app2", "Heartbeat"}) {
+    EXPECT_EQ(1, Call(method)) << method;
+  }
+  std::vector<std::string> without;
+  for (const RecordedCall& call : service_->Calls()) {
+    if (call.no_auto_start) without.push_back(call.method);
+  }
+  EXPECT_EQ((std::vector<std::string>{"heartbeat", "notify_app_launch_status", "notify_special_app"}), without);
+  EXPECT_EQ(4, fake_platform::LogPriority("set G_DBUS_CALL_FLAGS_NO_AUTO_START to[heartbeat]"));
+  EXPECT_FALSE(fake_platform::Logged("set G_DBUS_CALL_FLAGS_NO_AUTO_START to[launch_app]"));
+}
+
+TEST_F(LinkTest, TellsATimedOutCallFromOtherErrors) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  service_->AnswerTo("silent", {RecordingService::Answer::kSilence, ""});
+  service_->AnswerTo("refused", {RecordingService::Answer::kError, "no"});
+  int timed_out = 0;
+  EXPECT_EQ(0, Call("refused", &timed_out));
+  EXPECT_EQ(0, timed_out);
+  EXPECT_FALSE(fake_platform::Logged("gdbus timeout"));
+  EXPECT_EQ(0, Call("silent", &timed_out));
+  EXPECT_EQ(1, timed_out);
+  EXPECT_EQ(6, fake_platform::LogPriority("gdbus timeout"));
+  EXPECT_EQ(0, Call("silent"));
+  timed_out = 7;
+  EXPECT_EQ(1, Call("answered", &timed_out));
+  EXPECT_EQ(7, timed_out);
+}
+
+TEST_F(LinkTest, LogsAFailedCall) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  service_->AnswerTo("refused", {RecordingService::Answer::kError, "no"});
+  EXPECT_EQ(0, Call("refused"));
+  EXPECT_EQ(4, fake_platform::LogPriority("obj obj" + std::to_string(getpid()) + " , method call refused"));
+  EXPECT_EQ(4, fake_platform::LogPriority("method call end"));
+
+  EXPECT_EQ(6, fake_platform::LogPriority(
+                   "method call false.org.gtk.GDBus.UnmappedGError.Quark._g_2dio_2derror_2dquark.Code36, "
+                   "detail[message:GDBus.Error:org.kelvo.Error.Refused: no, code:36] "));
+}
+
+// A message catalogue with one message, in the form that gettext reads.
+std::string Catalogue(const std::string& original, const std::string& translation) {
+  const std::string header = "Content-Type: text/plain; charset=UTF-8\n";
+  const uint32_t strings = 28 + 4 * 8;
+  const std::string pool = std::string(1, '\0') + original + '\0' + header + '\0' + translation + '\0';
+  const auto at = [&](size_t offset) { return static_cast<uint32_t>(strings + offset); };
+  const uint32_t words[] = {0x950412de,
+                            0,
+                            2,
+                            28,
+                            28 + 2 * 8,
+                            0,
+                            0,
+                            0,
+                            at(0),
+                            static_cast<uint32_t>(original.size()),
+                            at(1),
+                            static_cast<uint32_t>(header.size()),
+                            at(2 + original.size()),
+                            static_cast<uint32_t>(translation.size()),
+                            at(3 + original.size() + header.size())};
+  return std::string(reinterpret_cast<const char*>(words), sizeof words) + pool;
+}
+
+TEST_F(LinkTest, RecognisesATimedOutCallInEveryLocale) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  TempDir directory;
+  mkdir((directory / "xx").c_str(), 0700);
+  mkdir((directory / "xx/LC_MESSAGES").c_str(), 0700);
+  WriteFile(directory / "xx/LC_MESSAGES/glib20.mo", Catalogue("Timeout was reached", "Das dauerte zu lange"));
+  setenv("LANGUAGE", "xx", 1);
+  ASSERT_NE(nullptr, setlocale(LC_ALL, "C.UTF-8"));
+  bindtextdomain("glib20", directory.path().c_str());
+  ASSERT_STREQ("Das dauerte zu lange", dgettext("glib20", "Timeout was reached"));
+  service_->AnswerTo("silent", {RecordingService::Answer::kSilence, ""});
+  int timed_out = 0;
+  EXPECT_EQ(0, Call("silent", &timed_out));
+  EXPECT_EQ(1, timed_out);
+}
+
+TEST_F(LinkTest, NamesTheProcessByItsExecutable) {
+  char path[1024] = {};
+  ASSERT_GT(readlink("/proc/self/exe", path, sizeof path - 1), 0);
+  EXPECT_EQ(path, getProcessName());
+  EXPECT_EQ(4, fake_platform::LogPriority("the path name is " + std::string(path) + "."));
+}
+
+TEST_F(LinkTest, HandlersWithoutALinkOnlyLog) {
+  EXPECT_EQ(nullptr, CNUVGdbus::m_Monitor(nullptr));
+  EXPECT_EQ(6, fake_platform::LogPriority("pInstance == NULL"));
+  CNUVGdbus::m_OnbusAcquired(nullptr, "name", nullptr);
+  EXPECT_EQ(6, fake_platform::LogPriority("NULL == pInstance"));
+}
+
+TEST_F(LinkTest, ConsumesTheParametersOfACallThatCannotBeMade) {
+  GVariant* parameters = g_variant_ref_sink(g_variant_new("(s)", "kept by the test"));
+  GVariant* reply = nullptr;
+  EXPECT_EQ(0, link().MethodCall("anything", g_variant_new("(s)", "floating"), &reply, kShortMs, nullptr));
+  EXPECT_EQ(0, link().MethodCall("anything", parameters, &reply, kShortMs, nullptr));
+  EXPECT_EQ(nullptr, reply);
+  g_variant_unref(parameters);
+}
+
+TEST_F(LinkTest, GivesItsObjectBackWhenItIsDestroyed) {
+  StartService();
+  auto* other = new CNUVGdbus("launcher", "litecorvane", nullptr, nullptr);
+  ASSERT_EQ(1, other->GetProxy(launcher_introspection_xml, launcher_vtable));
+  other->ReleaseClientObject();
+  EXPECT_EQ(4, fake_platform::LogPriority("CNUVGdbus [launcher] destructor..."));
+  EXPECT_EQ(4, fake_platform::LogPriority("CNUVGdbus [launcher] destructor end"));
+  GError* error = nullptr;
+  EXPECT_EQ(nullptr,
+            service_->CallClient("obj" + std::to_string(getpid()), "check_dbus_connection", nullptr, 2000, &error));
+  ASSERT_NE(nullptr, error);
+  EXPECT_TRUE(g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD)) << error->message;
+  g_error_free(error);
+}
+
+TEST_F(LinkTest, IsStartedOnDemandOnlyByMethodsThatMayDoSo) {
+  TempDir services;
+  const std::string marker = services / "started";
+  WriteFile(services / "start.sh", "#!/bin/sh\ntouch " + marker + "\nexit 1\n");
+  chmod((services / "start.sh").c_str(), 0700);
+  WriteFile(services / "org.kelvo.tv.litecorvane.server.service",
+            "[D-BUS Service]\nName=org.kelvo.tv.litecorvane.server\nExec=" + (services / "start.sh") + "\n");
+  const PrivateBus starting_bus("", services.path());
+  const auto started = [&] { return access(marker.c_str(), F_OK) == 0; };
+  ASSERT_EQ(1, Get());
+  for (const char* method : {"heartbeat", "notify_app_launch_status", "notify_special_app"}) {
+    EXPECT_EQ(0, Call(method)) << method;
+  }
+  EXPECT_FALSE(started());
+  EXPECT_EQ(0, Call("launch_app"));
+  EXPECT_TRUE(WaitUntil(started));
+}
+
+}  // namespace

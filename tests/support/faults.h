@@ -1,0 +1,11 @@
+// System and library calls that a test lets fail.
+#pragma once
+
+namespace faults {
+
+extern bool pthread_create_fails;
+extern bool bus_get_fails_without_error;
+extern bool main_context_new_fails;
+extern bool register_object_returns_zero;
+
+}  // namespace faults
