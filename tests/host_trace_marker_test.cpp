@@ -13,6 +13,7 @@ namespace {
 
 using nuv::host::TraceMarker;
 
+// A marker keeps its file for the life of the process, so the tests have static ones.
 class HostTraceMarkerTest : public testing::Test {
  protected:
   std::string Pid() const { return std::to_string(getpid()); }
@@ -24,7 +25,7 @@ class HostTraceMarkerTest : public testing::Test {
 
 TEST_F(HostTraceMarkerTest, WritesSpansToTheFirstFileThatIsThere) {
   WriteFile(present_, "");
-  TraceMarker marker(absent_.c_str(), present_.c_str());
+  static TraceMarker marker(absent_.c_str(), present_.c_str());
   errno = ENOTDIR;
   marker.Begin("[BEGIN]Start: app id:[a]");
   EXPECT_EQ(errno, ENOTDIR);
@@ -35,7 +36,7 @@ TEST_F(HostTraceMarkerTest, WritesSpansToTheFirstFileThatIsThere) {
 
 TEST_F(HostTraceMarkerTest, KeepsASpanInOneLineOfTheKernelsLength) {
   WriteFile(present_, "");
-  TraceMarker marker(present_.c_str(), absent_.c_str());
+  static TraceMarker marker(present_.c_str(), absent_.c_str());
   marker.Begin(("a\nb" + std::string(5000, 'x')).c_str());
   const std::string written = ReadFile(present_);
   EXPECT_EQ(written.size(), 1024u);
@@ -43,7 +44,7 @@ TEST_F(HostTraceMarkerTest, KeepsASpanInOneLineOfTheKernelsLength) {
 }
 
 TEST_F(HostTraceMarkerTest, MakesNoFileAndLooksOnlyOnce) {
-  TraceMarker marker(absent_.c_str(), absent_.c_str());
+  static TraceMarker marker(absent_.c_str(), absent_.c_str());
   marker.Begin("x");
   EXPECT_NE(access(absent_.c_str(), F_OK), 0);
   WriteFile(absent_, "");
@@ -54,7 +55,7 @@ TEST_F(HostTraceMarkerTest, MakesNoFileAndLooksOnlyOnce) {
 
 TEST_F(HostTraceMarkerTest, TakesAMissingText) {
   WriteFile(present_, "");
-  TraceMarker marker(present_.c_str(), absent_.c_str());
+  static TraceMarker marker(present_.c_str(), absent_.c_str());
   marker.Begin(nullptr);
   EXPECT_EQ(ReadFile(present_), "B|" + Pid() + "|");
 }
