@@ -17,7 +17,7 @@ typedef struct {
   const char* appid;
 } aul_app_info;
 
-/* Called once per running application; a negative answer stops the iteration. */
+/* Called once per running application; a negative answer stops the iteration. It may call these functions again. */
 typedef int (*aul_app_info_iter_fn)(const aul_app_info* info, void* data);
 
 /* Non-zero when the application runs. */

@@ -1,4 +1,4 @@
-/* Settings store. */
+/* Settings store. A key is a relative path of names: empty names, "." and ".." are refused. */
 #ifndef NUV_PLATFORM_SETTINGS_H
 #define NUV_PLATFORM_SETTINGS_H
 

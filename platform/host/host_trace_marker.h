@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <initializer_list>
 
 #include "host_guest_file.h"
 
@@ -13,7 +12,7 @@ namespace nuv::host {
 class TraceMarker {
  public:
   // The paths have to outlive the marker.
-  constexpr explicit TraceMarker(const char* first, const char* second) : paths_{first, second} {}
+  constexpr TraceMarker(const char* first, const char* second) : paths_{first, second} {}
 
   void Begin(const char* text);
   void End();
