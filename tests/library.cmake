@@ -17,3 +17,13 @@ nuv_add_white_box_test(nuv_proxy_test)
 nuv_add_white_box_test(nuv_launch_request_test)
 nuv_add_white_box_test(nuv_launch_result_test)
 nuv_add_white_box_test(nuv_service_call_test)
+nuv_add_white_box_test(nuv_restart_test)
+nuv_add_white_box_test(nuv_fork_test)
+
+# Programs that tests start: they use the library as everybody does.
+function(nuv_add_client name)
+  add_executable(${name} clients/${name}.cpp)
+  target_link_libraries(${name} PRIVATE nuv_launcher_api nuv_build_flags Threads::Threads ${ARGN})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+endfunction()
+nuv_add_client(exit_client)

@@ -3,6 +3,7 @@
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>
 
+#include <ctime>
 #include <exception>
 #include <utility>
 
@@ -22,6 +23,31 @@ class DefaultContext {
 
  private:
   GMainContext* m_context;
+};
+
+// The listener's own mutex. The listener before this one ends soon, unless it is in a caller's callback: nobody is made
+// to wait for that one.
+class MonitorLock {
+ public:
+  MonitorLock(pthread_mutex_t& mutex, ListenerRun& run) : m_mutex(mutex) {
+    timespec deadline{};
+    clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_nsec += kPatienceNs;
+    deadline.tv_sec += deadline.tv_nsec / kSecondNs;
+    deadline.tv_nsec %= kSecondNs;
+    if (pthread_mutex_timedlock(&m_mutex, &deadline) == 0) return;
+    run.Settle();
+    pthread_mutex_lock(&m_mutex);
+  }
+  ~MonitorLock() { pthread_mutex_unlock(&m_mutex); }
+  MonitorLock(const MonitorLock&) = delete;
+  MonitorLock& operator=(const MonitorLock&) = delete;
+
+ private:
+  static constexpr long kSecondNs = 1000000000;
+  static constexpr long kPatienceNs = 200000000;
+
+  pthread_mutex_t& m_mutex;
 };
 
 // Runs a function in a context as soon as that is next dispatched.
@@ -90,13 +116,7 @@ std::shared_ptr<ListenerRun> CNUVGdbus::JoinAsListener() {
 }
 
 void CNUVGdbus::RunListener(const std::shared_ptr<ListenerRun>& run) {
-  // The listener before this one may still be in a caller's callback. Nobody is made to wait for that.
-  if (pthread_mutex_trylock(&m_monitorMutex) == 0) {
-    pthread_mutex_unlock(&m_monitorMutex);
-  } else {
-    run->Settle();
-  }
-  const CNUVClientAutoLock lock(m_monitorMutex);
+  const MonitorLock lock(m_monitorMutex, *run);
   NUV_INFO("Creating monitor %s.", CurrentEndpoint().objectName.c_str());
   g_type_class_unref(g_type_class_ref(G_TYPE_DBUS_CONNECTION));
   if (run->context == nullptr) run->context.reset(g_main_context_new());

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "private_connection.h"
+
 namespace {
 
 std::string DaemonConfig(const std::string& address, const std::string& policy, const std::string& service_dir) {
@@ -25,14 +27,6 @@ std::string DaemonConfig(const std::string& address, const std::string& policy, 
       "<limit name=\"max_match_rules_per_connection\">50000</limit>"
       "<limit name=\"max_connections_per_user\">1000</limit></busconfig>\n";
   return text;
-}
-
-GDBusConnection* Connect(const std::string& address) {
-  return g_dbus_connection_new_for_address_sync(
-      address.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr);
 }
 
 }  // namespace
@@ -70,7 +64,8 @@ void PrivateBus::Resume() const {
 }
 
 bool PrivateBus::NameHasOwner(const std::string& name) const {
-  GDBusConnection* connection = Connect(address_);
+  const PrivateConnection own(address_);
+  GDBusConnection* connection = own.get();
   if (connection == nullptr) return false;
   GVariant* reply = g_dbus_connection_call_sync(
       connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
@@ -80,8 +75,6 @@ bool PrivateBus::NameHasOwner(const std::string& name) const {
     g_variant_get(reply, "(b)", &owned);
     g_variant_unref(reply);
   }
-  g_dbus_connection_close_sync(connection, nullptr, nullptr);
-  g_object_unref(connection);
   return owned != FALSE;
 }
 

@@ -1,4 +1,5 @@
-// A real child process: its output, its end, with a limit on every wait.
+// A real child process: its output, its end, with a limit on every wait. It dies with the thread that started it, so
+// processes are started on a test's main thread.
 #pragma once
 
 #include <sys/types.h>

@@ -5,7 +5,7 @@
 namespace {
 
 std::shared_ptr<GVariant> Owned(GVariant* value) {
-  return value == nullptr ? nullptr : std::shared_ptr<GVariant>(g_variant_ref_sink(value), g_variant_unref);
+  return value == nullptr ? nullptr : std::shared_ptr<GVariant>(g_variant_take_ref(value), g_variant_unref);
 }
 
 void RequestName(GDBusConnection* connection, const std::string& name) {
@@ -42,14 +42,6 @@ int32_t Number(GVariant* tuple, size_t index) {
 
 }  // namespace
 
-GDBusConnection* ConnectTo(const std::string& address) {
-  return g_dbus_connection_new_for_address_sync(
-      address.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr);
-}
-
 std::string RecordedCall::Signature() const {
   return body == nullptr ? "" : g_variant_get_type_string(body.get());
 }
@@ -82,16 +74,13 @@ LaunchRequest UnpackLaunch(const RecordedCall& call) {
 }
 
 RecordingService::RecordingService(const std::string& address, std::vector<std::string> servers)
-    : connection_(ConnectTo(address)) {
+    : owned_(address), connection_(owned_.get()) {
   if (connection_ == nullptr) throw std::runtime_error("no bus at " + address);
   g_dbus_connection_add_filter(connection_, Filter, this, nullptr);
   for (const std::string& server : servers) RequestName(connection_, "org.kelvo.tv." + server + ".server");
 }
 
-RecordingService::~RecordingService() {
-  g_dbus_connection_close_sync(connection_, nullptr, nullptr);
-  g_object_unref(connection_);
-}
+RecordingService::~RecordingService() = default;
 
 void RecordingService::AnswerTo(const std::string& method, Answer answer) {
   const std::lock_guard<std::mutex> lock(mutex_);

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "private_connection.h"
+
 struct RecordedCall {
   std::string method;
   std::string destination;
@@ -80,13 +82,13 @@ class RecordingService {
   void Handle(GDBusMessage* message);
   void Reply(GDBusMessage* message, const Answer& answer) const;
 
-  GDBusConnection* connection_ = nullptr;
   mutable std::mutex mutex_;
   std::map<std::string, Answer> answers_;
   std::map<std::string, std::function<void(const RecordedCall&)>> before_;
   std::function<void(const RecordedCall&)> on_call_;
   std::vector<RecordedCall> calls_;
+  PrivateConnection owned_;  // gone before what its filter uses
+  GDBusConnection* connection_ = nullptr;
 };
 
 LaunchRequest UnpackLaunch(const RecordedCall& call);
-GDBusConnection* ConnectTo(const std::string& address);  // a private connection; null on failure

@@ -1,0 +1,146 @@
+// A forked child that has not exec'ed, and the end of the process.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+
+#include "launch_test.h"
+#include "nuv_launcher_api/nuv_launcher_client.h"
+
+namespace {
+
+// Runs the body in a forked child; its exit status, or -1 when it does not end within the limit.
+int InChild(const std::function<int()>& body, Milliseconds limit = Milliseconds(5000)) {
+  const pid_t child = fork();
+  if (child == 0) _exit(body());
+  int status = 0;
+  pid_t ended = 0;
+  WaitUntil([&] { return (ended = waitpid(child, &status, WNOHANG)) != 0; }, limit);
+  if (ended == 0) {
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return -1;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int AllCallsFailAtOnce() {
+  int status = 0;
+  std::string extra;
+  const auto start = std::chrono::steady_clock::now();
+  if (nuv_launch_app("app", nullptr, nullptr, nullptr) != -1) return 1;
+  if (nuv_launch_webapp(nullptr, nullptr, nullptr, nullptr, nullptr) != -1) return 2;
+  if (nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) != -1) return 3;
+  if (nuv_send_appexec_kpi_client(1, "a", "b", 2, "c") != -1) return 4;
+  if (nuv_get_android_app_status_client("a", status) != -1) return 5;
+  if (nuv_terminate_allApps_internal("a", "b") != -1) return 6;
+  if (nuv_get_extra_app(extra) != -1) return 7;
+  if (nuv_notify_extra_app_changed("a") != -1) return 8;
+  GVariant* reply = nullptr;
+  if (get_launcher_proxy()->MethodCall("x", nullptr, &reply, 1000, nullptr) != 0) return 9;
+  return std::chrono::steady_clock::now() - start < std::chrono::seconds(1) ? 0 : 10;
+}
+
+class ForkTest : public LaunchTest {};
+
+TEST_F(ForkTest, CallsInTheChildFailAtOnceAndTheParentGoesOn) {
+  WarmUp();
+  EXPECT_EQ(0, InChild(AllCallsFailAtOnce));
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  EXPECT_EQ(1u, service_->Launches().size());
+  ASSERT_TRUE(service_->SendResult(service_->Launches().front(), {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+TEST_F(ForkTest, TheChildSaysWhyAndRecordsAnUnusableLink) {
+  WarmUp();
+  EXPECT_EQ(0, InChild([this] {
+              if (nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_) != -1) return 1;
+              if (!heard_.Texts().empty()) return 2;
+              const auto effects = fake_platform::Effects();
+              if (std::find(effects.begin(), effects.end(), "vconf rtc/litenuv/webapp/launch_fail=app:102") ==
+                  effects.end()) {
+                return 3;
+              }
+              return fake_platform::LogPriority("process " + std::to_string(getpid()) + " was forked from " +
+                                                std::to_string(getppid()) +
+                                                ", which connected to the bus: exec first") == 6
+                         ? 0
+                         : 4;
+            }));
+}
+
+TEST_F(ForkTest, TheChildDoesNotHangOnALaunchThatAnotherThreadHasInFlight) {
+  WarmUp();
+  service_->AnswerTo("launch_app", {RecordingService::Answer::kSilence, ""});
+  std::thread launch([] { nuv_launch_app("app", nullptr, nullptr, nullptr); });
+  ASSERT_TRUE(WaitUntil([this] { return service_->Launches().size() == 1; }));
+  EXPECT_EQ(0, InChild(AllCallsFailAtOnce));
+  service_.reset();
+  launch.join();
+}
+
+TEST_F(ForkTest, AChildForkedInAFailureCallbackFailsAtOnce) {
+  WarmUp();
+  static int child_status = -2;
+  EXPECT_EQ(-1,
+            nuv_launch_webapp(
+                nullptr, nullptr, nullptr,
+                [](const char*, nuv_notify_event_e, int, int, void*) { child_status = InChild(AllCallsFailAtOnce); },
+                nullptr));
+  EXPECT_EQ(0, child_status);
+  EXPECT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));
+}
+
+TEST_F(ForkTest, AChildThatExitsTouchesNothingOfTheParent) {
+  WarmUp();
+  const std::string name = "org.kelvo.tv.corvane.launcherclient.obj" + std::to_string(getpid());
+  ASSERT_TRUE(bus_.WaitForName(name));
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(5);
+    nuv_launch_app("app", nullptr, nullptr, nullptr);
+    exit(0);  // runs the destructors
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status)) << status;
+  EXPECT_TRUE(bus_.NameHasOwner(name));
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  ASSERT_TRUE(service_->SendResult(service_->Launches().front(), {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+TEST(ForkBeforeUse, AChildOfAProcessThatNeverConnectedWorks) {
+  const PrivateBus bus;
+  Process simulator({NUV_BIN_DIR "/nuv-simulator", "--print-ready", "--dir", bus.directory()}, bus.directory());
+  // Asked of its output: this process must not use the bus itself before it forks.
+  ASSERT_TRUE(WaitUntil([&] { return simulator.Output().find("ready") != std::string::npos; }));
+  EXPECT_EQ(0, InChild([] { return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) == 0 ? 0 : 1; }));
+}
+
+TEST(ForkBeforeUse, AChildOfAProcessThatFoundNoBusWorks) {
+  PrivateBus bus;
+  bus.Kill();
+  EXPECT_EQ(-1, nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1));
+  bus.Start();
+  Process simulator({NUV_BIN_DIR "/nuv-simulator", "--print-ready", "--dir", bus.directory()}, bus.directory());
+  // Asked of its output: this process must not use the bus itself before it forks.
+  ASSERT_TRUE(WaitUntil([&] { return simulator.Output().find("ready") != std::string::npos; }));
+  EXPECT_EQ(0, InChild([] { return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) == 0 ? 0 : 1; }));
+}
+
+class ExitTest : public LaunchTest {};
+
+TEST_F(ExitTest, ResultsInFlightHarmNobody) {
+  StartService();
+  service_->Before("launch_app", [this](const RecordedCall& call) {
+    for (int i = 0; i < 20; ++i) service_->SendToClient(UnpackLaunch(call), {900, i});
+  });
+  for (int i = 0; i < 200; ++i) {
+    Process client({NUV_TEST_DIR "/exit_client"}, bus_.directory());
+    ASSERT_EQ(0, client.Wait()) << "run " << i << "\n" << client.Errors();
+  }
+}
+
+}  // namespace
