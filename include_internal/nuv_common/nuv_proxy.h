@@ -91,6 +91,15 @@ class CNUVGdbus {
     void GiveBack();
   };
 
+  // The service's names on the bus. Every call needs them, so they are made once.
+  struct ServiceNames {
+    void Make(const std::string& server);
+
+    std::string busName;
+    std::string objectPath;
+    std::string interface;
+  };
+
   bool ProbeService();
   int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable);
   bool Connect();
@@ -134,6 +143,8 @@ class CNUVGdbus {
   pthread_cond_t m_waitCond;
   pthread_mutex_t m_monitorMutex;
   pthread_mutex_t m_proxyMutex;
+
+  ServiceNames m_service;  // settled by the constructor
 
   mutable std::mutex m_stateMutex;
   std::shared_ptr<ListenerRun> m_run;       // the current listener's

@@ -62,13 +62,10 @@ int CNUVGdbus::MethodCall(const Endpoint& endpoint, const std::string& method, G
     return 0;
   }
   const GDBusCallFlags flags = FlagsOf(method);
-  const std::string busName = "org.kelvo.tv." + m_server + ".server";
-  const std::string objectPath = "/org/kelvo/tv/" + m_server + "/server";
-  const std::string interface = busName + ".interface";
   GError* error = nullptr;
-  *reply =
-      g_dbus_connection_call_sync(endpoint.connection.get(), busName.c_str(), objectPath.c_str(), interface.c_str(),
-                                  method.c_str(), owned.get(), nullptr, flags, timeoutMs, nullptr, &error);
+  *reply = g_dbus_connection_call_sync(endpoint.connection.get(), m_service.busName.c_str(),
+                                       m_service.objectPath.c_str(), m_service.interface.c_str(), method.c_str(),
+                                       owned.get(), nullptr, flags, timeoutMs, nullptr, &error);
   NUV_INFO("method call end");
   if (error == nullptr) return 1;
   ReportCallError(*GErrorHandle(error), isTimeOutError);

@@ -88,7 +88,14 @@ CNUVGdbus::CNUVGdbus(const std::string& name, const std::string& server, AsyncCa
     m_server = "corvane";
     NUV_ERROR("Reset dbus receiver to [%s].", m_server.c_str());
   }
+  m_service.Make(m_server);
   NUV_INFO("CNUVGdbus [%s] constructor end", name.c_str());
+}
+
+void CNUVGdbus::ServiceNames::Make(const std::string& server) {
+  busName = "org.kelvo.tv." + server + ".server";
+  objectPath = "/org/kelvo/tv/" + server + "/server";
+  interface = busName + ".interface";
 }
 
 CNUVGdbus::~CNUVGdbus() {
