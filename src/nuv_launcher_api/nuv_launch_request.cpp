@@ -50,7 +50,7 @@ GVariant* MakeExtraDatas(const NuvExtraDatas& extraDatas) {
   NUV_INFO("[nuv_launch_app_client],extraDatas: size=%zu", extraDatas.size());
   if (extraDatas.empty()) {
     NUV_ERROR("extraDatas is empty.");
-    return g_variant_new("aay", nullptr);
+    return g_variant_new_array(G_VARIANT_TYPE_BYTESTRING, nullptr, 0);
   }
   std::vector<GVariant*> blocks;
   blocks.reserve(extraDatas.size());
