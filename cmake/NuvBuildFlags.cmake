@@ -10,3 +10,12 @@ if(NUV_SANITIZE)
     -fno-sanitize-recover=all)
   target_link_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE})
 endif()
+
+# Where the loader does not look by itself, what is installed finds the libraries beside it, and the linker finds the
+# platform library that the client library needs.
+string(REGEX MATCH "^/(usr)?/?$" NUV_SYSTEM_PREFIX "${CMAKE_INSTALL_PREFIX}")
+if(NUV_BUILD_HOST AND NOT NUV_SYSTEM_PREFIX)
+  set(NUV_INSTALL_RPATH ON)
+  file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set(CMAKE_INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+endif()

@@ -1,6 +1,9 @@
 # What an integrator gets: headers, pkg-config file and CMake package.
 include(CMakePackageConfigHelpers)
 
+if(NUV_INSTALL_RPATH)
+  set_target_properties(nuv_launcher_api PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 install(TARGETS nuv_launcher_api EXPORT nuv_launcher_api-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/nuv DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT nuv_launcher_api-targets NAMESPACE nuv::
@@ -17,6 +20,9 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)
 
+# The installation may be moved, or staged under another prefix than it was configured for.
+file(RELATIVE_PATH NUV_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" NUV_PC_TO_PREFIX "${NUV_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/nuv-launcher-api.pc.in
                ${CMAKE_CURRENT_BINARY_DIR}/nuv-launcher-api.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nuv-launcher-api.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

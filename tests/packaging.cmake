@@ -1,0 +1,46 @@
+# What an integrator relies on: the exported functions, the way the libraries are linked, who includes whom, headers
+# that compile alone, and an installation that works by itself.
+set(packaging ${CMAKE_CURRENT_SOURCE_DIR}/packaging)
+
+# nuv_add_script_test(NAME COMMAND...)
+function(nuv_add_script_test name)
+  add_test(NAME packaging.${name} COMMAND ${ARGN})
+  set_tests_properties(packaging.${name} PROPERTIES TIMEOUT 120)
+endfunction()
+
+set(exports exact)
+if(NUV_EXPORT_INTERNALS)
+  set(exports subset)
+endif()
+nuv_add_script_test(LibraryExportsTheListedFunctions
+  ${packaging}/check_exports $<TARGET_FILE:nuv_launcher_api> ${PROJECT_SOURCE_DIR}/src/libnuv_launcher_api.exports
+  ${exports})
+
+nuv_add_script_test(LayersAreKept ${packaging}/check_layers ${PROJECT_SOURCE_DIR})
+nuv_add_script_test(LayerCheckFindsPlantedViolations ${packaging}/check_layers_finds ${PROJECT_SOURCE_DIR})
+
+set(compilers ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER})
+nuv_add_script_test(InstalledHeadersCompileAlone
+  ${packaging}/check_headers ${compilers} ${PROJECT_SOURCE_DIR}/include nuv)
+nuv_add_script_test(PlatformHeadersCompileAlone
+  ${packaging}/check_headers ${compilers} ${PROJECT_SOURCE_DIR}/include_internal nuv_platform)
+
+# A sanitizer brings libraries and symbols of its own, and wants every program to be built with it.
+if(NUV_SANITIZE)
+  return()
+endif()
+
+set(base "lib(glib|gobject|gio)-2[.]0[.]so[.]0|lib(stdc[+][+]|gcc_s|m|c|pthread)[.]so[.][0-9]+|ld-linux.*")
+nuv_add_script_test(LibraryIsLinkedAsPromised
+  ${packaging}/check_library $<TARGET_FILE:nuv_launcher_api> libnuv_launcher_api.so.${PROJECT_VERSION_MAJOR}
+  "${base}|libnuv_platform_host[.]so[.]1|libsqlite3[.]so[.]0")
+nuv_add_script_test(PlatformLibraryIsLinkedAsPromised
+  ${packaging}/check_library $<TARGET_FILE:nuv_platform_host> libnuv_platform_host.so.${PROJECT_VERSION_MAJOR} "${base}")
+nuv_add_script_test(ProgramsCanReplacePlatformCalls
+  ${packaging}/check_interposition $<TARGET_FILE:nuv_launcher_api> $<TARGET_FILE:nuv_platform_host>)
+
+if(NOT CMAKE_CROSSCOMPILING)
+  nuv_add_script_test(OutsidersBuildAndLaunchWithTheInstallation
+    ${packaging}/check_outsider ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${compilers}
+    ${CMAKE_GENERATOR})
+endif()
