@@ -118,7 +118,7 @@ GVariant* Launch::Arguments() const {
                        preload, 0, 0, 0, 0, cb_type, deep_link, 0, background, skip_pin, &extra);
 }
 
-SimulatorTest::SimulatorTest() : connection_(ConnectTo(bus_)) {}
+SimulatorTest::SimulatorTest(const std::string& policy) : bus_(policy), connection_(ConnectTo(bus_)) {}
 
 void SimulatorTest::Start(const std::vector<std::string>& options, const std::string& catalogue) {
   WriteFile(files_ / "catalogue.json", catalogue);

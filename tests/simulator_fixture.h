@@ -95,7 +95,8 @@ std::string ExtraBlock(const std::string& key, const std::string& value);
 
 class SimulatorTest : public ::testing::Test {
  protected:
-  SimulatorTest();
+  // The policy is added to one that allows everything.
+  explicit SimulatorTest(const std::string& policy = "");
 
   // Starts the simulator on the state directory and waits until it is ready. Without a catalogue it is empty.
   void Start(const std::vector<std::string>& options = {}, const std::string& catalogue = R"({"apps": []})");
