@@ -22,8 +22,8 @@ int ExitStatus(int wait_status) {
 
 Applications::Applications(RunningFiles files, const Journal& journal) : files_(std::move(files)), journal_(journal) {}
 
-Applications::~Applications() {
-  ended_ = nullptr;
+void Applications::ShutDown() {
+  shut_down_ = true;
   TerminateAll();
   const gint64 deadline = g_get_monotonic_time() + kTerminateMs * G_TIME_SPAN_MILLISECOND;
   const gint64 give_up = deadline + G_TIME_SPAN_SECOND;
@@ -37,6 +37,7 @@ Applications::~Applications() {
 }
 
 pid_t Applications::Start(const AppRecord& record, const ProgramInput& input, AppStatus status) {
+  if (shut_down_) return 0;
   std::string error;
   const pid_t pid = StartProgram(FindProgram(record.install_path, record.id), input, &error);
   if (pid == 0) {

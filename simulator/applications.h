@@ -26,7 +26,6 @@ class Applications {
   using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
 
   Applications(RunningFiles files, const Journal& journal);
-  ~Applications();  // ends all and waits
   Applications(const Applications&) = delete;
   Applications& operator=(const Applications&) = delete;
 
@@ -41,6 +40,8 @@ class Applications {
   void BringToFront(pid_t pid);
   void Terminate(const std::string& id);
   void TerminateAll();
+  // Ends all, waits for them, and starts no more. What else is due on the main loop runs meanwhile.
+  void ShutDown();
 
  private:
   static void ChildEnded(GPid pid, gint wait_status, gpointer self);
@@ -55,6 +56,7 @@ class Applications {
   const Journal& journal_;
   Ended ended_;
   std::map<pid_t, App> apps_;
+  bool shut_down_ = false;
   std::vector<pid_t> shown_;  // those with a place on the screen, the one in front last
 };
 

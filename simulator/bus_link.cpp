@@ -13,12 +13,12 @@ constexpr int kTimeoutMs = 10000;
 ObjectPtr<GDBusConnection> Connect() {
   Error error;
   const StringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
-  if (!address) throw BusError("no system bus: " + error.message());
+  if (!address) throw NoBus("no system bus: " + error.message());
   constexpr auto kFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
   ObjectPtr<GDBusConnection> connection(
       g_dbus_connection_new_for_address_sync(address.get(), kFlags, nullptr, nullptr, error.out()));
-  if (!connection) throw BusError("the system bus cannot be reached: " + error.message());
+  if (!connection) throw NoBus("the system bus cannot be reached: " + error.message());
   return connection;
 }
 

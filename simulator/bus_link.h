@@ -27,9 +27,15 @@ class BusError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// There is no bus to connect to.
+class NoBus : public BusError {
+ public:
+  using BusError::BusError;
+};
+
 class BusLink {
  public:
-  // Connects. Throws BusError when there is no bus; lost is called once when the bus goes.
+  // Connects. Throws NoBus; lost is called once when the bus goes.
   explicit BusLink(std::function<void()> lost);
   ~BusLink();
   BusLink(const BusLink&) = delete;

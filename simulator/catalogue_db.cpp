@@ -1,5 +1,7 @@
 #include "catalogue_db.h"
 
+#include <glib.h>
+
 #include <set>
 
 namespace simulator {
@@ -7,16 +9,15 @@ namespace {
 
 constexpr const char* kIndexedColumns[] = {"kelvo_id", "pkgname", "run_title"};
 
-constexpr const char* kFindAnyName =
+// What FirstRecord reads. An empty name is nobody's.
+constexpr const char* kSelectRecord =
     "SELECT id, kelvo_id, hybrid_app, install_path, app_type,"
     " install_state = 3 AND is_app_available = 1 AND is_need_reset = 0, is_lock"
-    " FROM widgetinfo WHERE ?1 <> '' AND (id = ?1 OR kelvo_id = ?1 OR pkgname = ?1 OR hybrid_app = ?1)"
+    " FROM widgetinfo WHERE ?1 <> '' AND ";
+constexpr const char* kByAnyName =
+    "(id = ?1 OR kelvo_id = ?1 OR pkgname = ?1 OR hybrid_app = ?1)"
     " ORDER BY id = ?1 DESC, kelvo_id = ?1 DESC, pkgname = ?1 DESC LIMIT 1";
-
-constexpr const char* kFindRunTitle =
-    "SELECT id, kelvo_id, hybrid_app, install_path, app_type,"
-    " install_state = 3 AND is_app_available = 1 AND is_need_reset = 0, is_lock"
-    " FROM widgetinfo WHERE ?1 <> '' AND run_title = ?1 LIMIT 1";
+constexpr const char* kByRunTitle = "run_title = ?1 LIMIT 1";
 
 std::string Definition(const Column& column) {
   const std::string name = column.name;
@@ -34,6 +35,7 @@ std::optional<AppRecord> FirstRecord(Statement statement) {
   if (!statement.Step()) return std::nullopt;
   AppRecord record;
   record.id = statement.Text(0);
+  if (!g_utf8_validate(record.id.c_str(), -1, nullptr)) return std::nullopt;  // it cannot travel on the bus
   record.platform_id = PlatformId(record.id, statement.Text(1), statement.Text(2));
   record.install_path = statement.Text(3);
   record.app_type = statement.Integer(4);
@@ -107,11 +109,11 @@ void CatalogueDb::Load(const Catalogue& catalogue) {
 }
 
 std::optional<AppRecord> CatalogueDb::Find(const std::string& name) {
-  return FirstRecord(std::move(database_.Prepare(kFindAnyName).Bind(name)));
+  return FirstRecord(std::move(database_.Prepare(std::string(kSelectRecord) + kByAnyName).Bind(name)));
 }
 
 std::optional<AppRecord> CatalogueDb::FindByRunTitle(const std::string& run_title) {
-  return FirstRecord(std::move(database_.Prepare(kFindRunTitle).Bind(run_title)));
+  return FirstRecord(std::move(database_.Prepare(std::string(kSelectRecord) + kByRunTitle).Bind(run_title)));
 }
 
 bool CatalogueDb::CountLaunch(const std::string& id) {

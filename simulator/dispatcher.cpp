@@ -15,6 +15,12 @@ std::string TextArgument(GVariant* arguments, int position) {
   return g_variant_get_string(member.get(), nullptr);
 }
 
+// Ends at once, with what was sent on its way.
+[[noreturn]] void Die(GDBusConnection* connection) {
+  g_dbus_connection_flush_sync(connection, nullptr, nullptr);
+  _exit(kScriptedExit);
+}
+
 // The sum, wrapped like the 32-bit numbers that travel.
 int Shift(int number, int offset) {
   return static_cast<int>(static_cast<unsigned>(number) + static_cast<unsigned>(offset));
@@ -96,7 +102,7 @@ int Dispatcher::SendEarlyResults(const Call& call) const {
 void Dispatcher::AnswerCall(const Call& call) {
   switch (call.rule.answer) {
     case Answer::kExit:
-      _exit(kScriptedExit);
+      Die(call.connection.get());
     case Answer::kNone:
       journal_.Reply(call.method->name, call.app_id, "none");
       g_object_unref(call.invocation);
@@ -111,10 +117,7 @@ void Dispatcher::AnswerCall(const Call& call) {
       Reply(call);
       break;
   }
-  if (call.rule.answer == Answer::kExitAfterReply) {
-    g_dbus_connection_flush_sync(call.connection.get(), nullptr, nullptr);
-    _exit(kScriptedExit);
-  }
+  if (call.rule.answer == Answer::kExitAfterReply) Die(call.connection.get());
   if (call.IsLaunch()) Launch(call);
 }
 

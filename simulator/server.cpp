@@ -33,7 +33,7 @@ Server::Server(const Options& options, ScenarioFile& scenario, std::optional<Cat
 Server::~Server() {
   journal_.Attach(nullptr);
   link_.reset();
-  service_.reset();
+  if (service_ != nullptr) service_->applications.ShutDown();
 }
 
 int Server::Run() {
@@ -45,11 +45,13 @@ int Server::Run() {
   g_unix_signal_add(SIGINT, ended, this);
   try {
     Connect();
+  } catch (const NoBus& error) {
+    Warn(error.what());
+    if (!options_.reconnect) return EXIT_FAILURE;
+    TryAgainLater();
   } catch (const std::exception& error) {
     Warn(error.what());
-    // Without a link it is the bus that is missing.
-    if (link_ != nullptr || !options_.reconnect) return EXIT_FAILURE;
-    TryAgainLater();
+    return EXIT_FAILURE;
   }
   g_main_loop_run(loop_.get());
   return status_;
@@ -105,6 +107,7 @@ void Server::TryAgainLater() {
       Connect();
     } catch (const std::exception& error) {
       journal_.Note(std::string("waiting: ") + error.what());
+      link_.reset();
       TryAgainLater();
     }
   });

@@ -127,8 +127,9 @@ TEST_F(SimulatorProgramTest, WithoutASettleTimeALaterCrashIsNoFailedLaunch) {
 }
 
 TEST_F(SimulatorProgramTest, AProgramThatFailsGivesTheScreenBack) {
-  StartWithProgram(WriteScript("program", "exit 3\n"), {"--settle", "200"});
-  EXPECT_EQ(OutcomeOf({"none.app"}), Outcome(NUV_NOTIFY_LAUNCHED, 0));
+  StartWithProgram(WriteScript("program", "exit 3\n"), {"--settle", "20000"});
+  ASSERT_TRUE(SendLaunch({"none.app"}));
+  ASSERT_TRUE(WaitForOutput("front   none.app"));
   EXPECT_EQ(OutcomeOf({"the.app"}), Outcome(NUV_NOTIFY_LAUNCH_FAILED, NUV_LAUNCH_STATUS_CRASHED));
   EXPECT_EQ(RunningNumber("none.app", "status"), 3);
 }
