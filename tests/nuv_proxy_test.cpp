@@ -19,7 +19,8 @@ namespace {
 
 using ::testing::Test;
 
-constexpr int kShortMs = 150;
+constexpr int kShortMs = 150;  // for a call that is not answered
+constexpr int kLongMs = 5000;
 
 class LinkTest : public LaunchTest {
  protected:
@@ -27,9 +28,9 @@ class LinkTest : public LaunchTest {
   static CNUVGdbus& link() { return *get_launcher_proxy(); }
   size_t Heartbeats() const { return service_->CallsOf("heartbeat").size(); }
 
-  int Call(const std::string& method, int* timed_out = nullptr) {
+  int Call(const std::string& method, int* timed_out = nullptr, int timeout_ms = kLongMs) {
     GVariant* reply = nullptr;
-    const int result = link().MethodCall(method, nullptr, &reply, kShortMs, timed_out);
+    const int result = link().MethodCall(method, nullptr, &reply, timeout_ms, timed_out);
     const GVariantHandle released(reply);
     return result;
   }
@@ -248,12 +249,13 @@ TEST_F(LinkTest, WaitsTenSecondsForAListenerWithoutContextAndThenGoesOn) {
 
 TEST_F(LinkTest, ADocumentThatIsNoXmlEndsTheListenerQuietly) {
   StartService();
-  CNUVGdbus& other = *new CNUVGdbus("launcher", "litecorvane", nullptr, nullptr);
+  CNUVGdbus other("launcher", "litecorvane", nullptr, nullptr);
   EXPECT_EQ(1, other.GetProxy("<node>  <interface name='broken", launcher_vtable));
   const auto log = fake_platform::Log();
   EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
     return line.priority == 6 && line.text.rfind("error return ", 0) == 0;
   }));
+  other.GiveProxy();
 }
 
 TEST_F(LinkTest, LateListenerHarmsNobody) {
@@ -311,13 +313,22 @@ TEST_F(LinkTest, TellsATimedOutCallFromOtherErrors) {
   EXPECT_EQ(0, Call("refused", &timed_out));
   EXPECT_EQ(0, timed_out);
   EXPECT_FALSE(fake_platform::Logged("gdbus timeout"));
-  EXPECT_EQ(0, Call("silent", &timed_out));
+  EXPECT_EQ(0, Call("silent", &timed_out, kShortMs));
   EXPECT_EQ(1, timed_out);
   EXPECT_EQ(6, fake_platform::LogPriority("gdbus timeout"));
-  EXPECT_EQ(0, Call("silent"));
+  EXPECT_EQ(0, Call("silent", nullptr, kShortMs));
   timed_out = 7;
   EXPECT_EQ(1, Call("answered", &timed_out));
   EXPECT_EQ(7, timed_out);
+}
+
+TEST_F(LinkTest, TakesATimeOutThatTheServiceRelaysForOne) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  service_->AnswerTo("relayed", {RecordingService::Answer::kError, "Timeout was reached"});
+  int timed_out = 0;
+  EXPECT_EQ(0, Call("relayed", &timed_out));
+  EXPECT_EQ(1, timed_out);
 }
 
 TEST_F(LinkTest, LogsAFailedCall) {
@@ -370,7 +381,7 @@ TEST_F(LinkTest, RecognisesATimedOutCallInEveryLocale) {
   ASSERT_STREQ("Das dauerte zu lange", dgettext("glib20", "Timeout was reached"));
   service_->AnswerTo("silent", {RecordingService::Answer::kSilence, ""});
   int timed_out = 0;
-  EXPECT_EQ(0, Call("silent", &timed_out));
+  EXPECT_EQ(0, Call("silent", &timed_out, kShortMs));
   EXPECT_EQ(1, timed_out);
 }
 

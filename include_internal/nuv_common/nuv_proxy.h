@@ -105,6 +105,7 @@ class CNUVGdbus {
   bool Connect();
   bool StartListener();
   bool CreateListenerThread();
+  void JoinEndedListeners();
   void WaitForListener();
   void RetireListener();
   unsigned int Generation() const;

@@ -24,12 +24,10 @@ GDBusCallFlags FlagsOf(const std::string& method) {
   return G_DBUS_CALL_FLAGS_NO_AUTO_START;
 }
 
-// GLib translates the text of its own timed-out error; a service may relay it untranslated.
+// GLib translates the text of its own error, which is told by its code; a service may relay the plain text.
 bool RanOutOfTime(const GError& error) {
-  constexpr const char* kText = "Timeout was reached";
-  return (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE &&
-          !g_dbus_error_is_remote_error(&error)) ||
-         strstr(error.message, kText) != nullptr;
+  if (g_dbus_error_is_remote_error(&error)) return strstr(error.message, "Timeout was reached") != nullptr;
+  return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
 }
 
 void ReportCallError(const GError& error, int* isTimeOutError) {

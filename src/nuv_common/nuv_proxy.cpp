@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -114,6 +115,10 @@ void CNUVGdbus::ReleaseClientObject() {
     }
   }
   if (connection != nullptr) g_dbus_connection_unregister_object(connection.get(), registrationId);
+  if (!IsForkedChild() && pthread_mutex_trylock(&m_proxyMutex) == 0) {
+    JoinEndedListeners();
+    pthread_mutex_unlock(&m_proxyMutex);
+  }
   NUV_INFO("CNUVGdbus [%s] destructor end", m_name.c_str());
 }
 
@@ -193,15 +198,19 @@ bool CNUVGdbus::StartListener() {
   NUV_INFO("create End.");
   const bool started = CreateListenerThread();
   // Joined only now, so that the new listener's thread id is not that of the one before.
-  for (auto thread = m_retiredThreads.begin(); thread != m_retiredThreads.end();) {
-    thread = pthread_tryjoin_np(*thread, nullptr) == 0 ? m_retiredThreads.erase(thread) : thread + 1;
-  }
+  JoinEndedListeners();
   if (started) return true;
   NUV_ERROR("failed to create thread");
   GiveProxy();
   NUV_INFO("destroy Begin.");
   NUV_INFO("destroy End.");
   return false;
+}
+
+void CNUVGdbus::JoinEndedListeners() {
+  m_retiredThreads.erase(std::remove_if(m_retiredThreads.begin(), m_retiredThreads.end(),
+                                        [](pthread_t thread) { return pthread_tryjoin_np(thread, nullptr) == 0; }),
+                         m_retiredThreads.end());
 }
 
 bool CNUVGdbus::CreateListenerThread() {
