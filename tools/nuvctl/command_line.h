@@ -1,0 +1,44 @@
+// What the user asked for.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "launch_functions.h"
+#include "report.h"
+
+struct Options {
+  bool json = false;
+  bool verbose = false;
+  std::string app_id;
+  std::optional<std::string> caller_id;
+
+  LaunchChoice launch;
+  std::optional<std::string> payload;
+  std::optional<double> wait_seconds;
+
+  int kpi_type = 0;
+  int preload_type = 0;
+  std::string kpi_text;
+
+  int popup_kind = 0;
+  std::string reason;
+
+  std::optional<std::string> new_extra_app;
+};
+
+struct Verb;
+
+struct Command {
+  const Verb* verb;
+  Options options;
+};
+
+// A command, or the text that was asked for instead (help, version), or what is wrong.
+using ParsedCommandLine = std::variant<Command, std::string, Report>;
+
+ParsedCommandLine ParseCommandLine(int argc, const char* const* argv);
+
+// Whether the arguments ask for JSON, however wrong the rest of them is.
+bool AsksForJson(int argc, const char* const* argv);

@@ -1,0 +1,54 @@
+// nuvctl: launches applications through the Nuv service and talks to it, from a command line.
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <variant>
+
+#include "command_line.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace {
+
+// Before the library's first use: it reads these once. Its log stays quiet unless the user wants it.
+void SetUpLog(bool verbose) {
+  setenv("NUV_LOG", verbose ? "stderr" : "off", verbose);
+  if (verbose) setenv("NUV_LOG_LEVEL", "info", 1);
+}
+
+int RunCommand(const Command& command) {
+  SetUpLog(command.options.verbose);
+  Report report = command.verb->run(command.options);
+  report.verb = command.verb->name;
+  return Print(report, command.options.json);
+}
+
+int Run(int argc, char** argv) {
+  const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
+  if (const auto* command = std::get_if<Command>(&parsed)) return RunCommand(*command);
+  if (const auto* wrong = std::get_if<Report>(&parsed)) return Print(*wrong, AsksForJson(argc, argv));
+  std::fputs(std::get<std::string>(parsed).c_str(), stdout);
+  return 0;
+}
+
+// An answer that could not be written has not been given.
+int WithOutputWritten(int status) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  PrintError("cannot write to the standard output stream");
+  return status != 0 ? status : ExitStatusOf(Outcome::kFailed);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return WithOutputWritten(Run(argc, argv));
+  } catch (const std::exception& error) {
+    Report report;
+    report.outcome = Outcome::kFailed;
+    report.error = Printable(error.what());
+    return Print(report, AsksForJson(argc, argv));
+  }
+}
