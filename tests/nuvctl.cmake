@@ -1,0 +1,14 @@
+# nuvctl: its parts, and the program itself against a real bus and service.
+find_package(nlohmann_json REQUIRED)
+
+nuv_add_test(nuvctl_wait_test SOURCES nuvctl_wait_test.cpp LIBRARIES nuvctl_parts)
+nuv_add_test(nuvctl_parts_test SOURCES nuvctl_parts_test.cpp LIBRARIES nuvctl_parts)
+
+add_library(nuvctl_test_support STATIC support/nuvctl_run.cpp support/recording_service.cpp)
+target_compile_definitions(nuvctl_test_support PRIVATE NUV_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+target_link_libraries(nuvctl_test_support PUBLIC nuv_test_support nlohmann_json::nlohmann_json PRIVATE nuv_build_flags)
+add_dependencies(nuvctl_test_support nuvctl nuv-simulator)
+
+foreach(name nuvctl_faults_test nuvctl_launch_test nuvctl_usage_test nuvctl_verbs_test)
+  nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuvctl_test_support)
+endforeach()

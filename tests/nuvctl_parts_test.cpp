@@ -1,0 +1,185 @@
+// The parts of nuvctl that need no bus: its data tables, its text and its JSON.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "launch_functions.h"
+#include "meanings.h"
+#include "report.h"
+#include "temp_dir.h"
+#include "text.h"
+
+namespace {
+
+std::string FunctionFor(const LaunchChoice& choice, bool with_caller = false) {
+  const LaunchFunction* function = FindLaunchFunction(choice, with_caller);
+  return function != nullptr ? function->name : "none";
+}
+
+constexpr CallbackShape kWeb = CallbackShape::kWebApp;
+constexpr CallbackShape kPlain = CallbackShape::kPlain;
+
+}  // namespace
+
+TEST(LaunchFunctions, EachOfTheNineIsReached) {
+  EXPECT_EQ(FunctionFor({kPlain, false, false, false}), "nuv_launch_app");
+  EXPECT_EQ(FunctionFor({kPlain, false, false, false}, true), "nuv_launch_app_with_param");
+  EXPECT_EQ(FunctionFor({kPlain, true, false, false}), "nuv_force_launch_app");
+  EXPECT_EQ(FunctionFor({kPlain, true, false, false}, true), "nuv_force_launch_app_with_param");
+  for (const bool with_caller : {false, true}) {
+    EXPECT_EQ(FunctionFor({kWeb, false, false, false}, with_caller), "nuv_launch_webapp");
+    EXPECT_EQ(FunctionFor({kWeb, true, false, false}, with_caller), "nuv_force_launch_webapp");
+    EXPECT_EQ(FunctionFor({kWeb, false, true, false}, with_caller), "nuv_background_launch_webapp");
+    EXPECT_EQ(FunctionFor({kWeb, true, false, true}, with_caller), "nuv_launch_webapp_for_deeplink");
+    EXPECT_EQ(FunctionFor({kWeb, true, true, true}, with_caller), "nuv_background_launch_webapp_for_deeplink");
+  }
+}
+
+TEST(LaunchFunctions, ADeepLinkForcesWithoutBeingAskedTo) {
+  EXPECT_EQ(FunctionFor({kWeb, false, false, true}), "nuv_launch_webapp_for_deeplink");
+  EXPECT_EQ(FunctionFor({kWeb, false, true, true}), "nuv_background_launch_webapp_for_deeplink");
+}
+
+TEST(LaunchFunctions, WhatTheLibraryDoesNotHaveIsNotReplacedBySomethingElse) {
+  EXPECT_EQ(FunctionFor({kWeb, true, true, false}), "none");
+  EXPECT_EQ(FunctionFor({kPlain, false, true, false}), "none");
+  EXPECT_EQ(FunctionFor({kPlain, false, false, true}), "none");
+  EXPECT_EQ(FunctionFor({kPlain, true, true, true}, true), "none");
+}
+
+TEST(LaunchFunctions, TheListOfCombinationsNamesEachOnce) {
+  EXPECT_EQ(LaunchCombinations(),
+            "--plain, --plain --force, --webapp, --webapp --force, --webapp --background, "
+            "--webapp [--force] --deep-link, --webapp [--force] --background --deep-link");
+}
+
+TEST(Meanings, EveryNumberOfTheServiceHasItsNameAndMeaning) {
+  for (const auto& [first, last] :
+       {std::pair(400, 406), std::pair(412, 412), std::pair(600, 612), std::pair(900, 907)}) {
+    for (int number = first; number <= last; ++number) {
+      const Meaning* meaning = FindMeaning(number);
+      ASSERT_NE(meaning, nullptr) << number;
+      EXPECT_EQ(std::string(meaning->name).rfind("NUV_", 0), 0u) << number;
+      EXPECT_NE(std::string(meaning->words), "") << number;
+    }
+  }
+  for (const int number : {0, 407, 411, 413, 599, 613, 899, 908}) EXPECT_EQ(FindMeaning(number), nullptr) << number;
+}
+
+TEST(Meanings, SuccessEventsAndCodesMeanLaunchedWhateverTheStatus) {
+  for (const int event : {900, 901, 902, 904, 906}) {
+    const auto verdict = Judge({kWeb, "a", event, 402});
+    ASSERT_TRUE(verdict) << event;
+    EXPECT_EQ(verdict->outcome, Outcome::kLaunched) << event;
+    EXPECT_EQ(verdict->code, event);
+  }
+  for (const int code : {600, 601, 602, 603, 612}) {
+    const auto verdict = Judge({kPlain, "a", 0, code});
+    ASSERT_TRUE(verdict) << code;
+    EXPECT_EQ(verdict->outcome, Outcome::kLaunched) << code;
+    EXPECT_EQ(verdict->code, code);
+  }
+}
+
+TEST(Meanings, FailureEventsAndCodesMeanFailed) {
+  for (const int event : {903, 905, 907}) {
+    for (const int status : {400, 401, 403, 404, 405, 406, 499, -1}) {
+      const auto verdict = Judge({kWeb, "a", event, status});
+      ASSERT_TRUE(verdict) << event;
+      EXPECT_EQ(verdict->outcome, Outcome::kFailed) << event;
+      EXPECT_EQ(verdict->code, status);
+    }
+  }
+  for (int code = 604; code <= 611; ++code) {
+    const auto verdict = Judge({kPlain, "a", 0, code});
+    ASSERT_TRUE(verdict) << code;
+    EXPECT_EQ(verdict->outcome, Outcome::kFailed) << code;
+  }
+}
+
+TEST(Meanings, AFailureWithoutAStatusIsExplainedByItsEvent) {
+  const auto verdict = Judge({kWeb, "a", 907, 0});
+  ASSERT_TRUE(verdict);
+  EXPECT_EQ(verdict->code, 907);
+}
+
+TEST(Meanings, Status412IsATimeout) {
+  const auto verdict = Judge({kWeb, "a", 903, 412});
+  ASSERT_TRUE(verdict);
+  EXPECT_EQ(verdict->outcome, Outcome::kTimedOut);
+}
+
+TEST(Meanings, NumbersOfTheOtherShapeAndUnknownOnesDecideNothing) {
+  for (const int event : {600, 604, 404, 899, 908, 0, -1}) EXPECT_FALSE(Judge({kWeb, "a", event, 0})) << event;
+  for (const int code : {404, 412, 599, 613, 0, -1}) EXPECT_FALSE(Judge({kPlain, "a", 0, code})) << code;
+}
+
+TEST(PrintableText, KeepsWhatCanBePrinted) {
+  EXPECT_EQ(Printable("org.example/äpp ☃"), "org.example/äpp ☃");
+}
+
+TEST(PrintableText, ShowsControlAndFormatCharactersAsEscapes) {
+  EXPECT_EQ(Printable("\x1b[31mred\n\x7f"), "\\u001b[31mred\\u000a\\u007f");
+  EXPECT_EQ(Printable("\xc2\x9b"), "\\u009b");          // a terminal control of eight bits
+  EXPECT_EQ(Printable("a\xe2\x80\xaex"), "a\\u202ex");  // turns the direction of writing
+}
+
+TEST(PrintableText, ReplacesBytesThatAreNoCharacters) {
+  EXPECT_EQ(Printable("a\xff"
+                      "b\xe2\x98"),
+            "a\xef\xbf\xbd"
+            "b\xef\xbf\xbd\xef\xbf\xbd");
+  EXPECT_EQ(Printable(std::string("a\0b", 3)),
+            "a\xef\xbf\xbd"
+            "b");
+}
+
+TEST(ReportAsJson, IsOneLineOfAsciiWhateverTheTexts) {
+  Report report;
+  report.verb = "extra-app";
+  report.details["app"] = "\xff\x1b\n\xc2\x9b☃";
+  const std::string json = ToJson(report);
+  for (const char c : json) EXPECT_TRUE(c >= ' ' && c <= '~') << json;
+  EXPECT_EQ(nlohmann::json::parse(json)["app"], "\xef\xbf\xbd\x1b\n\xc2\x9b☃");
+}
+
+TEST(ReportAsJson, HasAnErrorExactlyWhereTheStatusIsNotZero) {
+  Report report;
+  report.verb = "kpi";
+  EXPECT_EQ(ToJson(report), R"({"verb":"kpi","outcome":"done","status":0})");
+  report.outcome = Outcome::kBusGone;
+  report.error = "why";
+  EXPECT_EQ(ToJson(report), R"({"verb":"kpi","outcome":"bus gone","status":6,"error":{"message":"why"}})");
+}
+
+TEST(ExitStatuses, AreThoseThatScriptsRelyOn) {
+  EXPECT_EQ(ExitStatusOf(Outcome::kDone), 0);
+  EXPECT_EQ(ExitStatusOf(Outcome::kAccepted), 0);
+  EXPECT_EQ(ExitStatusOf(Outcome::kLaunched), 0);
+  EXPECT_EQ(ExitStatusOf(Outcome::kFailed), 1);
+  EXPECT_EQ(ExitStatusOf(Outcome::kUsage), 2);
+  EXPECT_EQ(ExitStatusOf(Outcome::kNotFound), 3);
+  EXPECT_EQ(ExitStatusOf(Outcome::kTimedOut), 4);
+  EXPECT_EQ(ExitStatusOf(Outcome::kServiceGone), 5);
+  EXPECT_EQ(ExitStatusOf(Outcome::kBusGone), 6);
+  EXPECT_EQ(ExitStatusOf(Outcome::kInterrupted), 130);
+}
+
+TEST(ExitStatuses, OfTheManPageAreThoseOfTheHelp) {
+  const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
+  const size_t begin = page.find("# EXIT STATUS\n");
+  ASSERT_NE(begin, std::string::npos);
+  const std::string section = page.substr(begin, page.find("\n# ", begin) - begin);
+  std::string expected = "# EXIT STATUS\n";
+  std::istringstream help(ExitStatusHelp());
+  std::string line;
+  std::getline(help, line);
+  while (std::getline(help, line)) {
+    std::istringstream row(line);
+    std::string status;
+    row >> status;
+    std::getline(row >> std::ws, line);
+    expected += "\n*" + status + "*\n\t" + line + "\n";
+  }
+  EXPECT_EQ(section, expected);
+}
