@@ -24,6 +24,18 @@ size_t Entries(const char* directory) {
   return count;
 }
 
+// What the descriptors are, for a failure to tell.
+std::string Descriptors() {
+  std::string text;
+  for (int fd = 0; fd < 64; ++fd) {
+    char target[128] = {};
+    if (readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), target, sizeof target - 1) > 0) {
+      text += std::to_string(fd) + " " + target + "\n";
+    }
+  }
+  return text;
+}
+
 struct Footprint {
   size_t threads = Entries("/proc/self/task");
   size_t descriptors = Entries("/proc/self/fd");
@@ -78,12 +90,13 @@ class RestartTest : public LaunchTest {
     StartService();
     LaunchAndHear();
     Restarts(5);  // pools and caches of GLib are filled
+    const std::string descriptors_before = Descriptors();
     const Footprint before;
     Restarts(100);
     ASSERT_TRUE(WaitUntil([&] { return Footprint().threads <= before.threads; }, Milliseconds(3000)))
         << Footprint().threads << " threads after " << before.threads;
     ASSERT_TRUE(WaitUntil([&] { return Footprint().descriptors <= before.descriptors; }, Milliseconds(3000)))
-        << Footprint().descriptors << " descriptors after " << before.descriptors;
+        << "descriptors:\n" << Descriptors() << "before:\n" << descriptors_before;
     const Footprint after;
     // A connection that is not released costs more than 3,000 bytes; a kept callback and what the test records, less
     // than half of this.

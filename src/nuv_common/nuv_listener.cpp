@@ -82,10 +82,14 @@ void OnClosed(GDBusConnection*, gboolean, GError*, gpointer run) {
   static_cast<ListenerRun*>(run)->closedSeen = true;
 }
 
-// A connection that has closed is released only once its "closed" signal was delivered in this context.
-void DrainClosed(const ListenerRun& run) {
-  if (run.privateConnection == nullptr || !g_dbus_connection_is_closed(run.privateConnection.get())) return;
-  while (!run.closedSeen) g_main_context_iteration(run.context.get(), TRUE);
+// Does what is left to be done in the context. The name's owner refers to the context and is released in it; a private
+// connection that has closed, only once its "closed" signal was delivered.
+void Drain(const ListenerRun& run) {
+  const bool closing =
+      run.privateConnection != nullptr && g_dbus_connection_is_closed(run.privateConnection.get()) != FALSE;
+  while (closing && !run.closedSeen) g_main_context_iteration(run.context.get(), TRUE);
+  while (g_main_context_iteration(run.context.get(), FALSE)) {
+  }
 }
 
 }  // namespace
@@ -187,7 +191,7 @@ void CNUVGdbus::RunLoop(ListenerRun& run) {
     if (current) m_mainLoop.reset(g_main_loop_ref(loop.get()));
   }
   if (current) g_main_loop_run(loop.get());
-  DrainClosed(run);
+  Drain(run);
   if (run.privateConnection != nullptr) {
     g_signal_handlers_disconnect_by_data(run.privateConnection.get(), &run);
   }
@@ -293,12 +297,13 @@ CNUVGdbus::ListenerHandles CNUVGdbus::TakeListenerHandles() {
 }
 
 void CNUVGdbus::ListenerHandles::GiveBack() {
-  if (mainLoop != nullptr) StopLoop(mainLoop.get());
   if (ownerId != 0) g_bus_unown_name(ownerId);
   nodeInfo.reset();
   if (ownConnection != nullptr && registrationId != 0) {
     g_dbus_connection_unregister_object(ownConnection.get(), registrationId);
   }
+  // Last, so that the listener finds what the calls above leave to be done in its context.
+  if (mainLoop != nullptr) StopLoop(mainLoop.get());
 }
 
 bool CNUVGdbus::OnObsoleteListener() const {
