@@ -25,6 +25,17 @@ nuv_add_script_test(InstalledHeadersCompileAlone
 nuv_add_script_test(PlatformHeadersCompileAlone
   ${packaging}/check_headers ${compilers} ${PROJECT_SOURCE_DIR}/include_internal nuv_platform)
 
+# What keeps ThreadSanitizer quiet about GLib must not keep it quiet about us.
+if(NUV_SANITIZE MATCHES "thread")
+  add_executable(planted_race packaging/planted_race.cpp)
+  target_link_libraries(planted_race PRIVATE PkgConfig::GIO nuv_build_flags)
+  set_target_properties(planted_race PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  nuv_add_script_test(ThreadSanitizerReportsAPlantedRace $<TARGET_FILE:planted_race>)
+  set_tests_properties(packaging.ThreadSanitizerReportsAPlantedRace PROPERTIES
+    ENVIRONMENT "${NUV_TEST_ENVIRONMENT}"
+    PASS_REGULAR_EXPRESSION "WARNING: ThreadSanitizer: data race.*WriteInCallback")
+endif()
+
 # A sanitizer brings libraries and symbols of its own, and wants every program to be built with it.
 if(NUV_SANITIZE)
   return()
