@@ -56,3 +56,35 @@ extern "C" void g_cond_wait(GCond* condition, GMutex* mutex) {
   Real(real, "g_cond_wait")(condition, mutex);
   __tsan_acquire(mutex);
 }
+
+// A context is locked when a source is attached and while it is run.
+namespace {
+GMainContext* OrDefault(GMainContext* context) {
+  return context == nullptr ? g_main_context_default() : context;
+}
+}  // namespace
+
+extern "C" guint g_source_attach(GSource* source, GMainContext* context) {
+  static guint (*real)(GSource*, GMainContext*);
+  __tsan_release(OrDefault(context));
+  return Real(real, "g_source_attach")(source, context);
+}
+
+extern "C" void g_main_context_invoke(GMainContext* context, GSourceFunc function, gpointer data) {
+  static void (*real)(GMainContext*, GSourceFunc, gpointer);
+  __tsan_release(OrDefault(context));
+  Real(real, "g_main_context_invoke")(context, function, data);
+}
+
+extern "C" gboolean g_main_context_iteration(GMainContext* context, gboolean may_block) {
+  static gboolean (*real)(GMainContext*, gboolean);
+  const gboolean dispatched = Real(real, "g_main_context_iteration")(context, may_block);
+  __tsan_acquire(OrDefault(context));
+  return dispatched;
+}
+
+extern "C" void g_main_loop_run(GMainLoop* loop) {
+  static void (*real)(GMainLoop*);
+  Real(real, "g_main_loop_run")(loop);
+  __tsan_acquire(g_main_loop_get_context(loop));
+}
