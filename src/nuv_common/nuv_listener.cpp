@@ -92,6 +92,28 @@ void Drain(const ListenerRun& run) {
   }
 }
 
+constexpr auto kNameFlags =
+    static_cast<GBusNameOwnerFlags>(G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT | G_BUS_NAME_OWNER_FLAGS_REPLACE);
+
+void OnNameReply(GObject* source, GAsyncResult* result, gpointer name) {
+  constexpr guint32 kPrimaryOwner = 1;
+  const GTextHandle owned(static_cast<char*>(name));
+  auto* connection = reinterpret_cast<GDBusConnection*>(source);
+  const GVariantHandle reply(g_dbus_connection_call_finish(connection, result, nullptr));
+  guint32 answer = 0;
+  if (reply != nullptr) g_variant_get(reply.get(), "(u)", &answer);
+  if (answer == kPrimaryOwner) CNUVGdbus::m_OnnameAcquired(connection, owned.get(), nullptr);
+}
+
+// Owns a name for as long as the connection lives. GLib's name owner would complain about a connection that closes
+// while it is set up.
+void RequestName(GDBusConnection* connection, const std::string& name) {
+  g_dbus_connection_call(connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "RequestName", g_variant_new("(su)", name.c_str(), static_cast<guint32>(kNameFlags)),
+                         G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, OnNameReply,
+                         g_strdup(name.c_str()));
+}
+
 }  // namespace
 
 void* CNUVGdbus::m_Monitor(void* instance) {
@@ -163,18 +185,14 @@ bool CNUVGdbus::ParseIntrospection() {
 void CNUVGdbus::OwnName(ListenerRun& run) {
   const std::string name = ClientBusName(m_name, CurrentEndpoint().objectName);
   NUV_INFO("owning name %s.", name.c_str());
-  constexpr auto kFlags =
-      static_cast<GBusNameOwnerFlags>(G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT | G_BUS_NAME_OWNER_FLAGS_REPLACE);
-  unsigned int ownerId = 0;
-  if (run.privateConnection == nullptr) {
-    ownerId = g_bus_own_name(G_BUS_TYPE_SYSTEM, name.c_str(), kFlags, m_OnbusAcquired, m_OnnameAcquired, nullptr, this,
-                             nullptr);
-  } else {
+  if (run.privateConnection != nullptr) {
     g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
     m_OnbusAcquired(run.privateConnection.get(), name.c_str(), this);
-    ownerId = g_bus_own_name_on_connection(run.privateConnection.get(), name.c_str(), kFlags, m_OnnameAcquired, nullptr,
-                                           this, nullptr);
+    RequestName(run.privateConnection.get(), name);
+    return;
   }
+  unsigned int ownerId = g_bus_own_name(G_BUS_TYPE_SYSTEM, name.c_str(), kNameFlags, m_OnbusAcquired, m_OnnameAcquired,
+                                        nullptr, this, nullptr);
   {
     const std::lock_guard<std::mutex> lock(m_stateMutex);
     if (m_run.get() == &run) m_ownerId = std::exchange(ownerId, 0);
