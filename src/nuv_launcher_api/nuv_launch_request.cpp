@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "nuv_launcher_api/nuv_call_arguments.h"
+#include "nuv_common/nuv_call_arguments.h"
 
 namespace {
 

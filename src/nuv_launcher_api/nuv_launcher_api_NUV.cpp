@@ -2,8 +2,8 @@
 #include <nuv/nuv_service_api.h>
 #include <nuv_common/nuv_log.h>
 
+#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
-#include "nuv_launcher_api/nuv_service_call.h"
 
 int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) {
   NUV_ERROR("Terminate all apps start, caller id:[%s], reason:[%s], .", caller_id.c_str(), reason.c_str());

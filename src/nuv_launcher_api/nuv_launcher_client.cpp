@@ -4,12 +4,12 @@
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_settings.h>
 
+#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launch_request.h"
 #include "nuv_launcher_api/nuv_launch_result.h"
-#include "nuv_launcher_api/nuv_service_call.h"
 
 const char* const launcher_introspection_xml =
     "<node>"

@@ -1,4 +1,4 @@
-#include "nuv_launcher_api/nuv_call_arguments.h"
+#include "nuv_common/nuv_call_arguments.h"
 
 CallArguments::~CallArguments() {
   for (size_t i = 0; i < m_count; ++i) g_variant_unref(g_variant_ref_sink(m_values[i]));

@@ -1,4 +1,4 @@
-#include "nuv_launcher_api/nuv_service_call.h"
+#include "nuv_common/nuv_service_call.h"
 
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>

@@ -3,7 +3,7 @@
 
 #include <nuv_common/nuv_handles.h>
 
-#include "nuv_launcher_api/nuv_call_arguments.h"
+#include "nuv_common/nuv_call_arguments.h"
 
 class CNUVGdbus;
 
