@@ -15,10 +15,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${NUV_SYSROOT})
 set(ENV{PKG_CONFIG_LIBDIR} ${NUV_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:${NUV_SYSROOT}/usr/share/pkgconfig)
 
-# The libraries of the packages are found beside each other when linking, and when qemu runs a program.
+# The libraries of the packages are found beside each other when linking, and when qemu runs a program (old tags: they
+# hold for the libraries of libraries, too).
 set(CMAKE_BUILD_RPATH ${NUV_SYSROOT}/usr/lib/arm-linux-gnueabihf ${NUV_SYSROOT}/lib/arm-linux-gnueabihf)
 foreach(kind EXE SHARED)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT
-    "-Wl,-rpath-link,${NUV_SYSROOT}/usr/lib/arm-linux-gnueabihf:${NUV_SYSROOT}/lib/arm-linux-gnueabihf")
+    "-Wl,--disable-new-dtags -Wl,-rpath-link,${NUV_SYSROOT}/usr/lib/arm-linux-gnueabihf:${NUV_SYSROOT}/lib/arm-linux-gnueabihf")
 endforeach()
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
