@@ -46,6 +46,7 @@ int main(int argc, char** argv) {
   bench::CompareInTurns(
       atoi(argv[1]),
       [&] {
+        bench::PlainHeartbeat(connection);
         bench::PlainLaunchApp(connection, launch);
         return WaitForDelay();
       },
