@@ -258,18 +258,17 @@ TEST_F(LinkTest, ADocumentThatIsNoXmlEndsTheListenerQuietly) {
   other.GiveProxy();
 }
 
-TEST_F(LinkTest, LateListenerHarmsNobody) {
+std::atomic<bool> creator_has_gone_on{false};
+
+TEST_F(LinkTest, AListenerThatIsTooLateHarmsNobodyAndServesFromThenOn) {
   StartService();
-  bus_.Pause();
-  std::thread resume([this] {
-    // The listener's connection answers only after the creator has stopped waiting.
-    std::this_thread::sleep_for(std::chrono::seconds(11));
-    bus_.Resume();
-  });
-  EXPECT_EQ(1, Get());
-  resume.join();
-  ASSERT_EQ(1, Get());
-  EXPECT_TRUE(bus_.WaitForName("org.kelvo.tv.corvane.launcherclient.obj" + std::to_string(getpid())));
+  faults::before_register_object = [] { WaitUntil([] { return creator_has_gone_on.load(); }, Milliseconds(20000)); };
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  EXPECT_FALSE(fake_platform::Logged("register object succeed,Created monitor!"));
+  creator_has_gone_on = true;
+  ASSERT_TRUE(WaitUntil([] { return fake_platform::Logged("give End."); }));
+  ASSERT_TRUE(WaitUntil([this] { return service_->SendResult(service_->Launches().front(), {900, 0}); }));
+  EXPECT_TRUE(heard_.WaitFor(1));
 }
 
 TEST_F(LinkTest, IsMadeOnceByTwoThreadsAndProbedFromThenOn) {

@@ -96,7 +96,9 @@ class RestartTest : public LaunchTest {
     ASSERT_TRUE(WaitUntil([&] { return Footprint().threads <= before.threads; }, Milliseconds(3000)))
         << Footprint().threads << " threads after " << before.threads;
     ASSERT_TRUE(WaitUntil([&] { return Footprint().descriptors <= before.descriptors; }, Milliseconds(3000)))
-        << "descriptors:\n" << Descriptors() << "before:\n" << descriptors_before;
+        << "descriptors:\n"
+        << Descriptors() << "before:\n"
+        << descriptors_before;
     const Footprint after;
     // A connection that is not released costs more than 3,000 bytes; a kept callback and what the test records, less
     // than half of this.

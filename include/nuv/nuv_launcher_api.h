@@ -6,8 +6,9 @@
  *   Threads    Any thread may call. Launches of one process are serialised: a call waits for the launch that another
  *              thread has in flight.
  *   Blocking   One launch makes two synchronous calls on the system bus: a probe of at most 10 s and the request of at
- *              most 15 s. The first launch of a process also connects, and waits at most 10 s until the result path
- *              stands. On a healthy bus a launch takes well under a millisecond.
+ *              most 15 s. The first launch of a process also connects, which takes as long as the bus takes to accept
+ *              it, and waits at most 10 s until the result path stands. On a healthy bus a launch takes well under a
+ *              millisecond.
  *   Ownership  Texts are copied; the caller keeps what it passes. Texts given to a callback are valid only during it.
  *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail.
  *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted

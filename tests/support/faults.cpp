@@ -11,6 +11,7 @@ bool pthread_create_fails = false;
 bool bus_get_fails_without_error = false;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
+void (*before_register_object)() = nullptr;
 
 }  // namespace faults
 
@@ -47,6 +48,7 @@ guint g_dbus_connection_register_object(GDBusConnection* connection, const gchar
                                         const GDBusInterfaceVTable* vtable, gpointer data, GDestroyNotify release,
                                         GError** error) {
   if (faults::register_object_returns_zero) return 0;
+  if (faults::before_register_object != nullptr) faults::before_register_object();
   static auto* const real = Real(g_dbus_connection_register_object, "g_dbus_connection_register_object");
   return real(connection, path, info, vtable, data, release, error);
 }
