@@ -5,6 +5,10 @@
 
 #define NUV_LOG_TAG "NuvClient"
 
+#ifndef __FILE_NAME__  // compilers of before 2022
+#define __FILE_NAME__ (__builtin_strrchr(__FILE__, '/') ? __builtin_strrchr(__FILE__, '/') + 1 : __FILE__)
+#endif
+
 // Colours are part of the message texts.
 #define NUV_RED "\033[0;31m"
 #define NUV_GREEN "\033[0;32m"
