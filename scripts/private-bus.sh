@@ -16,7 +16,7 @@ start_and_wait() {
   "$@" >"$work/$name.out" 2>"$work/$name.err" </dev/null &
   started+=($!)
   for ((tries = 0; tries < 400; ++tries)); do
-    grep -q . "$work/$name.out" && return
+    [ -s "$work/$name.out" ] && return
     kill -0 "${started[-1]}" 2>/dev/null || break
     sleep 0.05
   done
