@@ -41,6 +41,8 @@ void Answered(GObject* source, GAsyncResult* answer, gpointer data) {
     Report(*delivery, "delivered");
   } else if (ClientMayComeYet(error.get()) && delivery->tries < kRetries) {
     After(kFirstRetryMs << delivery->tries++, [again = delivery] { Try(again); });
+  } else if (g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY)) {
+    Report(*delivery, "delivered, but the client left without an answer");
   } else {
     Report(*delivery, "lost: " + error.message());
   }

@@ -45,7 +45,7 @@ class MonitorLock {
 
  private:
   static constexpr long kSecondNs = 1000000000;
-  static constexpr long kPatienceNs = 200000000;
+  static constexpr long kPatienceNs = 800000000;
 
   pthread_mutex_t& m_mutex;
 };
