@@ -72,7 +72,9 @@ CatalogueDb::CatalogueDb(const std::string& path) : database_(path) {
   CreateTables();
   AddMissingColumns();
   for (const std::string column : kIndexedColumns) {
-    database_.Run("CREATE INDEX IF NOT EXISTS widgetinfo_" + column + " ON widgetinfo (" + column + ")");
+    std::string statement = "CREATE INDEX IF NOT EXISTS widgetinfo_";
+    statement.append(column).append(" ON widgetinfo (").append(column).append(")");
+    database_.Run(statement);
   }
   transaction.Commit();
   was_empty_ = !database_.Prepare("SELECT 1 FROM widgetinfo LIMIT 1").Step();

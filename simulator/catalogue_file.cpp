@@ -28,7 +28,7 @@ Catalogue::Value ReadValue(const Column& column, const json& value) {
 
 Catalogue::App ReadApp(const json& object) {
   if (!object.is_object()) throw CatalogueError(" has to be an object");
-  if (!object.contains("id") || object["id"] == "") throw CatalogueError(" has no id");
+  if (!object.contains("id") || object["id"] == json("")) throw CatalogueError(" has no id");
   Catalogue::App app;
   for (const auto& [key, value] : object.items()) {
     const Column* column = FindColumn(key);

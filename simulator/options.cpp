@@ -15,7 +15,7 @@ std::string Environment(const char* name) {
 }
 
 std::string DefaultDirectory() {
-  if (const std::string directory = Environment("NUV_HOST_DIR"); !directory.empty()) return directory;
+  if (std::string directory = Environment("NUV_HOST_DIR"); !directory.empty()) return directory;
   if (const std::string state = Environment("XDG_STATE_HOME"); !state.empty()) return state + "/nuv";
   return std::string(g_get_home_dir()) + "/.local/state/nuv";
 }

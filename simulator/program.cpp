@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // The kernel takes 128 KiB per variable, its name included.
-constexpr std::size_t kLongestValue = 127 * 1024;
+constexpr std::size_t kLongestValue = std::size_t{127} * 1024;
 
 struct StrvFree {
   void operator()(char** strings) const { g_strfreev(strings); }
@@ -72,6 +72,7 @@ std::string FindProgram(const std::string& install_path, const std::string& app_
 pid_t StartProgram(const std::string& path, const ProgramInput& input, std::string* error) {
   std::vector<std::string> words = CommandLine(path, input.app_id);
   std::vector<char*> command;
+  command.reserve(words.size() + 1);
   for (std::string& word : words) command.push_back(word.data());
   command.push_back(nullptr);
   const StrvPtr environment = MakeEnvironment(input);

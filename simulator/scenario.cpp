@@ -46,7 +46,7 @@ Answer ReadAnswer(const json& value) {
 }
 
 std::string ReadErrorName(const json& value) {
-  const std::string name = ReadText(value);
+  std::string name = ReadText(value);
   if (!g_dbus_is_interface_name(name.c_str())) throw ScenarioError("has to be a D-Bus error name");
   return name;
 }

@@ -16,7 +16,7 @@ namespace nuv::host {
 
 namespace {
 
-constexpr size_t kSmallFileLimit = 64 * 1024;
+constexpr size_t kSmallFileLimit = size_t{64} * 1024;
 
 bool WriteAll(int fd, std::string_view content) {
   while (!content.empty()) {

@@ -18,7 +18,6 @@
 
 namespace {
 
-using nuv::host::LogMessage;
 using nuv::host::LogSink;
 
 // Both are set on first use, without a lock (a forked child may log), and never destroyed (so may a process that ends).

@@ -6,7 +6,7 @@
 namespace nuv::host {
 
 // Message text that a line holds at most; the rest is counted at its end.
-constexpr size_t kMessageLimit = 64 * 1024;
+constexpr size_t kMessageLimit = size_t{64} * 1024;
 
 // A message as it was formatted.
 struct LogMessage {
