@@ -15,7 +15,13 @@ struct LaunchTable {
   uint32_t launcher_event_key = 0;  // wraps like the 32-bit signed number that it is sent as
 };
 
-LaunchTable& Table();
+// Made when the library is loaded: a child forked while another thread was making it would wait for that thread for
+// ever.
+NeverDestroyed<LaunchTable> table_of_process;
+
+LaunchTable& Table() {
+  return *table_of_process;
+}
 
 // A child of fork() finds the table whole and its lock free.
 void LockTable() {
@@ -25,11 +31,7 @@ void UnlockTable() {
   Table().mutex.unlock();
 }
 
-LaunchTable& Table() {
-  static NeverDestroyed<LaunchTable> table;
-  [[maybe_unused]] static const int registered = pthread_atfork(LockTable, UnlockTable, UnlockTable);
-  return *table;
-}
+[[maybe_unused]] const int registered = pthread_atfork(LockTable, UnlockTable, UnlockTable);
 
 }  // namespace
 
