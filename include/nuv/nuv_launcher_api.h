@@ -120,6 +120,30 @@ NUV_API int nuv_launch_webapp_for_deeplink(const char* app_id, const char* paylo
 NUV_API int nuv_background_launch_webapp_for_deeplink(const char* app_id, const char* payload, const char* caller_id,
                                                       nuv_launch_notify_cb callback, void* user_data);
 
+/**
+ * Looks an application up by the name under which it is started, and launches it like nuv_launch_app().
+ *
+ * Before the launch the catalogue is read (see nuv/nuv_app_database.h for how long that may take).
+ *
+ * @param runtitle run title, compared byte for byte. Unknown, empty or null: the system error popup of kind 0 is
+ *                 raised, the callback is not called and the result is -1. The same when the catalogue cannot be read.
+ */
+NUV_API int nuv_launch_app_by_runtitle(const char* runtitle, const char* payload, nuv_launch_result_cb callback,
+                                       void* user_data);
+
+/** Like nuv_launch_app_by_runtitle(), naming the caller as nuv_launch_app_with_param() does. */
+NUV_API int nuv_launch_app_by_runtitle_with_param(const char* runtitle, const char* payload, const char* caller_id,
+                                                  nuv_launch_result_cb callback, void* user_data);
+
+/**
+ * Looks an application up by the name under which it is started, and launches it like nuv_launch_webapp().
+ *
+ * @param runtitle as for nuv_launch_app_by_runtitle(); an unknown one is also recorded as the last launch failure, with
+ *                 reason 100. Must not be null: after the popup std::logic_error leaves the function.
+ */
+NUV_API int nuv_launch_webapp_by_runtitle(const char* runtitle, const char* payload, const char* caller_id,
+                                          nuv_launch_notify_cb callback, void* user_data);
+
 #ifdef __cplusplus
 }
 #endif

@@ -22,6 +22,24 @@
 
 #include <string>
 
+/**
+ * Asks the service to terminate an application. The catalogue is read first (see nuv/nuv_app_database.h).
+ *
+ * @param app_id    id, kelvo id or package name; the service is given the id that the catalogue has. Null or unknown is
+ *                  a failure.
+ * @param option    the service's terminate option
+ * @param caller_id who asks
+ * @param reason    why
+ */
+NUV_API int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id,
+                                     const std::string& reason);
+
+/**
+ * Asks the service to terminate the application with the given run title, which the catalogue must know. While the
+ * catalogue is read the call is serialised with launches.
+ */
+NUV_API int nuv_terminate_app_by_runtitle_client(const char* runtitle);
+
 /** Asks the service to show the system error popup of the given kind. */
 NUV_API int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type);
 

@@ -25,3 +25,17 @@
 #define NUV_ERROR(...) NUV_LOG_LINE(NUV_LOG_BUFFER_MAIN, NUV_LOG_PRIORITY_ERROR, __VA_ARGS__)
 // A milestone goes to the platform's system log buffer.
 #define NUV_MILESTONE(...) NUV_LOG_LINE(NUV_LOG_BUFFER_SYSTEM, NUV_LOG_PRIORITY_INFO, __VA_ARGS__)
+
+// Where a line comes from, for helpers that log on behalf of the function that called them.
+struct LogOrigin {
+  const char* file;
+  const char* function;
+  int line;
+};
+#define NUV_HERE (LogOrigin{__FILE_NAME__, __func__, __LINE__})
+
+#define NUV_LOG_FROM(origin, priority, format, ...)                                                                    \
+  __dlog_print(NUV_LOG_BUFFER_MAIN, (priority), NUV_LOG_TAG, "%s: %s(%d) > " format, (origin).file, (origin).function, \
+               (origin).line, ##__VA_ARGS__)
+#define NUV_INFO_FROM(origin, ...) NUV_LOG_FROM(origin, NUV_LOG_PRIORITY_INFO, __VA_ARGS__)
+#define NUV_ERROR_FROM(origin, ...) NUV_LOG_FROM(origin, NUV_LOG_PRIORITY_ERROR, __VA_ARGS__)

@@ -1,4 +1,5 @@
-// The launch entry points: each fixes the options of the common body.
+// The launch entry points: each fixes the options of the common body. And the lists of a fixed key.
+#include <nuv/nuv_app_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv_common/nuv_log.h>
 
@@ -67,4 +68,14 @@ int nuv_background_launch_webapp_for_deeplink(const char* app_id, const char* pa
   NUV_ERROR(NUV_YELLOW "nuv_background_launch_webapp_for_deeplink: app id:[%s], payload:[%s],callerid [%s]." NUV_PLAIN,
             app_id, payload, caller_id);
   return Launch(kBackgroundDeepLinkWebapp, app_id, payload, caller_id, callback, user_data);
+}
+
+int nuv_get_isp_bound_widget_list(nuv_app_info_s** list, int* count) {
+  NUV_ERROR(NUV_YELLOW "IN" NUV_PLAIN);
+  return nuv_get_key_list("is_ispbound ", 0, list, count);
+}
+
+int nuv_get_hybrid_widget_list(nuv_app_info_s** list, int* count) {
+  NUV_ERROR(NUV_YELLOW "IN" NUV_PLAIN);
+  return nuv_get_key_list("is_hybrid_tv", 0, list, count);
 }

@@ -1,5 +1,6 @@
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
+#include <nuv/nuv_app_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_settings.h>
@@ -60,6 +61,15 @@ void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
       static_cast<int>(isTimeOutError == 1 ? NUV_LAUNCH_STATUS_TIMED_OUT : NUV_LAUNCH_STATUS_FAILED), data.userData);
 }
 
+int ReportTerminate(const ServiceReply& answer, const LogOrigin& origin) {
+  if (answer.succeeded) {
+    NUV_INFO_FROM(origin, "call terminate_app success.");
+    return 0;
+  }
+  NUV_ERROR_FROM(origin, "call terminate_app error.");
+  return -1;
+}
+
 }  // namespace
 
 CNUVGdbus* get_launcher_proxy() {
@@ -88,6 +98,38 @@ int nuv_launch_app_client(_NUV_LAUNCHER_DATA& data) {
   ReportFailedLaunch(data, isTimeOutError);
   ForgetLaunchCallback(event);
   return -1;
+}
+
+int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id, const std::string& reason) {
+  nuv_app_info_s info = {};
+  if (app_id == nullptr || m_nuv_get_app_info(app_id, &info) != 0) {
+    NUV_ERROR("app id is null or failed to get app info!");
+    return -1;
+  }
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR("get_launcher_proxy() error");
+    return -1;
+  }
+  CallArguments arguments;
+  arguments.Text(info.app_id).Number(option).Text(caller_id.c_str()).Text(reason.c_str());
+  return ReportTerminate(CallService(*link, "terminate_app", arguments), NUV_HERE);
+}
+
+int nuv_terminate_app_by_runtitle_client(const char* runtitle) {
+  nuv_app_info_s info = {};
+  if (runtitle == nullptr || nuv_get_app_info_by_runtitle(runtitle, &info) != 0) {
+    NUV_ERROR("app id is null or failed to get app info!");
+    return -1;
+  }
+  CNUVGdbus* link = UsableLauncherProxy();
+  if (link == nullptr) {
+    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
+    return -1;
+  }
+  CallArguments arguments;
+  arguments.Text(runtitle);
+  return ReportTerminate(CallService(*link, "terminate_app_by_runtitle", arguments), NUV_HERE);
 }
 
 int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) {

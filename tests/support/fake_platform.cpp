@@ -1,12 +1,16 @@
 #include "fake_platform.h"
 
+#include <dlfcn.h>
+#include <errno.h>
 #include <nuv_platform/platform_app_control.h>
 #include <nuv_platform/platform_aul.h>
 #include <nuv_platform/platform_log.h>
+#include <nuv_platform/platform_path.h>
 #include <nuv_platform/platform_resource.h>
 #include <nuv_platform/platform_settings.h>
 #include <nuv_platform/platform_trace.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -31,6 +35,10 @@ struct State {
   bool log_as_effects = false;
   std::atomic<bool> settings_fail{false};
   std::atomic<bool> common_ui_runs{false};
+  std::optional<std::string> database_directory;
+  std::optional<int> factory_reset;
+  std::atomic<bool> repair_marker{false};
+  std::atomic<bool> sleeps_wait{false};
 };
 
 // The library's listener may still log while the test process exits.
@@ -94,6 +102,24 @@ void SetCommonUiRunning(bool running) {
   Get().common_ui_runs = running;
 }
 
+void SetDatabaseDirectory(const std::optional<std::string>& directory) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().database_directory = directory;
+}
+
+void SetFactoryReset(std::optional<int> state) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().factory_reset = state;
+}
+
+void SetRepairMarker(bool exists) {
+  Get().repair_marker = exists;
+}
+
+void LetSleepsWait(bool wait) {
+  Get().sleeps_wait = wait;
+}
+
 void OnEffect(std::function<void(const std::string&)> hook) {
   const std::lock_guard<std::mutex> lock(Get().mutex);
   Get().hook = std::move(hook);
@@ -120,8 +146,16 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
   return length;
 }
 
-int vconf_get_int(const char*, int*) {
-  return -1;
+int vconf_get_int(const char* key, int* value) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  if (strcmp(key, "db/nuv/factory_reset") != 0 || !Get().factory_reset) return -1;
+  *value = *Get().factory_reset;
+  return 0;
+}
+
+const char* nuv_platform_get_path(int variable) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return variable == 24 && Get().database_directory ? Get().database_directory->c_str() : nullptr;
 }
 
 int vconf_set_str(const char* key, const char* value) {
@@ -145,6 +179,35 @@ void trace_begin(const char* text) {
 }
 void trace_end() {
   AddEffect("trace_end");
+}
+
+namespace {
+
+template <typename Function>
+Function* Real(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int stat(const char* path, struct stat* result) {
+  static auto* const real = Real(stat, "stat");
+  if (strcmp(path, "/opt/dbspace/pkgreinstall") != 0) return real(path, result);
+  if (Get().repair_marker) return 0;
+  errno = ENOENT;
+  return -1;
+}
+
+extern "C" int usleep(useconds_t microseconds) {
+  static auto* const real = Real(usleep, "usleep");
+  AddEffect("usleep " + std::to_string(microseconds));
+  return Get().sleeps_wait ? real(microseconds) : 0;
+}
+
+extern "C" unsigned sleep(unsigned seconds) {
+  static auto* const real = Real(sleep, "sleep");
+  AddEffect("sleep " + std::to_string(seconds));
+  return Get().sleeps_wait ? real(seconds) : 0;
 }
 
 extern "C" int prctl(int option, ...) {

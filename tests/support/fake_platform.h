@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,14 @@ void Clear();
 void LogAsEffects(bool on);
 void LetSettingsFail(bool fail);
 void SetCommonUiRunning(bool running);
+// Path variable 24; nothing: it has no value.
+void SetDatabaseDirectory(const std::optional<std::string>& directory);
+// "db/nuv/factory_reset"; nothing: it cannot be read, as at the start.
+void SetFactoryReset(std::optional<int> state);
+// Whether "/opt/dbspace/pkgreinstall" exists.
+void SetRepairMarker(bool exists);
+// usleep() and sleep() are effects ("usleep 10000") and take no time, unless they are let wait.
+void LetSleepsWait(bool wait);
 // Called by each platform call that is not a log line, with its effect.
 void OnEffect(std::function<void(const std::string&)> hook);
 

@@ -1,0 +1,64 @@
+// Questions that a statement of the caller answers: how many rows, and is an application among them.
+#include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_log.h>
+
+#include <new>
+
+#include "nuv_common/nuv_statement.h"
+#include "nuv_db_api/nuv_db_guards.h"
+#include "nuv_db_api/nuv_db_statement.h"
+
+namespace {
+
+// Reads all rows: whether the first column of one of them is the id. Rows behind the match are only stepped through.
+bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin) {
+  bool found = false;
+  std::string id;
+  while (cycle.NextRow()) {
+    if (found) continue;
+    GetValueByDBPosition(0, id);
+    found = id == app_id;
+    if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[%s] is recently(or most) used app" NUV_PLAIN, app_id.c_str());
+  }
+  return found;
+}
+
+}  // namespace
+
+int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& sql,
+                                 std::vector<_NUVDB_BIND_T>& binds) try {
+  NUV_INFO("app id:%s, strSql:%s", app_id.c_str(), sql.c_str());
+  StatementCycle cycle;
+  const int prepared = cycle.Begin(sql, binds);
+  if (prepared != 0) {
+    NUV_ERROR(NUV_RED "Failed to prepare" NUV_PLAIN);
+    return prepared;
+  }
+  const bool found = HasRowOf(cycle, app_id, NUV_HERE);
+  if (cycle.EndedBusy()) {
+    NUV_ERROR(NUV_RED "get app info fail:sql busy" NUV_PLAIN);
+    return kDatabaseBusy;
+  }
+  NUV_INFO(NUV_YELLOW "[%s] check db finish, result [%d]" NUV_PLAIN, app_id.c_str(), found ? 1 : 0);
+  return found ? 0 : -1;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
+}
+
+int GetAppsTableCount(int* count, const std::string& clause, int tableType,
+                      const std::vector<_NUVDB_BIND_T>& binds) try {
+  NUV_INFO("Start:strParam:[%s],tableType:[%d]", clause.c_str(), tableType);
+  if (!RequireParameters(count != nullptr, NUV_HERE)) return -1;
+  StatementCycle cycle;
+  const int prepared = cycle.Begin("select count(id) from widgetinfo" + clause, binds);
+  if (prepared != 0) return prepared;
+  bool counted = false;
+  *count = 0;
+  while (cycle.NextRow()) {
+    *count = GetIntegerFromResult(0);
+    counted = true;
+  }
+  return cycle.Result(counted || cycle.EndedInOrder(), NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
+}

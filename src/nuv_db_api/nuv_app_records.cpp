@@ -1,0 +1,182 @@
+#include "nuv_db_api/nuv_app_records.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "nuv_db_api/nuv_app_columns.h"
+#include "nuv_db_api/nuv_db_statement.h"
+
+namespace {
+
+constexpr size_t kCopied = NUV_APP_TEXT_SIZE - 1;
+
+struct RecordMember {
+  size_t offset;
+  unsigned column;
+};
+
+constexpr RecordMember kTexts[] = {
+    {offsetof(nuv_app_info_s, app_id), ColumnOf("id")},
+    {offsetof(nuv_app_info_s, app_title), ColumnOf("title")},
+    {offsetof(nuv_app_info_s, app_installed_path), ColumnOf("install_path")},
+    {offsetof(nuv_app_info_s, app_icon_path), ColumnOf("icon_path")},
+    {offsetof(nuv_app_info_s, app_panel_icon_path), ColumnOf("icon_path")},
+    {offsetof(nuv_app_info_s, app_version), ColumnOf("version")},
+    {offsetof(nuv_app_info_s, install_date), ColumnOf("install_date")},
+    {offsetof(nuv_app_info_s, app_kelvo_id), ColumnOf("kelvo_id")},
+    {offsetof(nuv_app_info_s, pkgname), ColumnOf("pkgname")},
+    {offsetof(nuv_app_info_s, widget_category), ColumnOf("widget_category")},
+    {offsetof(nuv_app_info_s, app_runtitle), ColumnOf("run_title")},
+    {offsetof(nuv_app_info_s, install_type), ColumnOf("install_type")},
+    {offsetof(nuv_app_info_s, extra_icon_path), ColumnOf("icon_path")},
+    {offsetof(nuv_app_info_s, gamepad), ColumnOf("reserved_string_1")},
+    {offsetof(nuv_app_info_s, firstscreen_icon_dir), ColumnOf("icon_path")},
+    {offsetof(nuv_app_info_s, ambient_screen_support), ColumnOf("reserved_string_4")},
+    {offsetof(nuv_app_info_s, ambient_icon_path), ColumnOf("icon_path")},
+    {offsetof(nuv_app_info_s, hbbTV), ColumnOf("hbbTV")},
+    {offsetof(nuv_app_info_s, hybrid_app), ColumnOf("hybrid_app")},
+    {offsetof(nuv_app_info_s, reserved_string_2), ColumnOf("reserved_string_2")},
+    {offsetof(nuv_app_info_s, reserved_string_6), ColumnOf("reserved_string_6")},
+    {offsetof(nuv_app_info_s, reserved_string_9), ColumnOf("reserved_string_9")},
+};
+
+constexpr RecordMember kNumbers[] = {
+    {offsetof(nuv_app_info_s, size), ColumnOf("size")},
+    {offsetof(nuv_app_info_s, use_count), ColumnOf("use_count")},
+    {offsetof(nuv_app_info_s, app_index), ColumnOf("app_index")},
+    {offsetof(nuv_app_info_s, app_featured), ColumnOf("app_featured")},
+    {offsetof(nuv_app_info_s, app_type), ColumnOf("app_type")},
+    {offsetof(nuv_app_info_s, install_state), ColumnOf("install_state")},
+    {offsetof(nuv_app_info_s, is_hidden), ColumnOf("is_hidden")},
+    {offsetof(nuv_app_info_s, is_support_voice), ColumnOf("is_support_voice")},
+    {offsetof(nuv_app_info_s, is_support_gesture), ColumnOf("is_support_gesture")},
+    {offsetof(nuv_app_info_s, is_network), ColumnOf("is_network")},
+    {offsetof(nuv_app_info_s, is_removable), ColumnOf("is_removable")},
+    {offsetof(nuv_app_info_s, is_display), ColumnOf("is_display")},
+    {offsetof(nuv_app_info_s, is_lock), ColumnOf("is_lock")},
+    {offsetof(nuv_app_info_s, is_premium_game), ColumnOf("is_premium_game")},
+    {offsetof(nuv_app_info_s, is_need_login), ColumnOf("is_need_login")},
+    {offsetof(nuv_app_info_s, is_need_update), ColumnOf("is_need_update")},
+    {offsetof(nuv_app_info_s, installed_source_type), ColumnOf("install_source_type")},
+    {offsetof(nuv_app_info_s, is_updated), ColumnOf("is_updated")},
+    {offsetof(nuv_app_info_s, is_ticker), ColumnOf("is_ticker")},
+    {offsetof(nuv_app_info_s, is_multi_screen2), ColumnOf("is_multi_screen2")},
+    {offsetof(nuv_app_info_s, is_multi_tasking), ColumnOf("is_multi_tasking")},
+    {offsetof(nuv_app_info_s, is_usb_app), ColumnOf("is_usb_app")},
+    {offsetof(nuv_app_info_s, is_age_auth), ColumnOf("is_age_auth")},
+    {offsetof(nuv_app_info_s, app_age_limit), ColumnOf("limit_age")},
+    {offsetof(nuv_app_info_s, use_gamepad), ColumnOf("use_gamepad")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_1), ColumnOf("reserved_tinyint_1")},
+    {offsetof(nuv_app_info_s, is_icon_mutlilang_support), ColumnOf("reserved_tinyint_8")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_2), ColumnOf("reserved_tinyint_2")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_3), ColumnOf("reserved_tinyint_3")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_4), ColumnOf("reserved_tinyint_4")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_5), ColumnOf("reserved_tinyint_5")},
+    {offsetof(nuv_app_info_s, reserved_tinyint_7), ColumnOf("reserved_tinyint_7")},
+    {offsetof(nuv_app_info_s, launch_type), ColumnOf("reserved_int_1")},
+};
+
+template <typename T>
+struct InnerMember {
+  T _APPS_INNER_INFO_T::*member;
+  unsigned column;
+};
+
+constexpr InnerMember<std::string> kInnerTexts[] = {
+    {&_APPS_INNER_INFO_T::id, ColumnOf("id")},
+    {&_APPS_INNER_INFO_T::title, ColumnOf("title")},
+    {&_APPS_INNER_INFO_T::install_path, ColumnOf("install_path")},
+    {&_APPS_INNER_INFO_T::icon_path, ColumnOf("icon_path")},
+    {&_APPS_INNER_INFO_T::panel_icon_path, ColumnOf("icon_path")},
+    {&_APPS_INNER_INFO_T::version, ColumnOf("version")},
+    {&_APPS_INNER_INFO_T::install_date, ColumnOf("install_date")},
+    {&_APPS_INNER_INFO_T::kelvo_id, ColumnOf("kelvo_id")},
+    {&_APPS_INNER_INFO_T::pkgname, ColumnOf("pkgname")},
+    {&_APPS_INNER_INFO_T::widget_category, ColumnOf("widget_category")},
+    {&_APPS_INNER_INFO_T::reserved_string_18, ColumnOf("reserved_string_18")},
+    {&_APPS_INNER_INFO_T::run_title, ColumnOf("run_title")},
+    {&_APPS_INNER_INFO_T::install_type, ColumnOf("install_type")},
+    {&_APPS_INNER_INFO_T::extra_icon_path, ColumnOf("icon_path")},
+    {&_APPS_INNER_INFO_T::reserved_string_1, ColumnOf("reserved_string_1")},
+    {&_APPS_INNER_INFO_T::firstscreen_icon_path, ColumnOf("icon_path")},
+    {&_APPS_INNER_INFO_T::reserved_string_4, ColumnOf("reserved_string_4")},
+    {&_APPS_INNER_INFO_T::ambient_icon_path, ColumnOf("icon_path")},
+    {&_APPS_INNER_INFO_T::hbbTV, ColumnOf("hbbTV")},
+    {&_APPS_INNER_INFO_T::hybrid_app, ColumnOf("hybrid_app")},
+    {&_APPS_INNER_INFO_T::reserved_string_2, ColumnOf("reserved_string_2")},
+    {&_APPS_INNER_INFO_T::reserved_string_6, ColumnOf("reserved_string_6")},
+    {&_APPS_INNER_INFO_T::reserved_string_9, ColumnOf("reserved_string_9")},
+    {&_APPS_INNER_INFO_T::reserved_string_15, ColumnOf("reserved_string_15")},
+    {&_APPS_INNER_INFO_T::reserved_string_10, ColumnOf("reserved_string_10")},
+    {&_APPS_INNER_INFO_T::reserved_string_11, ColumnOf("reserved_string_11")},
+    {&_APPS_INNER_INFO_T::reserved_string_14, ColumnOf("reserved_string_14")},
+    {&_APPS_INNER_INFO_T::nuvorder, ColumnOf("nuvorder")},
+    {&_APPS_INNER_INFO_T::reserved_string_19, ColumnOf("reserved_string_19")},
+    {&_APPS_INNER_INFO_T::reserved_string_20, ColumnOf("reserved_string_20")},
+};
+
+constexpr InnerMember<int> kInnerNumbers[] = {
+    {&_APPS_INNER_INFO_T::size, ColumnOf("size")},
+    {&_APPS_INNER_INFO_T::use_count, ColumnOf("use_count")},
+    {&_APPS_INNER_INFO_T::app_index, ColumnOf("app_index")},
+    {&_APPS_INNER_INFO_T::app_featured, ColumnOf("app_featured")},
+    {&_APPS_INNER_INFO_T::app_type, ColumnOf("app_type")},
+    {&_APPS_INNER_INFO_T::install_state, ColumnOf("install_state")},
+    {&_APPS_INNER_INFO_T::is_hidden, ColumnOf("is_hidden")},
+    {&_APPS_INNER_INFO_T::is_support_voice, ColumnOf("is_support_voice")},
+    {&_APPS_INNER_INFO_T::is_support_gesture, ColumnOf("is_support_gesture")},
+    {&_APPS_INNER_INFO_T::is_network, ColumnOf("is_network")},
+    {&_APPS_INNER_INFO_T::is_removable, ColumnOf("is_removable")},
+    {&_APPS_INNER_INFO_T::is_display, ColumnOf("is_display")},
+    {&_APPS_INNER_INFO_T::is_lock, ColumnOf("is_lock")},
+    {&_APPS_INNER_INFO_T::is_premium_game, ColumnOf("is_premium_game")},
+    {&_APPS_INNER_INFO_T::is_need_login, ColumnOf("is_need_login")},
+    {&_APPS_INNER_INFO_T::is_need_update, ColumnOf("is_need_update")},
+    {&_APPS_INNER_INFO_T::is_updated, ColumnOf("is_updated")},
+    {&_APPS_INNER_INFO_T::is_ticker, ColumnOf("is_ticker")},
+    {&_APPS_INNER_INFO_T::is_multi_screen2, ColumnOf("is_multi_screen2")},
+    {&_APPS_INNER_INFO_T::is_multi_tasking, ColumnOf("is_multi_tasking")},
+    {&_APPS_INNER_INFO_T::is_usb_app, ColumnOf("is_usb_app")},
+    {&_APPS_INNER_INFO_T::is_age_auth, ColumnOf("is_age_auth")},
+    {&_APPS_INNER_INFO_T::limit_age, ColumnOf("limit_age")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_1, ColumnOf("reserved_tinyint_1")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_8, ColumnOf("reserved_tinyint_8")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_2, ColumnOf("reserved_tinyint_2")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_3, ColumnOf("reserved_tinyint_3")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_4, ColumnOf("reserved_tinyint_4")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_5, ColumnOf("reserved_tinyint_5")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_7, ColumnOf("reserved_tinyint_7")},
+    {&_APPS_INNER_INFO_T::reserved_int_1, ColumnOf("reserved_int_1")},
+};
+
+constexpr InnerMember<bool> kInnerFlags[] = {
+    {&_APPS_INNER_INFO_T::reserved_tinyint_10, ColumnOf("reserved_tinyint_10")},
+    {&_APPS_INNER_INFO_T::reserved_tinyint_11, ColumnOf("reserved_tinyint_11")},
+};
+
+void CopyText(char* member, unsigned column) {
+  strncpy(member, GetStringFromResult(column), kCopied);
+}
+
+}  // namespace
+
+void m_GetWidgetInfo(nuv_app_info_s* info) {
+  if (info == nullptr) return;
+  char* record = reinterpret_cast<char*>(info);
+  for (const RecordMember& text : kTexts) CopyText(record + text.offset, text.column);
+  for (const RecordMember& number : kNumbers) {
+    const int value = GetIntegerFromResult(number.column);
+    memcpy(record + number.offset, &value, sizeof value);
+  }
+}
+
+void GetMultiScreenInfo(nuv_app_ms_s& info) {
+  CopyText(info.app_id, 0);
+  info.is_multi_screen2 = GetIntegerFromResult(1);
+}
+
+void GetInnerInfo(_APPS_INNER_INFO_T& info) {
+  for (const auto& text : kInnerTexts) GetValueByDBPosition(text.column, info.*text.member);
+  for (const auto& number : kInnerNumbers) info.*number.member = GetIntegerFromResult(number.column);
+  for (const auto& flag : kInnerFlags) info.*flag.member = GetIntegerFromResult(flag.column) != 0;
+}

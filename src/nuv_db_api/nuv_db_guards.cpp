@@ -1,0 +1,55 @@
+#include "nuv_db_api/nuv_db_guards.h"
+
+#include <nuv_platform/platform_settings.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr const char* kFactoryResetKey = "db/nuv/factory_reset";
+constexpr const char* kRepairMarker = "/opt/dbspace/pkgreinstall";
+
+}  // namespace
+
+bool CkeckIsFactoryReset() {
+  NUV_MILESTONE(NUV_GREEN "CkeckIsFactoryReset" NUV_PLAIN);
+  int state = 0;
+  if (vconf_get_int(kFactoryResetKey, &state) != 0) {
+    NUV_ERROR(NUV_RED "Failed to get vconf value key=(%s)" NUV_PLAIN, kFactoryResetKey);
+    state = 0;
+  }
+  NUV_INFO(NUV_GREEN "CheckPkgmgrRecovering end" NUV_PLAIN);
+  return state == 1 || state == 2;
+}
+
+bool CheckPkgmgrRecovering() {
+  NUV_MILESTONE(NUV_GREEN "CheckPkgmgrRecovering" NUV_PLAIN);
+  struct stat marker;
+  if (stat(kRepairMarker, &marker) == 0) {
+    NUV_INFO(NUV_GREEN "CheckPkgmgrRecovering true" NUV_PLAIN);
+    return true;
+  }
+  NUV_INFO(NUV_GREEN "CheckPkgmgrRecovering false" NUV_PLAIN);
+  return false;
+}
+
+bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice) {
+  if (CkeckIsFactoryReset()) {
+    NUV_INFO_FROM(origin, "%s", factoryResetNotice);
+    return true;
+  }
+  if (CheckPkgmgrRecovering()) {
+    NUV_ERROR_FROM(origin, NUV_RED "Pkgmgr is recovering" NUV_PLAIN);
+    return true;
+  }
+  return false;
+}
+
+bool RequireParameters(bool present, const LogOrigin& origin) {
+  if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
+  return present;
+}
+
+int OutOfMemory(const LogOrigin& origin) {
+  NUV_ERROR_FROM(origin, NUV_RED "out of memory" NUV_PLAIN);
+  return -1;
+}

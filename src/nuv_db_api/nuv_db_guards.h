@@ -1,0 +1,20 @@
+// When the catalogue must not be read: while the set is being reset to factory state, and while packages are being
+// repaired.
+#pragma once
+
+#include <nuv_common/nuv_log.h>
+
+bool CkeckIsFactoryReset();
+bool CheckPkgmgrRecovering();
+
+constexpr const char* kFactoryResetNotice = NUV_YELLOW "FactoryReset is true" NUV_PLAIN;
+constexpr const char* kFactoryResetMilestone = NUV_GREEN "FactoryReset is true" NUV_PLAIN;
+
+// True, and logged for the caller, while either guard holds. The notice is the caller's own wording.
+bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice = kFactoryResetNotice);
+
+// False, and logged for the caller, where a pointer is null.
+bool RequireParameters(bool present, const LogOrigin& origin);
+
+// The failure result of a function that ran out of memory.
+int OutOfMemory(const LogOrigin& origin);

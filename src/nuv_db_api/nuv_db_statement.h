@@ -1,0 +1,57 @@
+// The read side's one connection to the application database, and its one current statement.
+//
+// The connection is opened read-only by the first query and stays open; it is closed only where opening it fails. The
+// functions lock nothing: whoever uses the connection holds a StatementCycle for as long as its statement lives.
+#pragma once
+
+#include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_log.h>
+#include <sqlite3.h>
+
+#include <string>
+#include <vector>
+
+extern sqlite3* g_pConnection;  // null until opened
+extern sqlite3_stmt* g_pStmt;   // null where no statement is live
+
+// Opens the database unless one is open, whatever its path: 0, or -1.
+int Connect(const std::string& path);
+
+// Connects and compiles sql into g_pStmt: 0, -1 or, when the database stayed busy, -2. What g_pStmt held is dropped.
+int Prepare(const std::string& sql);
+
+// Binds record i to parameter i + 1. Texts are not copied: the list has to outlive the statement.
+void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds);
+
+// Advances g_pStmt by a row: SQLITE_ROW while there is one, else the statement is gone. SQLITE_ERROR without statement.
+int Step();
+
+void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value);
+void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value);
+
+// Values of the current row. The text is never null and is SQLite's: it lives until the next step.
+char* GetStringFromResult(unsigned col);
+int GetIntegerFromResult(unsigned col);
+void GetValueByDBPosition(unsigned col, std::string& out);
+
+// One statement from prepare to finalize, undisturbed by other threads. A cycle does not nest.
+class StatementCycle {
+ public:
+  StatementCycle();
+  ~StatementCycle();  // a statement that an exception left live would keep the service from writing
+  StatementCycle(const StatementCycle&) = delete;
+  StatementCycle& operator=(const StatementCycle&) = delete;
+
+  // Prepares and binds: the result of Prepare().
+  int Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds);
+  bool NextRow();
+
+  // After the last row.
+  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
+  bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
+  // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
+  int Result(bool hadRow, const LogOrigin& origin) const;
+
+ private:
+  int m_lastStep = SQLITE_OK;
+};

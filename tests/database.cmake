@@ -1,0 +1,13 @@
+# The application catalogue: white-box tests over a real database file, with SQLite's calls watched.
+add_library(nuv_database_test STATIC
+  support/app_database.cpp
+  support/sqlite_faults.cpp)
+target_link_libraries(nuv_database_test PUBLIC nuv_white_box PkgConfig::SQLITE PRIVATE nuv_build_flags)
+
+nuv_add_client(database_locker PkgConfig::SQLITE)
+
+function(nuv_add_database_test name)
+  nuv_add_white_box_test(${name} nuv_database_test ${ARGN})
+endfunction()
+
+nuv_add_database_test(nuv_db_client_test)

@@ -1,0 +1,32 @@
+// The library's calls of SQLite, watched and let fail. The library's connections are told from a test's own by the call
+// that opens them: sqlite3_open_v2().
+#pragma once
+
+#include <sqlite3.h>
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace sqlite_faults {
+
+// While one of these holds codes, a call takes the first and returns it without reaching SQLite; 0 means "reach it".
+extern std::deque<int> prepare_codes;
+extern std::deque<int> step_codes;
+
+struct Opening {
+  std::string path;
+  int flags;
+  bool with_vfs;
+};
+std::vector<Opening> Openings();
+
+// What the library has open. Not to be asked while it is at work.
+int LiveStatements();
+int LiveConnections();
+
+// The library's statement texts in the order in which they were prepared (each try once).
+std::vector<std::string> Prepared();
+void Forget();
+
+}  // namespace sqlite_faults
