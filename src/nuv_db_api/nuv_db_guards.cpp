@@ -44,11 +44,6 @@ bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice) {
   return false;
 }
 
-bool RequireParameters(bool present, const LogOrigin& origin) {
-  if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
-  return present;
-}
-
 int OutOfMemory(const LogOrigin& origin) {
   NUV_ERROR_FROM(origin, NUV_RED "out of memory" NUV_PLAIN);
   return -1;

@@ -14,7 +14,10 @@ constexpr const char* kFactoryResetMilestone = NUV_GREEN "FactoryReset is true" 
 bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice = kFactoryResetNotice);
 
 // False, and logged for the caller, where a pointer is null.
-bool RequireParameters(bool present, const LogOrigin& origin);
+inline bool RequireParameters(bool present, const LogOrigin& origin) {
+  if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
+  return present;
+}
 
 // The failure result of a function that ran out of memory.
 int OutOfMemory(const LogOrigin& origin);
