@@ -1,62 +1,31 @@
 #include "nuv_common/nuv_statement.h"
 
+#include <ctime>
+
 namespace {
 
-void LogSqliteMessage(sqlite3* connection, const LogOrigin& origin) {
-  NUV_ERROR_FROM(origin, NUV_RED "SQLite: %s" NUV_PLAIN, sqlite3_errmsg(connection));
-}
-
-void FinalizeFailedPrepare(sqlite3_stmt** statement, const LogOrigin& origin) {
-  FinalizeStatement(statement, "m_pStmt", origin);
-}
-
-}  // namespace
-
-int OpenDatabase(const char* path, int accessFlag, sqlite3** connection) {
-  return sqlite3_open_v2(path, connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
-}
-
-void FinalizeStatement(sqlite3_stmt** statement, const char* name, const LogOrigin& origin) {
-  if (*statement == nullptr) return;
+void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& origin) {
+  if (side.statement == nullptr) return;
   NUV_INFO_FROM(origin, "finalize %s", name);
-  sqlite3_finalize(*statement);
-  *statement = nullptr;
+  sqlite3_finalize(side.statement);
+  side.statement = nullptr;
 }
 
-int PrepareWithRetry(sqlite3* connection, const char* sql, sqlite3_stmt** statement, const DatabaseSide& side,
-                     const LogOrigin& origin) {
-  for (int tries = 1;; ++tries) {
-    const int code = sqlite3_prepare_v2(connection, sql, -1, statement, nullptr);
-    if (code == SQLITE_OK) return 0;
-    if (code != SQLITE_BUSY) {
-      NUV_INFO_FROM(origin, "unknow type %d", code);
-      LogSqliteMessage(connection, origin);
-      FinalizeFailedPrepare(statement, origin);
-      return kDatabaseFailed;
-    }
-    NUV_INFO_FROM(origin, "prepare return SQLITE_BUSY");
-    if (tries == kMaxRetryCount) {
-      NUV_INFO_FROM(origin, "prepare retry is up to MAX_RETRY_COUNT");
-      FinalizeFailedPrepare(statement, origin);
-      return kDatabaseBusy;
-    }
-    NUV_INFO_FROM(origin, NUV_YELLOW "retry prepare" NUV_PLAIN);
-    side.waitBeforeRetry();
-  }
+// The connection's own words, which a result code alone does not give.
+void LogSqliteMessage(const DatabaseSide& side, const LogOrigin& origin) {
+  NUV_ERROR_FROM(origin, NUV_RED "SQLite: %s" NUV_PLAIN, sqlite3_errmsg(side.connection));
 }
 
-namespace {
-
-bool HasStatement(sqlite3_stmt* statement, const DatabaseSide& side, const LogOrigin& origin) {
-  if (statement != nullptr) return true;
+bool HasStatement(const DatabaseSide& side, const LogOrigin& origin) {
+  if (side.statement != nullptr) return true;
   NUV_ERROR_FROM(origin, NUV_RED "%s is NULL" NUV_PLAIN, side.statementName);
   return false;
 }
 
 // Steps until the database is not busy, the tries are used up, or the statement has vanished.
-int StepUntilAnswered(sqlite3_stmt** statement, const DatabaseSide& side, const LogOrigin& origin) {
+int StepUntilAnswered(DatabaseSide& side, const LogOrigin& origin) {
   for (int tries = 1;; ++tries) {
-    const int code = sqlite3_step(*statement);
+    const int code = sqlite3_step(side.statement);
     if (code != SQLITE_BUSY) return code;
     NUV_INFO_FROM(origin, "step return SQLITE_BUSY");
     if (tries == kMaxRetryCount) {
@@ -65,16 +34,59 @@ int StepUntilAnswered(sqlite3_stmt** statement, const DatabaseSide& side, const 
     }
     NUV_INFO_FROM(origin, NUV_YELLOW "retry step" NUV_PLAIN);
     side.waitBeforeRetry();
-    if (!HasStatement(*statement, side, origin)) return code;
+    if (!HasStatement(side, origin)) return code;
+  }
+}
+
+// Prepares until the database is not busy or the tries are used up.
+int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& origin) {
+  for (int tries = 1;; ++tries) {
+    const int code = sqlite3_prepare_v2(side.connection, sql, -1, &side.statement, nullptr);
+    if (code != SQLITE_BUSY) return code;
+    NUV_INFO_FROM(origin, "prepare return SQLITE_BUSY");
+    if (tries == kMaxRetryCount) {
+      NUV_INFO_FROM(origin, "prepare retry is up to MAX_RETRY_COUNT");
+      return code;
+    }
+    NUV_INFO_FROM(origin, NUV_YELLOW "retry prepare" NUV_PLAIN);
+    side.waitBeforeRetry();
   }
 }
 
 }  // namespace
 
-int StepWithRetry(sqlite3_stmt** statement, const DatabaseSide& side, const LogOrigin& origin) {
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) {
+  return sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
+}
+
+void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) {
+  NUV_INFO_FROM(origin, "Failed to connect to DB : %s", sqlite3_errmsg(side.connection));
+  if (side.statement != nullptr) {
+    NUV_INFO_FROM(origin, "finalize %s ", side.statementName);
+    sqlite3_finalize(side.statement);
+    side.statement = nullptr;
+  }
+  if (side.connection == nullptr) return;
+  NUV_INFO_FROM(origin, "Close DB ");
+  sqlite3_close(side.connection);
+  side.connection = nullptr;
+}
+
+int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) {
+  const int code = PrepareUntilAnswered(side, sql, origin);
+  if (code == SQLITE_OK) return 0;
+  if (code != SQLITE_BUSY) {
+    NUV_INFO_FROM(origin, "unknow type %d", code);
+    LogSqliteMessage(side, origin);
+  }
+  FinalizeStatement(side, "m_pStmt", origin);
+  return code == SQLITE_BUSY ? kDatabaseBusy : kDatabaseFailed;
+}
+
+int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) {
   NUV_INFO_FROM(origin, "Step start ");
-  if (!HasStatement(*statement, side, origin)) return SQLITE_ERROR;
-  const int code = StepUntilAnswered(statement, side, origin);
+  if (!HasStatement(side, origin)) return SQLITE_ERROR;
+  const int code = StepUntilAnswered(side, origin);
   if (code == SQLITE_ROW) {
     NUV_INFO_FROM(origin, "SQLITE_ROW : has another row ready");
     return code;
@@ -83,8 +95,29 @@ int StepWithRetry(sqlite3_stmt** statement, const DatabaseSide& side, const LogO
     NUV_INFO_FROM(origin, "SQLITE_DONE : has finished executing");
   } else if (code != SQLITE_BUSY) {
     NUV_INFO_FROM(origin, "unknown type %d", code);
-    LogSqliteMessage(sqlite3_db_handle(*statement), origin);
+    LogSqliteMessage(side, origin);
   }
-  FinalizeStatement(statement, side.statementName, origin);
+  FinalizeStatement(side, side.statementName, origin);
   return code;
+}
+
+StatementTurn::~StatementTurn() {
+  FinalizeStatement(m_side, m_side.statementName, NUV_HERE);
+}
+
+bool WaitForTurnBeforeFork(DatabaseSide& side) {
+  timespec limit = {};
+  clock_gettime(CLOCK_REALTIME, &limit);
+  limit.tv_sec += 1;
+  return pthread_mutex_timedlock(&side.turn, &limit) == 0;
+}
+
+void EndTurnAfterFork(DatabaseSide& side) {
+  pthread_mutex_unlock(&side.turn);
+}
+
+void ForgetConnectionInChild(DatabaseSide& side) {
+  side.turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+  side.connection = nullptr;
+  side.statement = nullptr;
 }

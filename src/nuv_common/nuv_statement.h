@@ -1,8 +1,8 @@
 // The statement cycle of the application database: what the reading and the writing side of the library have in common.
-// Neither function locks anything.
 #pragma once
 
 #include <nuv_common/nuv_log.h>
+#include <pthread.h>
 #include <sqlite3.h>
 
 // A busy database is asked this often in all.
@@ -11,22 +11,68 @@ constexpr int kMaxRetryCount = 50;
 constexpr int kDatabaseFailed = -1;
 constexpr int kDatabaseBusy = -2;
 
-// What differs between the two sides.
+// One side's connection and current statement, and what differs between the sides. Nothing here is locked but by a
+// DatabaseTurn.
 struct DatabaseSide {
   const char* statementName;  // as log lines have it
   void (*waitBeforeRetry)();
+  sqlite3*& connection;
+  sqlite3_stmt*& statement;
+  // A leaf: nothing but SQLite and the log is called under it.
+  pthread_mutex_t turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 };
 
-// Compiles sql into *statement: 0, kDatabaseFailed or kDatabaseBusy. The statement is null after a failure.
-int PrepareWithRetry(sqlite3* connection, const char* sql, sqlite3_stmt** statement, const DatabaseSide& side,
-                     const LogOrigin& origin);
+// Opens the database at path without ever creating it: SQLite's code. A connection may be there after a failure, too.
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag);
 
-// Advances *statement by one row and returns SQLite's code; SQLITE_ERROR where there is no statement. Every result but
-// SQLITE_ROW ends the statement: it is finalized and null.
-int StepWithRetry(sqlite3_stmt** statement, const DatabaseSide& side, const LogOrigin& origin);
+// Closes what a failed opening left, and logs its reason.
+void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin);
 
-// Finalizes *statement, where there is one, and sets it null.
-void FinalizeStatement(sqlite3_stmt** statement, const char* name, const LogOrigin& origin);
+// Compiles sql into the side's statement: 0, kDatabaseFailed or kDatabaseBusy. No statement is left after a failure.
+int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin);
 
-// Opens the database at path without ever creating it: SQLite's code. *connection may be set after a failure, too.
-int OpenDatabase(const char* path, int accessFlag, sqlite3** connection);
+// Advances the side's statement by one row and returns SQLite's code; SQLite's general error where there is no
+// statement. Every result but a row ends the statement: it is finalized and null.
+int StepWithRetry(DatabaseSide& side, const LogOrigin& origin);
+
+// One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
+// a turn.
+class DatabaseTurn {
+ public:
+  explicit DatabaseTurn(DatabaseSide& side) : m_side(side) { pthread_mutex_lock(&side.turn); }
+  ~DatabaseTurn() { pthread_mutex_unlock(&m_side.turn); }
+  DatabaseTurn(const DatabaseTurn&) = delete;
+  DatabaseTurn& operator=(const DatabaseTurn&) = delete;
+
+ protected:
+  DatabaseSide& m_side;
+};
+
+// A turn for one statement, from prepare to finalize. A statement that an exception left live is finalized at the end:
+// it would keep the service from writing.
+class StatementTurn : private DatabaseTurn {
+ public:
+  explicit StatementTurn(DatabaseSide& side) : DatabaseTurn(side) {}
+  ~StatementTurn();
+};
+
+// What fork() does to a side. The parent's query is let finish, at most a second long, so that the child does not find
+// SQLite in the middle of a call. The child forgets the connection: using or closing it would touch the parent's locks.
+bool WaitForTurnBeforeFork(DatabaseSide& side);
+void EndTurnAfterFork(DatabaseSide& side);
+void ForgetConnectionInChild(DatabaseSide& side);
+
+template <DatabaseSide& Side>
+class ForkHandlers {
+ public:
+  static int Register() { return pthread_atfork(Before, InParent, InChild); }
+
+ private:
+  static inline thread_local bool hasTurn = false;
+
+  static void Before() { hasTurn = WaitForTurnBeforeFork(Side); }
+  static void InParent() {
+    if (hasTurn) EndTurnAfterFork(Side);
+  }
+  static void InChild() { ForgetConnectionInChild(Side); }
+};

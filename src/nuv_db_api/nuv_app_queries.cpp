@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kConfigTableName = "NUVConfigTable";
 
 std::string FullRowStatement(const std::string& clause) {
-  return std::string(kSelectFullRow).append(clause);
+  return std::string(AppColumns::Select()).append(clause);
 }
 
 std::string ColumnStatement(const char* key, const std::string& clause) {

@@ -1,13 +1,7 @@
 #include "nuv_db_api/nuv_db_statement.h"
 
 #include <nuv_platform/platform_path.h>
-#include <pthread.h>
 #include <unistd.h>
-
-#include <mutex>
-#include <new>
-
-#include "nuv_common/nuv_statement.h"
 
 sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;
@@ -20,36 +14,9 @@ void WaitForWriter() {
   usleep(10000);
 }
 
-constexpr DatabaseSide kReadSide = {"g_pStmt", WaitForWriter};
+DatabaseSide readSide = {"g_pStmt", WaitForWriter, g_pConnection, g_pStmt};
 
-// A leaf: nothing but SQLite and the log is called under it.
-std::mutex cycleMutex;
-
-// A child must not find a query of another thread half done, in SQLite's own memory least of all.
-void FinishQueryBeforeFork() {
-  cycleMutex.lock();
-}
-
-void GoOnInParent() {
-  cycleMutex.unlock();
-}
-
-// The parent's connection may be neither used nor closed here: both would touch the parent's locks.
-void ForgetInChild() {
-  new (&cycleMutex) std::mutex;
-  g_pConnection = nullptr;
-  g_pStmt = nullptr;
-}
-
-[[maybe_unused]] const int registered = pthread_atfork(FinishQueryBeforeFork, GoOnInParent, ForgetInChild);
-
-void CloseFailedConnection() {
-  FinalizeStatement(&g_pStmt, "g_pStmt ", NUV_HERE);
-  if (g_pConnection == nullptr) return;
-  NUV_INFO("Close DB ");
-  sqlite3_close(g_pConnection);
-  g_pConnection = nullptr;
-}
+[[maybe_unused]] const int registered = ForkHandlers<readSide>::Register();
 
 int ConnectToDatabase() {
   const char* directory = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
@@ -68,19 +35,18 @@ int Connect(const std::string& path) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  if (OpenDatabase(path.c_str(), SQLITE_OPEN_READONLY, &g_pConnection) == SQLITE_OK) {
+  if (OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY) == SQLITE_OK) {
     NUV_INFO("Connected to DB");
     return 0;
   }
-  NUV_INFO("Failed to connect to DB : %s", sqlite3_errmsg(g_pConnection));
-  CloseFailedConnection();
+  CloseFailedConnection(readSide, NUV_HERE);
   return kDatabaseFailed;
 }
 
 int Prepare(const std::string& sql) {
   g_pStmt = nullptr;
   if (ConnectToDatabase() != 0) return kDatabaseFailed;
-  const int result = PrepareWithRetry(g_pConnection, sql.c_str(), &g_pStmt, kReadSide, NUV_HERE);
+  const int result = PrepareWithRetry(readSide, sql.c_str(), NUV_HERE);
   NUV_MILESTONE(NUV_GREEN "End,ret = %d" NUV_PLAIN, result);
   return result;
 }
@@ -98,7 +64,7 @@ void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
 }
 
 int Step() {
-  return StepWithRetry(&g_pStmt, kReadSide, NUV_HERE);
+  return StepWithRetry(readSide, NUV_HERE);
 }
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value) {
@@ -123,14 +89,7 @@ void GetValueByDBPosition(unsigned col, std::string& out) {
   out = GetStringFromResult(col);
 }
 
-StatementCycle::StatementCycle() {
-  cycleMutex.lock();
-}
-
-StatementCycle::~StatementCycle() {
-  FinalizeStatement(&g_pStmt, kReadSide.statementName, NUV_HERE);
-  cycleMutex.unlock();
-}
+StatementCycle::StatementCycle() : m_turn(readSide) {}
 
 int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) {
   const int result = Prepare(sql);

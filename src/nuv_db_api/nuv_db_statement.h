@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "nuv_common/nuv_statement.h"
+
 extern sqlite3* g_pConnection;  // null until opened
 extern sqlite3_stmt* g_pStmt;   // null where no statement is live
 
@@ -34,13 +36,10 @@ char* GetStringFromResult(unsigned col);
 int GetIntegerFromResult(unsigned col);
 void GetValueByDBPosition(unsigned col, std::string& out);
 
-// One statement from prepare to finalize, undisturbed by other threads. A cycle does not nest.
+// One statement from prepare to finalize, undisturbed by other threads.
 class StatementCycle {
  public:
   StatementCycle();
-  ~StatementCycle();  // a statement that an exception left live would keep the service from writing
-  StatementCycle(const StatementCycle&) = delete;
-  StatementCycle& operator=(const StatementCycle&) = delete;
 
   // Prepares and binds: the result of Prepare().
   int Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds);
@@ -53,5 +52,6 @@ class StatementCycle {
   int Result(bool hadRow, const LogOrigin& origin) const;
 
  private:
+  StatementTurn m_turn;
   int m_lastStep = SQLITE_OK;
 };
