@@ -10,6 +10,9 @@
 // enter again: a failure callback runs while it is held and may launch.
 extern pthread_mutex_t g_Mute;
 
+// Held by the queries and changes of the inner side of the application database.
+extern pthread_mutex_t g_inner_Mute;
+
 // Locks a mutex for the life of the guard.
 class CNUVClientAutoLock {
  public:

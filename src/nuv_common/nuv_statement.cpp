@@ -55,6 +55,11 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
 
 }  // namespace
 
+int OutOfMemory(const LogOrigin& origin) {
+  NUV_ERROR_FROM(origin, NUV_RED "out of memory" NUV_PLAIN);
+  return kDatabaseFailed;
+}
+
 int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) {
   return sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
 }

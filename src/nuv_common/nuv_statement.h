@@ -11,6 +11,9 @@ constexpr int kMaxRetryCount = 50;
 constexpr int kDatabaseFailed = -1;
 constexpr int kDatabaseBusy = -2;
 
+// The failure result of a function that ran out of memory.
+int OutOfMemory(const LogOrigin& origin);
+
 // One side's connection and current statement, and what differs between the sides. Nothing here is locked but by a
 // DatabaseTurn.
 struct DatabaseSide {

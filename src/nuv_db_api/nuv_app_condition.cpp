@@ -19,7 +19,7 @@ int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin
   }
   if (categories == NUV_APP_FILTER_ANY) return 0;
   const std::string marks = MarksOf(categories, kCategories, condition.binds);
-  condition.clause += " and app_featured in (" + marks + ") ";
+  condition.text += " and app_featured in (" + marks + ") ";
   return 0;
 }
 

@@ -1,39 +1,19 @@
-// The clause of a query together with its parameters.
+// How the clauses of queries are put together.
 #pragma once
 
+#include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_app_state.h>
+#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>
 #include <vector>
 
-#include "nuv_db_api/nuv_db_statement.h"
+// What the filters compare with, beside the state of an application that can be used.
+enum AppFlag { kLocked = 1, kMarkedForUninstall = 0 };
 
-// What the filters compare with.
-enum AppState {
-  kInstalled = 3,
-  kAvailable = 1,
-  kNoResetNeeded = 0,
-  kVisible = 0,
-  kLocked = 1,
-  kMarkedForUninstall = 0
-};
-
-struct AppCondition {
-  // Appends to the clause, with the values of its "?" in their order.
-  AppCondition& Add(const char* text) {
-    clause += text;
-    return *this;
-  }
-  template <typename... Values>
-  AppCondition& Add(const char* text, const Values&... values) {
-    clause += text;
-    (save_db_bind(binds, values), ...);
-    return *this;
-  }
-
-  std::string clause;
-  std::vector<_NUVDB_BIND_T> binds;
-};
+// The clause of a query, with its parameters.
+using AppCondition = BoundText<_NUVDB_BIND_T>;
 
 // Appends one mark and one value for each of the given bits that the set holds: "? ,? ".
 template <size_t Count>
@@ -42,7 +22,7 @@ std::string MarksOf(int set, const int (&bits)[Count], std::vector<_NUVDB_BIND_T
   for (const int bit : bits) {
     if ((set & bit) == 0) continue;
     marks += "? ,";
-    save_db_bind(binds, bit);
+    AppendBind(binds, bit);
   }
   if (!marks.empty()) marks.pop_back();
   return marks;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 
+#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_list_query.h"
 #include "nuv_db_api/nuv_app_queries.h"
@@ -86,7 +87,7 @@ int AddType(int type, AppCondition& condition, const LogOrigin& origin) {
     NUV_ERROR_FROM(origin, NUV_RED "filterAppType error" NUV_PLAIN);
     return result;
   }
-  condition.clause += " and app_type in (" + marks + ") ";
+  condition.text += " and app_type in (" + marks + ") ";
   return 0;
 }
 
@@ -123,7 +124,7 @@ struct FullList {
   static constexpr const char* kFailed = NUV_RED "failed to get app list" NUV_PLAIN;
   static const char* Order(int view_mode) { return OrderOf(view_mode); }
   static int Fill(Record* list, int count, int view_mode, const AppCondition& condition) {
-    return GetAppsTableList(list, count, condition.clause, 0, condition.binds,
+    return GetAppsTableList(list, count, condition.text, 0, condition.binds,
                             view_mode == NUV_APP_VIEWMODE_LAST_DOWNLOAD);
   }
 };
@@ -134,7 +135,7 @@ struct MultiScreenList {
   static constexpr const char* kFailed = NUV_RED "failed to get app list ms" NUV_PLAIN;
   static const char* Order(int view_mode) { return MultiScreenOrderOf(view_mode); }
   static int Fill(Record* list, int count, int /*view_mode*/, const AppCondition& condition) {
-    return GetAppsMSList(list, count, condition.clause, condition.binds);
+    return GetAppsMSList(list, count, condition.text, condition.binds);
   }
 };
 
@@ -163,7 +164,7 @@ int ReadPage(const ListRequest& request, AppCondition& condition, int* real_coun
 
 // The number of matches; 0 results, and what to say, as GetAppList() has it.
 int CountMatches(int* real_count, const AppCondition& condition, const LogOrigin& origin) {
-  const int result = GetAppsTableCount(real_count, condition.clause, 0, condition.binds);
+  const int result = GetAppsTableCount(real_count, condition.text, 0, condition.binds);
   if (result != 0) {
     *real_count = 0;
     NUV_ERROR_FROM(origin, NUV_RED "get app count fail" NUV_PLAIN);
@@ -188,7 +189,7 @@ int ReadList(const ListRequest& request, bool ms, int* real_count, nuv_app_info_
 // Reads the applications of the condition, at most `count` of them.
 int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list, int* real_count,
                 const LogOrigin& origin) {
-  const int counted = GetAppsTableCount(real_count, condition.clause, 1, condition.binds);
+  const int counted = GetAppsTableCount(real_count, condition.text, 1, condition.binds);
   if (counted != 0) {
     NUV_ERROR_FROM(origin, NUV_RED "failed to get AppsTable Count " NUV_PLAIN);
     return counted;
@@ -206,7 +207,7 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
     NUV_ERROR_FROM(origin, NUV_RED "Failed to malloc app_list" NUV_PLAIN);
     return -1;
   }
-  const int result = GetAppsTableList(block.get(), *real_count, condition.clause, 1, condition.binds, false);
+  const int result = GetAppsTableList(block.get(), *real_count, condition.text, 1, condition.binds, false);
   if (result != 0) {
     *real_count = 0;
     *list = nullptr;
@@ -243,9 +244,9 @@ int nuv_get_key_list(const std::string& key, int count, nuv_app_info_s** list, i
   constexpr int kSet = 1;
   AppCondition condition;
   condition.Add("  where install_state = ? and is_app_available = ? and ", kInstalled, kAvailable);
-  condition.clause += key;
+  condition.text += key;
   condition.Add(" = ? and is_need_reset = ?  ", kSet, kNoResetNeeded);
-  NUV_INFO("param:%s", condition.clause.c_str());
+  NUV_INFO("param:%s", condition.text.c_str());
   return ReadKeyList(condition, count, list, real_count, NUV_HERE);
 } catch (const std::bad_alloc&) {
   return OutOfMemory(NUV_HERE);
@@ -264,7 +265,7 @@ int GetNUVAppList(const std::string& app_featured, const std::string& view_mode,
   if (!with_hidden) condition.Add(" and is_hidden = ? ", kVisible);
   if (AddFeatured(condition, FeaturedCategories(featured), NUV_HERE) != 0) return -1;
   condition.Add(OrderOf(mode));
-  const int result = m_GetAppsTableInnerList(list, condition.clause, condition.binds);
+  const int result = m_GetAppsTableInnerList(list, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish ret[%d]" NUV_PLAIN, result);
   return result;
 } catch (const std::bad_alloc&) {

@@ -7,6 +7,7 @@
 
 #include <new>
 
+#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "nuv_db_api/nuv_db_guards.h"
@@ -48,23 +49,23 @@ bool RequireRunTitle(const char* runtitle, const nuv_app_info_s* info, const Log
 
 int QueryByRunTitle(const char* clause, const char* runtitle, nuv_app_info_s* info) {
   AppCondition condition = UsableApp(clause, std::string(runtitle));
-  return GetAppsTableInfo(info, condition.clause, condition.binds);
+  return GetAppsTableInfo(info, condition.text, condition.binds);
 }
 
 // Whether one of the listed applications is usable and in the given state. The list becomes part of the statement as it
 // is; the rest of the clause asks for the state in its second parameter.
-int CheckAnyId(const char* app_id, const char* rest, AppState state, const LogOrigin& origin) {
+int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOrigin& origin) {
   NUV_INFO_FROM(origin, "Start, app_id:[%s] ", app_id);
   if (ReadingIsRefused(origin)) return -1;
   if (!RequireParameters(app_id != nullptr, origin)) return -1;
   if (!RequireText(app_id, kAppIdIsEmpty, origin)) return -1;
   AppCondition condition;
-  condition.clause = std::string(" where id in(") + app_id;
+  condition.text = std::string(" where id in(") + app_id;
   condition.Add(rest, kInstalled, state, kNoResetNeeded, kAvailable);
-  NUV_INFO_FROM(origin, "param:%s", condition.clause.c_str());
+  NUV_INFO_FROM(origin, "param:%s", condition.text.c_str());
   char key[] = "id";
   char value[kValueSize] = {};
-  const int result = GetStrValueByKey(value, key, condition.clause, kAppsTable, condition.binds);
+  const int result = GetStrValueByKey(value, key, condition.text, kAppsTable, condition.binds);
   NUV_INFO_FROM(origin, "finish,app_id:[%s],result:[%d]", app_id, result);
   return result;
 }
@@ -78,7 +79,7 @@ int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {
   if (!RequireText(app_id, kAppIdIsEmpty, NUV_HERE)) return -1;
   const std::string key = app_id;
   AppCondition condition = UsableApp(kByAnyId, key, key, key);
-  const int result = GetAppsTableInfo(info, condition.clause, condition.binds);
+  const int result = GetAppsTableInfo(info, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish app_id:[%s],ret[%d]" NUV_PLAIN, app_id, result);
   return result;
 } catch (const std::bad_alloc&) {
@@ -116,7 +117,7 @@ int GetAppInnerInfo(std::string app_id, _APPS_INNER_INFO_T* info) try {
   if (!RequireParameters(info != nullptr, NUV_HERE)) return -1;
   if (!RequireText(app_id.c_str(), NUV_RED "strAppID is empty " NUV_PLAIN, NUV_HERE)) return -1;
   AppCondition condition = UsableApp(kByAnyIdOrHybridApp, app_id, app_id, app_id, app_id);
-  const int result = m_GetAppsTableInnerInfo(info, condition.clause, condition.binds);
+  const int result = m_GetAppsTableInnerInfo(info, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish app_id:[%s],ret[%d]" NUV_PLAIN, app_id.c_str(), result);
   return result;
 } catch (const std::bad_alloc&) {

@@ -1,12 +1,11 @@
 #include "nuv_db_api/nuv_db_guards.h"
 
+#include <nuv_common/nuv_app_state.h>
 #include <nuv_platform/platform_settings.h>
-#include <sys/stat.h>
 
 namespace {
 
 constexpr const char* kFactoryResetKey = "db/nuv/factory_reset";
-constexpr const char* kRepairMarker = "/opt/dbspace/pkgreinstall";
 
 }  // namespace
 
@@ -23,8 +22,7 @@ bool CkeckIsFactoryReset() {
 
 bool CheckPkgmgrRecovering() {
   NUV_MILESTONE(NUV_GREEN "CheckPkgmgrRecovering" NUV_PLAIN);
-  struct stat marker;
-  if (stat(kRepairMarker, &marker) == 0) {
+  if (RepairMarkerExists()) {
     NUV_INFO(NUV_GREEN "CheckPkgmgrRecovering true" NUV_PLAIN);
     return true;
   }
@@ -42,9 +40,4 @@ bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice) {
     return true;
   }
   return false;
-}
-
-int OutOfMemory(const LogOrigin& origin) {
-  NUV_ERROR_FROM(origin, NUV_RED "out of memory" NUV_PLAIN);
-  return -1;
 }

@@ -18,6 +18,3 @@ inline bool RequireParameters(bool present, const LogOrigin& origin) {
   if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
   return present;
 }
-
-// The failure result of a function that ran out of memory.
-int OutOfMemory(const LogOrigin& origin);

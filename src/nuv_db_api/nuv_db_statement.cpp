@@ -1,5 +1,6 @@
 #include "nuv_db_api/nuv_db_statement.h"
 
+#include <nuv_common/nuv_bound_text.h>
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
@@ -7,8 +8,6 @@ sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;
 
 namespace {
-
-enum BindType { kBindText = 1, kBindInteger = 2 };
 
 void WaitForWriter() {
   usleep(10000);
@@ -52,15 +51,7 @@ int Prepare(const std::string& sql) {
 }
 
 void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
-  int position = 0;
-  for (const _NUVDB_BIND_T& bind : binds) {
-    ++position;
-    if (bind.type == kBindText) {
-      sqlite3_bind_text(g_pStmt, position, bind.text.c_str(), -1, SQLITE_STATIC);
-    } else if (bind.type == kBindInteger) {
-      sqlite3_bind_int(g_pStmt, position, bind.value);
-    }
-  }
+  BindParameters(g_pStmt, binds);
 }
 
 int Step() {
@@ -68,11 +59,11 @@ int Step() {
 }
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value) {
-  binds.push_back({kBindText, value, 0});
+  AppendBind(binds, value);
 }
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value) {
-  binds.push_back({kBindInteger, {}, value});
+  AppendBind(binds, value);
 }
 
 char* GetStringFromResult(unsigned col) {

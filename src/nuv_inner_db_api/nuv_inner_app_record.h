@@ -1,0 +1,7 @@
+// How the current row of the inner side becomes a record.
+#pragma once
+
+#include <nuv/nuv_inner_app_database.h>
+
+// From a row of all InnerColumn. Every member is overwritten.
+void m_GetAppInfoFromRow(_APPSINFO_T& info);

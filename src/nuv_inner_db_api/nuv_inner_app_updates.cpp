@@ -1,0 +1,179 @@
+// Changes of an application: asked of the service first, or written into the database here.
+#include <nuv_common/nuv_lock.h>
+
+#include <ctime>
+#include <new>
+
+#include "nuv_inner_db_api/nuv_db_connection.h"
+#include "nuv_inner_db_api/nuv_inner_db.h"
+
+namespace {
+
+constexpr const char* kUpdate = "update widgetinfo";
+
+// Fields that take one text.
+struct TextField {
+  APPSINFO_UPDATE_KEY_e key;
+  const char* set;
+};
+
+constexpr TextField kTextFields[] = {
+    {APPSINFO_UPDATE_CP_NAME, " set cp_name = ? "},         {APPSINFO_UPDATE_VERSION, " set version = ? "},
+    {APPSINFO_UPDATE_IS_ISPBOUND, " set is_ispbound = ? "}, {APPSINFO_UPDATE_IS_HYBRID_TV, " set is_hybrid_tv = ? "},
+    {APPSINFO_UPDATE_IS_LOCK, " set is_lock = ? "},         {APPSINFO_UPDATE_RUN_TITLE, " set run_title = ? "},
+};
+
+// Appends what is set, with its values. False where the key takes no value or is unknown.
+bool AddField(InnerStatement& statement, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
+  if (key == APPSINFO_UPDATE_AIT_IDS) {
+    const size_t comma = value.find(',');
+    const size_t rest = comma == std::string::npos ? 0 : comma + 1;
+    statement.Add(" set ait_appid = ? , ait_orgid = ? ", value.substr(0, comma), value.substr(rest));
+    return true;
+  }
+  for (const TextField& field : kTextFields) {
+    if (field.key != key) continue;
+    statement.Add(field.set, value);
+    return true;
+  }
+  return false;
+}
+
+int RefuseKey(APPSINFO_UPDATE_KEY_e key, const LogOrigin& origin) {
+  NUV_ERROR_FROM(origin, NUV_RED "unknown key %d" NUV_PLAIN, static_cast<int>(key));
+  return -1;
+}
+
+// A change has no rows: its first step is its last.
+int Write(const InnerStatement& statement, const LogOrigin& origin) {
+  InnerStatementCycle cycle;
+  const int prepared = cycle.Begin(statement, origin);
+  if (prepared != 0) return prepared;
+  cycle.NextRow();
+  if (cycle.LastStep() == SQLITE_DONE) return 0;
+  if (cycle.EndedBusy()) {
+    NUV_ERROR_FROM(origin, NUV_RED "update app info fail:sql busy" NUV_PLAIN);
+    return kDatabaseBusy;
+  }
+  NUV_ERROR_FROM(origin, NUV_RED "update app info fail" NUV_PLAIN);
+  return kDatabaseFailed;
+}
+
+std::string LocalTimeNow() {
+  const time_t now = time(nullptr);
+  tm local = {};
+  localtime_r(&now, &local);
+  char text[128] = {};
+  snprintf(text, sizeof text, "%4d-%02d-%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+           local.tm_hour, local.tm_min, local.tm_sec);
+  return text;
+}
+
+bool MayChange(const std::string& app_id, const char* complaint, const LogOrigin& origin) {
+  return !RefusedWhileRecovering(origin) && RequireKey(app_id, complaint, origin);
+}
+
+bool ForwardingIsRefused(const LogOrigin& origin) {
+  if (!InnerCheckPkgmgrRecovering()) return false;
+  NUV_INFO_FROM(origin, NUV_YELLOW "Pkgmgr is recovering" NUV_PLAIN);
+  return true;
+}
+
+constexpr int kNotForwarded = -1;
+constexpr const char* kAppidIsEmpty = NUV_RED "Appid is empty" NUV_PLAIN;
+
+}  // namespace
+
+int nuv_db_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) try {
+  if (key != APPSINFO_UPDATE_IS_UPDATED) return RefuseKey(key, NUV_HERE);
+  constexpr int kNotUpdated = 0;
+  InnerStatement statement;
+  statement.Add(kUpdate).Add(" set is_updated = ? ", kNotUpdated).Add(" where id = ?", app_id);
+  return Write(statement, NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
+}
+
+int nuv_db_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) try {
+  NUV_INFO("Start");
+  if (RefusedWhileRecovering(NUV_HERE)) return -1;
+  const CNUVClientAutoLock lock(g_inner_Mute);
+  InnerStatement statement;
+  statement.Add(kUpdate);
+  if (!AddField(statement, key, value)) return RefuseKey(key, NUV_HERE);
+  statement.Add(" where id = ? ", app_id);
+  return Write(statement, NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
+}
+
+int nuv_db_update_app_count(const std::string& app_id) try {
+  const std::string now = LocalTimeNow();
+  NUV_INFO(NUV_YELLOW "time is %s" NUV_PLAIN, now.c_str());
+  InnerStatement statement;
+  statement.Add(kUpdate).Add(" set use_count =  use_count+1, launch_date = '");
+  statement.text += now + "'";
+  statement.Add(" where id = ?", app_id);
+  return Write(statement, NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
+}
+
+int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) {
+  NUV_INFO("[inner db] update app info [%s] by key %d", app_id.c_str(), static_cast<int>(key));
+  if (!MayChange(app_id, kAppidIsEmpty, NUV_HERE)) return -1;
+  const CNUVClientAutoLock lock(g_inner_Mute);
+  nuv_db_ro_exchange();
+  int result = nuv_dbus_update_app_by_key(app_id, key);
+  if (result == kNotForwarded) {
+    const DatabaseTurn turn(innerSide);
+    nuv_db_rw_exchange();
+    result = nuv_db_update_app_by_key(app_id, key);
+  }
+  NUV_INFO("[inner db] update app key success");
+  return result;
+}
+
+int nuv_inner_update_app_count(const std::string& app_id) {
+  NUV_INFO("[inner db] [%s] update count", app_id.c_str());
+  if (!MayChange(app_id, NUV_RED "App id is empty" NUV_PLAIN, NUV_HERE)) return -1;
+  const CNUVClientAutoLock lock(g_inner_Mute);
+  nuv_db_ro_exchange();
+  int result = nuv_dbus_update_app_count(app_id);
+  if (result == kNotForwarded) {
+    const DatabaseTurn turn(innerSide);
+    nuv_db_rw_exchange();
+    result = nuv_db_update_app_count(app_id);
+  }
+  NUV_INFO("[inner db] get app count success");
+  return result;
+}
+
+int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
+  NUV_INFO("[inner db] Update app [%s] by key %d,value [%s]", app_id.c_str(), static_cast<int>(key), value.c_str());
+  if (!MayChange(app_id, kAppidIsEmpty, NUV_HERE)) return -1;
+  {
+    const DatabaseTurn turn(innerSide);
+    DisConnect_Inner();
+    Connect_Inner(kReadWrite);
+  }
+  const int result = nuv_db_update_app_by_key_value(app_id, key, value);
+  NUV_INFO("[inner db] Update DB success, ret = %d", result);
+  return result;
+}
+
+int nuv_inner_update_app_version(const std::string& app_id, const std::string& version) {
+  return ForwardingIsRefused(NUV_HERE) ? -1 : nuv_dbus_update_app_version(app_id, version);
+}
+
+int nuv_inner_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
+                          const std::string& data) {
+  return ForwardingIsRefused(NUV_HERE) ? -1 : nuv_dbus_nuv_command(command, app_id, pkg_path, data);
+}
+
+int nuv_inner_check_app_installing(const std::string& /*app_id*/) {
+  NUV_WARNING(NUV_GREEN
+              "DEPRECATION WARNING: nuv_inner_check_app_installing() is deprecated and will be removed from next "
+              "release." NUV_PLAIN);
+  return -1;
+}
