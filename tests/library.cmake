@@ -1,5 +1,6 @@
 # White-box tests: the library's own objects, with the platform calls put in front by the test.
 add_library(nuv_white_box STATIC
+  support/fake_apps.cpp
   support/fake_platform.cpp
   support/faults.cpp
   support/recording_service.cpp)

@@ -10,6 +10,7 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "fake_apps.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"

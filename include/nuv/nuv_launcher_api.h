@@ -144,6 +144,81 @@ NUV_API int nuv_launch_app_by_runtitle_with_param(const char* runtitle, const ch
 NUV_API int nuv_launch_webapp_by_runtitle(const char* runtitle, const char* payload, const char* caller_id,
                                           nuv_launch_notify_cb callback, void* user_data);
 
+/* The platform's app-control request, its app_control_h. */
+struct app_control_s;
+
+/**
+ * Launches from an app-control request of the platform. Not serialised with other launches.
+ *
+ * The request's application id, operation, URI and extra data become the launch; of the extra data "PayLoad",
+ * "CallerId", "Operation" (ForceLaunch, DeepLink, PreLoad, BackGround, BackgroundAndDeeplink), "Entry",
+ * "RelocateBelowApp", "SkipPIN" ("true") and "__K_EX_LAUNCH_REQUESTOR" also set the launch's options. All extra data
+ * travel to the application, in their order. The operation is added to the request itself as "AC_Operation".
+ *
+ * @param request   the request, which stays the caller's. NULL, or without an application id: the system error popup of
+ *                  kind 4 is raised, the callback is called with (NULL, 903, 0, 404, user_data) and the result is -1.
+ * @param callback  hears the outcome, or NULL
+ * @return 0 when the service accepted the request; -1 otherwise
+ */
+NUV_API int nuv_launch_app_ex(struct app_control_s* request, nuv_launch_notify_cb callback, void* user_data);
+
+/**
+ * Starts an application without showing it.
+ *
+ * @param app_id    id, kelvo id or package name. NULL: -1, and no callback. Unknown: the callback is called at once
+ * with (app_id, 903, 0, 400, user_data), and -1.
+ * @param caller_id ignored
+ */
+NUV_API int nuv_launch_webapp_for_preload(const char* app_id, const char* payload, const char* caller_id,
+                                          nuv_launch_notify_cb callback, void* user_data);
+
+/**
+ * Asks the service to terminate an application: 0 done, -1 not (unknown, the service cannot be reached or refused).
+ *
+ * @param app_id id, kelvo id or package name
+ */
+NUV_API int nuv_terminate_app(const char* app_id);
+
+/** Like nuv_terminate_app(), asking for the service's variant for preloaded applications. */
+NUV_API int nuv_terminate_app_with_preload(const char* app_id);
+
+/** Like nuv_terminate_app(), for the application with the given run title. */
+NUV_API int nuv_terminate_app_by_runtitle(const char* runtitle);
+
+/**
+ * Tells whether an application runs.
+ *
+ * @param app_id id, kelvo id or run title of an installed application. Must not be NULL: std::logic_error leaves the
+ *               function.
+ * @param status receives 1 when it runs and 0 when not; for an Android application the service's own value
+ * @return 0, or -1: unknown, status is NULL, or the service cannot tell
+ */
+NUV_API int nuv_get_app_status(const char* app_id, int* status);
+
+/**
+ * Tells which application shows: the HbbTV application that runs, else the first visible application that the database
+ * knows.
+ *
+ * @param app_id receives its id, at most 127 bytes, which the caller gives back with free(); an empty text when none
+ *               shows
+ * @return 0, or -1: app_id is NULL, or there is no memory (*app_id is then NULL)
+ */
+NUV_API int nuv_get_current_showing_app(char** app_id);
+
+/**
+ * Reports an application-execution event (KPI).
+ *
+ * @param log_type     the service's log type
+ * @param app_id       id, kelvo id or package name of the application that the event is about; the service is given the
+ *                     id that the catalogue has
+ * @param caller_id    who started it; NULL is sent as an empty text
+ * @param preload_type the service's preload type
+ * @param pt           the service's event text
+ * @return 0 done; -1 not: unknown, or the service cannot be reached or refused
+ */
+NUV_API int nuv_send_appexec_kpi(int log_type, const char* app_id, const char* caller_id, int preload_type,
+                                 const char* pt);
+
 #ifdef __cplusplus
 }
 #endif

@@ -6,7 +6,6 @@
 #include <nuv_platform/platform_aul.h>
 
 #include <string>
-#include <utility>
 
 namespace {
 
@@ -27,6 +26,18 @@ bool AlreadyClosed(const std::string& methodName) {
   return true;
 }
 
+struct ExtraDatum {
+  const char* key;
+  const char* value;
+};
+
+// The platform's default operation, and the data in their order. The platform leaves a null out.
+template <size_t Count>
+void AddFixed(const AppControl& request, const ExtraDatum (&fixed)[Count]) {
+  app_control_set_operation(request.get(), APP_CONTROL_OPERATION_DEFAULT);
+  for (const ExtraDatum& datum : fixed) app_control_add_extra_data(request.get(), datum.key, datum.value);
+}
+
 bool SendToCommonUi(const AppControl& request) {
   app_control_set_app_id(request.get(), kCommonUi);
   if (app_control_send_launch_request(request.get(), nullptr, nullptr) != 0) {
@@ -39,19 +50,59 @@ bool SendToCommonUi(const AppControl& request) {
 
 }  // namespace
 
+bool ICAul::AulAppIsRunning(const char* platformId) {
+  return aul_app_is_running(platformId) != 0;
+}
+
+bool ICAul::AulLaunchPINPopup(const char* methodName, _NUV_LAUNCHER_COMMUI_DATA& data) {
+  const std::string method(methodName);
+  if (AlreadyClosed(method)) return true;
+  const AppControl request = CreateAppControl();
+  for (const auto& [key, value] : data.extraDatas) {
+    NUV_INFO(NUV_YELLOW "NUV_LAUNCHER_COMMUI_DATA extraDatas key: %s, value: %s" NUV_PLAIN, key.c_str(), value.c_str());
+    app_control_add_extra_data(request.get(), key.c_str(), value.c_str());
+  }
+  const std::string forceLaunch = std::to_string(data.bForceLaunch);
+  const std::string index = std::to_string(data.index);
+  const std::string cbType = std::to_string(data.cbType);
+  const std::string deepLink = std::to_string(data.bDeepLink);
+  const std::string background = std::to_string(data.bBackground);
+  // Added last, so that they win over the launch's own data of the same key.
+  const ExtraDatum fixed[] = {
+      {"Pid", data.pidText},
+      {"ThreadId", data.threadIdText},
+      {"MethodName", method.c_str()},
+      {"AppType", data.appTypeText},
+      {"AppId", data.appId.c_str()},
+      {"AppPayload", data.payload.c_str()},
+      {"AppUri", data.uri.c_str()},
+      {"AppCallerid", data.callerId.c_str()},
+      {"cbType", cbType.c_str()},
+      {"ForceLaunch", forceLaunch.c_str()},
+      {"Index", index.c_str()},
+      {"UIType", "0"},
+      {"Deeplink", deepLink.c_str()},
+      {"Background", background.c_str()},
+      {"Entry", data.entry.c_str()},
+      {"RelocateBelowApp", data.relocateBelowApp.c_str()},
+      {"__K_EX_LAUNCH_REQUESTOR", data.launchRequestor.c_str()},
+  };
+  AddFixed(request, fixed);
+  return SendToCommonUi(request);
+}
+
 bool ICAul::AulLaunchPINPopup(const char* appId, const char* pid, const char* threadId, const char* methodName,
                               const char* apiName, int index, const char* appType) {
   NUV_INFO(NUV_YELLOW "Launch commui app.app id [%s],ProcessId [%s],ThreadId [%s]" NUV_PLAIN, appId, pid, threadId);
   const std::string method(methodName);
   if (AlreadyClosed(method)) return true;
   const AppControl request = CreateAppControl();
-  app_control_set_operation(request.get(), APP_CONTROL_OPERATION_DEFAULT);
   const std::string indexText = std::to_string(index);
-  const std::pair<const char*, const char*> extraDatas[] = {
+  const ExtraDatum fixed[] = {
       {"Pid", pid},         {"ThreadId", threadId},         {"AppId", appId},
       {"ApiName", apiName}, {"MethodName", method.c_str()}, {"AppType", appType},
       {"UIType", "0"},      {"Index", indexText.c_str()},
   };
-  for (const auto& [key, value] : extraDatas) app_control_add_extra_data(request.get(), key, value);
+  AddFixed(request, fixed);
   return SendToCommonUi(request);
 }

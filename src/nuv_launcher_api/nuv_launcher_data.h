@@ -1,10 +1,11 @@
-// The launch record that an entry point fills and the launch request carries.
+// The options that an entry point fixes, and the request to the common-UI application. The launch record itself is
+// public: nuv/nuv_service_launch.h.
 #pragma once
 
+#include <nuv/nuv_service_launch.h>
+
 #include <cstdint>
-#include <list>
 #include <string>
-#include <utility>
 
 // What an entry point fixes about its launches.
 struct _NUV_LAUNCHER_OPS {
@@ -18,31 +19,24 @@ struct _NUV_LAUNCHER_OPS {
 constexpr int32_t kNotifyCallback = 1;
 constexpr int32_t kResultCallback = 0;
 
-using NuvExtraDatas = std::list<std::pair<std::string, std::string>>;
+using NuvExtraDatas = decltype(_NUV_LAUNCHER_DATA::extraDatas);
 
-struct _NUV_LAUNCHER_DATA {
+// A launch that needs the user's PIN first. The three numbers are texts of the caller.
+struct _NUV_LAUNCHER_COMMUI_DATA {
   std::string appId;
   std::string payload;
-  std::string uri;  // of a deep link
+  std::string uri;
   std::string callerId;
   std::string entry;
-  std::string relocateBelowApp;  // application below which the launched one is to be placed
-  std::string launchRequestor;   // requesting component
-  uintptr_t callback = 0;        // of the shape that cbType names
-  void* userData = nullptr;
-  uint8_t bReady = 1;  // not sent
+  std::string relocateBelowApp;
+  std::string launchRequestor;
   uint8_t bForceLaunch = 0;
   uint8_t bDeepLink = 0;
-  uint8_t bPreLoad = 0;
-  uint8_t bOption1 = 0;
-  uint8_t bOption2 = 1;
-  uint8_t bOption3 = 1;
-  uint8_t bOption4 = 0;
-  std::string reservedText;  // not sent
-  int32_t nReserved = -1;    // not sent
-  int32_t cbType = kNotifyCallback;
-  uint8_t bExtraOption = 0;
   uint8_t bBackground = 0;
-  uint8_t bSkipPIN = 0;
-  NuvExtraDatas extraDatas;  // for the launched application, in order
+  int32_t index = -1;  // event number of the launch
+  const char* pidText = nullptr;
+  const char* threadIdText = nullptr;  // of the listener
+  const char* appTypeText = nullptr;
+  int32_t cbType = -1;
+  NuvExtraDatas extraDatas;
 };

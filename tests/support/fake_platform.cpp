@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 #include <errno.h>
-#include <nuv_platform/platform_app_control.h>
-#include <nuv_platform/platform_aul.h>
 #include <nuv_platform/platform_log.h>
 #include <nuv_platform/platform_path.h>
 #include <nuv_platform/platform_resource.h>
@@ -21,10 +19,6 @@
 #include <cstring>
 #include <mutex>
 
-struct app_control_s {
-  std::string app_id;
-};
-
 namespace {
 
 struct State {
@@ -34,7 +28,6 @@ struct State {
   std::function<void(const std::string&)> hook;
   bool log_as_effects = false;
   std::atomic<bool> settings_fail{false};
-  std::atomic<bool> common_ui_runs{false};
   std::optional<std::string> database_directory;
   std::optional<int> factory_reset;
   std::atomic<bool> repair_marker{false};
@@ -96,10 +89,6 @@ void LogAsEffects(bool on) {
 
 void LetSettingsFail(bool fail) {
   Get().settings_fail = fail;
-}
-
-void SetCommonUiRunning(bool running) {
-  Get().common_ui_runs = running;
 }
 
 void SetDatabaseDirectory(const std::optional<std::string>& directory) {
@@ -221,41 +210,4 @@ extern "C" int prctl(int option, ...) {
     return -1;
   }
   return static_cast<int>(syscall(SYS_prctl, option, a[0], a[1], a[2], a[3]));
-}
-
-int aul_app_is_running(const char* app_id) {
-  AddEffect(std::string("running? ") + app_id);
-  return Get().common_ui_runs ? 1 : 0;
-}
-
-int app_control_create(app_control_h* request) {
-  *request = new app_control_s;
-  return 0;
-}
-
-int app_control_destroy(app_control_h request) {
-  AddEffect("app_control destroyed");
-  delete request;
-  return 0;
-}
-
-int app_control_set_app_id(app_control_h request, const char* value) {
-  request->app_id = value;
-  return 0;
-}
-
-int app_control_set_operation(app_control_h, const char* value) {
-  AddEffect(std::string("operation ") + value);
-  return 0;
-}
-
-int app_control_add_extra_data(app_control_h, const char* key, const char* value) {
-  if (value == nullptr) return -1;
-  AddEffect(std::string("extra ") + key + "=" + value);
-  return 0;
-}
-
-int app_control_send_launch_request(app_control_h request, app_control_reply_cb, void*) {
-  AddEffect("launch request " + request->app_id);
-  return 0;
 }

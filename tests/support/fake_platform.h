@@ -26,7 +26,6 @@ void Clear();
 // Log lines become effects, too ("log 6 text").
 void LogAsEffects(bool on);
 void LetSettingsFail(bool fail);
-void SetCommonUiRunning(bool running);
 // Path variable 24; nothing: it has no value.
 void SetDatabaseDirectory(const std::optional<std::string>& directory);
 // "db/nuv/factory_reset"; nothing: it cannot be read, as at the start.
