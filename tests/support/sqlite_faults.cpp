@@ -9,6 +9,7 @@ namespace sqlite_faults {
 
 std::deque<int> prepare_codes;
 std::deque<int> step_codes;
+std::function<void(const std::string&)> before_prepare;
 
 }  // namespace sqlite_faults
 
@@ -18,6 +19,7 @@ struct Watched {
   std::mutex mutex;
   std::vector<sqlite_faults::Opening> openings;
   std::vector<std::string> prepared;
+  std::vector<std::string> executed;
   std::set<sqlite3*> connections;
 };
 
@@ -29,6 +31,27 @@ Watched& Get() {
 template <typename Function>
 Function* Real(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+void NoteExecution(sqlite3_stmt* statement) {
+  char* text = sqlite3_expanded_sql(statement);
+  Get().executed.emplace_back(text);
+  sqlite3_free(text);
+}
+
+// SQLite reads the schema by calls of its own, from within a call of the library: they are not the library's.
+thread_local bool within_sqlite = false;
+
+class WithinSqlite {
+ public:
+  WithinSqlite() { within_sqlite = true; }
+  ~WithinSqlite() { within_sqlite = false; }
+};
+
+bool IsLibrarysCall(sqlite3* connection) {
+  if (within_sqlite) return false;
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().connections.count(connection) != 0;
 }
 
 // The next code to return instead of calling, or 0.
@@ -53,10 +76,16 @@ std::vector<std::string> Prepared() {
   return Get().prepared;
 }
 
+std::vector<std::string> Executed() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().executed;
+}
+
 void Forget() {
   const std::lock_guard<std::mutex> lock(Get().mutex);
   Get().openings.clear();
   Get().prepared.clear();
+  Get().executed.clear();
 }
 
 int LiveStatements() {
@@ -102,24 +131,26 @@ int sqlite3_close(sqlite3* connection) {
 
 int sqlite3_prepare_v2(sqlite3* connection, const char* sql, int length, sqlite3_stmt** statement, const char** tail) {
   static auto* const real = Real(sqlite3_prepare_v2, "sqlite3_prepare_v2");
+  if (!IsLibrarysCall(connection)) return real(connection, sql, length, statement, tail);
+  if (sqlite_faults::before_prepare) sqlite_faults::before_prepare(sql);
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
-    if (Get().connections.count(connection) != 0) {
-      Get().prepared.emplace_back(sql);
-      if (const int code = Take(sqlite_faults::prepare_codes)) return code;
-    }
+    Get().prepared.emplace_back(sql);
+    if (const int code = Take(sqlite_faults::prepare_codes)) return code;
   }
+  const WithinSqlite within;
   return real(connection, sql, length, statement, tail);
 }
 
 int sqlite3_step(sqlite3_stmt* statement) {
   static auto* const real = Real(sqlite3_step, "sqlite3_step");
+  if (!IsLibrarysCall(sqlite3_db_handle(statement))) return real(statement);
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
-    if (Get().connections.count(sqlite3_db_handle(statement)) != 0) {
-      if (const int code = Take(sqlite_faults::step_codes)) return code;
-    }
+    if (const int code = Take(sqlite_faults::step_codes)) return code;
+    if (sqlite3_stmt_busy(statement) == 0) NoteExecution(statement);
   }
+  const WithinSqlite within;
   return real(statement);
 }
 

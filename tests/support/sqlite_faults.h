@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,9 @@ namespace sqlite_faults {
 // While one of these holds codes, a call takes the first and returns it without reaching SQLite; 0 means "reach it".
 extern std::deque<int> prepare_codes;
 extern std::deque<int> step_codes;
+
+// Called with each of the library's statement texts before it is prepared; empty: nothing.
+extern std::function<void(const std::string&)> before_prepare;
 
 struct Opening {
   std::string path;
@@ -27,6 +31,8 @@ int LiveConnections();
 
 // The library's statement texts in the order in which they were prepared (each try once).
 std::vector<std::string> Prepared();
+// The statements whose first step reached SQLite, each with its parameters in their places.
+std::vector<std::string> Executed();
 void Forget();
 
 }  // namespace sqlite_faults
