@@ -1,0 +1,89 @@
+#include "memory_faults.h"
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <new>
+
+extern "C" {
+void* __real_malloc(size_t bytes);
+void __real_free(void* block);
+void* __real__Znwm(size_t bytes);
+void* __real__ZnwmRKSt9nothrow_t(size_t bytes, const std::nothrow_t& tag);
+}
+
+namespace {
+
+struct Watched {
+  std::mutex mutex;
+  std::map<void*, size_t> blocks;
+};
+
+Watched& Get() {
+  static Watched& watched = *new Watched;
+  return watched;
+}
+
+std::atomic<size_t> failing_malloc{0};
+std::atomic<size_t> failing_new{0};
+std::atomic<size_t> largest_request{0};
+
+// Whether a request is one of those that fail.
+bool Fails(size_t bytes, const std::atomic<size_t>& failing) {
+  largest_request = std::max<size_t>(largest_request, bytes);
+  return bytes == failing && bytes != 0;
+}
+
+}  // namespace
+
+namespace memory_faults {
+
+void FailMalloc(size_t bytes) {
+  failing_malloc = bytes;
+}
+
+void FailNew(size_t bytes) {
+  failing_new = bytes;
+}
+
+int LiveBlocks(size_t bytes) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return static_cast<int>(std::count_if(Get().blocks.begin(), Get().blocks.end(),
+                                        [bytes](const auto& block) { return block.second == bytes; }));
+}
+
+size_t TakeLargestRequest() {
+  return largest_request.exchange(0);
+}
+
+}  // namespace memory_faults
+
+extern "C" {
+
+void* __wrap_malloc(size_t bytes) {
+  if (Fails(bytes, failing_malloc)) return nullptr;
+  void* block = __real_malloc(bytes);
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().blocks[block] = bytes;
+  return block;
+}
+
+void __wrap_free(void* block) {
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().blocks.erase(block);
+  }
+  __real_free(block);
+}
+
+void* __wrap__Znwm(size_t bytes) {
+  if (Fails(bytes, failing_new)) throw std::bad_alloc();
+  return __real__Znwm(bytes);
+}
+
+void* __wrap__ZnwmRKSt9nothrow_t(size_t bytes, const std::nothrow_t& tag) {
+  return Fails(bytes, failing_new) ? nullptr : __real__ZnwmRKSt9nothrow_t(bytes, tag);
+}
+
+}  // extern "C"
