@@ -24,3 +24,5 @@ endfunction()
 
 nuv_add_list_test(nuv_app_list_query_test)
 nuv_add_list_test(nuv_app_last_download_test)
+nuv_add_list_test(nuv_app_list_test)
+nuv_add_list_test(nuv_app_list_filter_test)
