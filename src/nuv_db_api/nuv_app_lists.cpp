@@ -143,21 +143,23 @@ struct MultiScreenList {
 template <typename List>
 int ReadPage(const ListRequest& request, AppCondition& condition, int* real_count, typename List::Record** list,
              const LogOrigin& origin) {
-  RecordBlock<typename List::Record> block = AllocateRecords<typename List::Record>(*real_count);
+  const int wanted = *real_count;
+  RecordBlock<typename List::Record> block = AllocateRecords<typename List::Record>(wanted);
+  *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, "%s", List::kNoMemory);
     return -1;
   }
+  *real_count = 0;  // until the array is filled: memory may run out on the way
   condition.Add(List::Order(request.view_mode));
-  if (request.page.index >= 0) condition.Add("limit ?,? ", request.page.index, *real_count);
-  const int result = List::Fill(block.get(), *real_count, request.view_mode, condition);
+  if (request.page.index >= 0) condition.Add("limit ?,? ", request.page.index, wanted);
+  const int result = List::Fill(block.get(), wanted, request.view_mode, condition);
   if (result != 0) {
     NUV_ERROR_FROM(origin, "%s", List::kFailed);
-    *real_count = 0;
-    *list = nullptr;
     return result;
   }
   *list = block.release();
+  *real_count = wanted;
   NUV_INFO_FROM(origin, NUV_GREEN "Finish,real_count:[%d]" NUV_PLAIN, *real_count);
   return 0;
 }
@@ -202,19 +204,21 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
   NUV_INFO_FROM(origin, "in_param count: %d", count);
   if (count >= 1 && count < *real_count) *real_count = count;
   NUV_INFO_FROM(origin, "after set,real_count: %d", *real_count);
-  RecordBlock<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(*real_count);
+  const int wanted = *real_count;
+  RecordBlock<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(wanted);
+  *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, NUV_RED "Failed to malloc app_list" NUV_PLAIN);
     return -1;
   }
-  const int result = GetAppsTableList(block.get(), *real_count, condition.text, 1, condition.binds, false);
+  *real_count = 0;  // until the array is filled: memory may run out on the way
+  const int result = GetAppsTableList(block.get(), wanted, condition.text, 1, condition.binds, false);
   if (result != 0) {
-    *real_count = 0;
-    *list = nullptr;
     NUV_ERROR_FROM(origin, NUV_RED "get app list fail " NUV_PLAIN);
     return result;
   }
   *list = block.release();
+  *real_count = wanted;
   NUV_INFO_FROM(origin, NUV_GREEN "Finish:real_count:[%d]" NUV_PLAIN, *real_count);
   return 0;
 }
