@@ -15,8 +15,7 @@ nuv_add_database_test(nuv_db_client_test)
 # Lists hand out memory: it is watched and runs out.
 add_library(nuv_memory_faults STATIC support/memory_faults.cpp)
 target_link_libraries(nuv_memory_faults PRIVATE nuv_build_flags)
-target_link_options(nuv_memory_faults INTERFACE
-  LINKER:--wrap=malloc,--wrap=free,--wrap=_Znwm,--wrap=_ZnwmRKSt9nothrow_t)
+target_link_options(nuv_memory_faults INTERFACE LINKER:--wrap=malloc,--wrap=free)
 
 function(nuv_add_list_test name)
   nuv_add_database_test(${name} nuv_memory_faults)
@@ -26,3 +25,4 @@ nuv_add_list_test(nuv_app_list_query_test)
 nuv_add_list_test(nuv_app_last_download_test)
 nuv_add_list_test(nuv_app_list_test)
 nuv_add_list_test(nuv_app_list_filter_test)
+nuv_add_list_test(nuv_app_list_failures_test)

@@ -9,8 +9,6 @@
 extern "C" {
 void* __real_malloc(size_t bytes);
 void __real_free(void* block);
-void* __real__Znwm(size_t bytes);
-void* __real__ZnwmRKSt9nothrow_t(size_t bytes, const std::nothrow_t& tag);
 }
 
 namespace {
@@ -77,13 +75,22 @@ void __wrap_free(void* block) {
   __real_free(block);
 }
 
-void* __wrap__Znwm(size_t bytes) {
-  if (Fails(bytes, failing_new)) throw std::bad_alloc();
-  return __real__Znwm(bytes);
-}
-
-void* __wrap__ZnwmRKSt9nothrow_t(size_t bytes, const std::nothrow_t& tag) {
-  return Fails(bytes, failing_new) ? nullptr : __real__ZnwmRKSt9nothrow_t(bytes, tag);
-}
-
 }  // extern "C"
+
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+  return Fails(bytes, failing_new) ? nullptr : __real_malloc(bytes == 0 ? 1 : bytes);
+}
+
+void* operator new(size_t bytes) {
+  void* block = operator new(bytes, std::nothrow);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  __real_free(block);
+}
+
+void operator delete(void* block, size_t) noexcept {
+  __real_free(block);
+}

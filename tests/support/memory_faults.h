@@ -1,5 +1,5 @@
-// The memory that the code under test asks for, watched and let run out. Only calls from the test program itself, to
-// which the library's objects belong, are seen: those of other libraries are not.
+// The memory that the code under test asks for, watched and let run out. Of malloc() and free() only calls from the
+// test program itself, to which the library's objects belong, are seen: those of other libraries are not.
 #pragma once
 
 #include <cstddef>
