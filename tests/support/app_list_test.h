@@ -2,16 +2,15 @@
 #pragma once
 
 #include <nuv/nuv_app_database.h>
-#include <nuv_common/nuv_lock.h>
 
 #include <cstring>
 #include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "database_test.h"
 #include "memory_faults.h"
+#include "named_lock.h"
 
 // What became of the caller's pointer.
 enum class Handed { kUntouched, kNull, kArray };
@@ -78,16 +77,6 @@ inline ListAnswer Get(const ListCall& call) {
       GetAppList({call.featured, 0, call.type}, static_cast<nuv_app_viewmode_e>(call.view_mode), call.index, call.count,
                  call.ms, &real_count, call.ms ? nullptr : &list, call.ms ? &ms_list : nullptr);
   return call.ms ? ReadAnswer(result, real_count, ms_list, &before_ms) : ReadAnswer(result, real_count, list, &before);
-}
-
-// Whether another thread could take g_Mute now.
-inline bool LockIsFree() {
-  bool free = false;
-  std::thread([&free] {
-    free = pthread_mutex_trylock(&g_Mute) == 0;
-    if (free) pthread_mutex_unlock(&g_Mute);
-  }).join();
-  return free;
 }
 
 class AppListTest : public DatabaseTest {
