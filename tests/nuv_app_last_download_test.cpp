@@ -39,7 +39,8 @@ std::vector<int> Sorted(const std::vector<int>& indexes) {
 }
 
 bool Same(const std::vector<nuv_app_info_s>& left, const std::vector<nuv_app_info_s>& right) {
-  return left.size() == right.size() && memcmp(left.data(), right.data(), left.size() * sizeof(nuv_app_info_s)) == 0;
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](const auto& one, const auto& other) { return memcmp(&one, &other, sizeof one) == 0; });
 }
 
 TEST(LastDownload, BringsTheTrailingRunForward) {

@@ -276,16 +276,16 @@ TEST_P(RunTitleLaunch, CutsALongIdAsTheRecordDoes) {
 TEST_P(RunTitleLaunch, LookupAndBodyLockInTurn) {
   WarmUp();
   Texts locks;
-  const auto note = [&locks](const std::string& when) {
-    locks.push_back(when + (LockIsFree() ? " free" : LockIsHeldOnce() ? " held" : " held more than once"));
+  sqlite_faults::before_prepare = [&locks](const std::string&) {
+    locks.emplace_back(LockIsFree() ? "lookup free" : "lookup held");
   };
-  sqlite_faults::before_prepare = [note](const std::string&) { note("lookup"); };
-  fake_platform::OnEffect([note](const std::string& effect) {
+  fake_platform::OnEffect([&locks](const std::string& effect) {
     const std::string first = effect.substr(0, effect.find(' '));
-    if (first == "marker" || first == "cpu") note(first);
+    if (first != "marker" && first != "cpu") return;
+    locks.push_back(first + (LockIsFree() ? " free" : LockIsHeldOnce() ? " held once" : " held more than once"));
   });
   EXPECT_EQ(0, Launch(kTitle));
-  EXPECT_EQ((Texts{"marker free", "lookup held", "cpu held", "marker held", "cpu held"}), locks);
+  EXPECT_EQ((Texts{"marker free", "lookup held", "cpu held once", "marker held once", "cpu held once"}), locks);
 }
 
 TEST_P(RunTitleLaunch, RaisesThePopupWithoutTheLock) {

@@ -237,7 +237,7 @@ TEST_F(TerminateByRunTitle, LooksUpUnderTheNamedLock) {
   database_.Add("app", {{"run_title", "title"}});
   WarmUp();
   bool held = false;
-  sqlite_faults::before_prepare = [&held](const std::string&) { held = LockIsHeldOnce(); };
+  sqlite_faults::before_prepare = [&held](const std::string&) { held = !LockIsFree(); };
   EXPECT_EQ(0, nuv_terminate_app_by_runtitle_client("title"));
   EXPECT_TRUE(held);
 }

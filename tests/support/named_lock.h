@@ -15,7 +15,8 @@ inline bool LockIsFree() {
   return free;
 }
 
-// Whether the calling thread has taken it, and only once.
+// Whether the calling thread has taken it, and only once. Not to be asked under one of the library's other locks, as it
+// is taken anew.
 inline bool LockIsHeldOnce() {
   if (LockIsFree() || pthread_mutex_unlock(&g_Mute) != 0) return false;
   const bool once = LockIsFree();
