@@ -18,7 +18,7 @@
  * cannot be read; -2 the database stayed busy. While the set is being reset or its packages are being repaired every
  * function returns -1 and leaves the database alone. Each failure is in the platform log, with SQLite's own message.
  *   Fork       A child of fork() opens a connection of its own with its first query.
- *   Memory     A function whose memory runs out inside SQLite or the library returns its failure result.
+ *   Memory     A function that runs out of memory returns -1.
  *
  * None of these functions takes a callback, and none leaves a statement open, so none keeps the service from writing.
  */

@@ -1,8 +1,8 @@
 /*
  * The catalogue as the service's own processes read it: string-typed records, groups, and queries of their own. C++17.
  *
- * Threads, blocking, errors and fork are as in nuv/nuv_app_database.h. Exceptions: a function that fills a std::string,
- * std::vector or std::map lets std::bad_alloc pass; no statement and no lock stays behind.
+ * Threads, blocking, errors, memory and fork are as in nuv/nuv_app_database.h. The two functions without a result let
+ * std::bad_alloc pass; no statement and no lock stays behind.
  */
 #ifndef NUV_APP_DATABASE_INNER_H
 #define NUV_APP_DATABASE_INNER_H
