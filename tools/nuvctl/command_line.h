@@ -4,14 +4,17 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "launch_functions.h"
+#include "list_choice.h"
 #include "report.h"
 
 struct Options {
   bool json = false;
   bool verbose = false;
   std::string app_id;
+  std::optional<std::string> run_title;  // in place of the id
   std::optional<std::string> caller_id;
 
   LaunchChoice launch;
@@ -26,6 +29,13 @@ struct Options {
   std::string reason;
 
   std::optional<std::string> new_extra_app;
+
+  int terminate_option = 0;
+
+  ListChoice list;
+  bool service_record = false;
+  std::vector<std::string> app_ids;
+  std::string group;
 };
 
 struct Verb;

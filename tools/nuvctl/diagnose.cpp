@@ -1,6 +1,6 @@
 #include "diagnose.h"
 
-#include <optional>
+#include <utility>
 
 #include "system_bus.h"
 #include "text.h"
@@ -41,19 +41,43 @@ Diagnosis BusGone(const std::string& what) {
   return {Outcome::kBusGone, "the system bus " + what + where};
 }
 
+struct ServiceState {
+  bool runs = false;  // otherwise it can be started, if it is within reach
+  std::optional<Diagnosis> out_of_reach;
+};
+
+ServiceState AskForService() {
+  const ConnectionOwner bus = ConnectToSystemBus(kConnectLimitMs);
+  if (bus == nullptr) return {false, BusUnreachable()};
+  const std::optional<bool> owned = HasOwner(bus.get(), ServiceName());
+  const std::optional<bool> activatable = IsActivatable(bus.get(), ServiceName());
+  if (!owned || !activatable) return {false, BusGone("does not answer")};
+  if (*owned || *activatable) return {*owned, std::nullopt};
+  const std::string gone = "the service does not run (" + ServiceName() + " has no owner)";
+  return {false, Diagnosis{Outcome::kServiceGone, gone}};
+}
+
 }  // namespace
+
+Report ReportOf(const Diagnosis& diagnosis, nlohmann::ordered_json details) {
+  Report report;
+  report.outcome = diagnosis.outcome;
+  report.error = WordOf(diagnosis.outcome) + (": " + diagnosis.message);
+  report.details = std::move(details);
+  return report;
+}
 
 Diagnosis BusUnreachable() {
   return BusGone("cannot be reached");
 }
 
+std::optional<Diagnosis> WhyOutOfReach() {
+  return AskForService().out_of_reach;
+}
+
 Diagnosis DiagnoseFailure() {
-  const ConnectionOwner bus = ConnectToSystemBus(kConnectLimitMs);
-  if (bus == nullptr) return BusUnreachable();
-  const std::optional<bool> owned = HasOwner(bus.get(), ServiceName());
-  const std::optional<bool> activatable = IsActivatable(bus.get(), ServiceName());
-  if (!owned || !activatable) return BusGone("does not answer");
-  if (*owned) return {Outcome::kFailed, "the service did not carry out the request"};
-  if (*activatable) return {Outcome::kFailed, "the service does not run and could not be started"};
-  return {Outcome::kServiceGone, "the service does not run (" + ServiceName() + " has no owner)"};
+  const ServiceState service = AskForService();
+  if (service.out_of_reach) return *service.out_of_reach;
+  return {Outcome::kFailed, service.runs ? "the service did not carry out the request"
+                                         : "the service does not run and could not be started"};
 }

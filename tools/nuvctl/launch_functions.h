@@ -13,11 +13,12 @@ struct LaunchChoice {
   bool force = false;
   bool background = false;
   bool deep_link = false;
+  bool by_title = false;
 };
 
 // What a launch function is given. Owns its texts, so that a launch can outlive the one who asked for it.
 struct LaunchArguments {
-  std::string app_id;
+  std::string app;  // id, or run title where the choice is by title
   std::optional<std::string> payload;
   std::optional<std::string> caller_id;
   nuv_launch_notify_cb on_event = nullptr;

@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "app_choice.h"
 #include "diagnose.h"
 #include "system_bus.h"
 
@@ -39,9 +40,15 @@ void OnPlainResult(void* session, int, const char* app_id, int result) {
                       [report = std::move(report)](LaunchWait& wait) { wait.OnReport(report); });
 }
 
-Conclusion WhyNotAccepted(int status) {
+// A title that is not found is no request.
+Diagnosis DiagnoseLaunch(const LaunchFunction& function, const LaunchArguments& arguments) {
+  const auto not_found = function.choice.by_title ? WhyTitleNotFound(arguments.app) : std::nullopt;
+  return not_found ? *not_found : DiagnoseFailure();
+}
+
+Conclusion WhyNotAccepted(const LaunchFunction& function, const LaunchArguments& arguments, int status) {
   if (status == NUV_LAUNCH_STATUS_TIMED_OUT) return {Outcome::kTimedOut, status, ""};
-  Diagnosis diagnosis = DiagnoseFailure();
+  Diagnosis diagnosis = DiagnoseLaunch(function, arguments);
   return {diagnosis.outcome, std::nullopt, std::move(diagnosis.message)};
 }
 
@@ -52,8 +59,9 @@ void Launch(const LaunchFunction& function, const LaunchArguments& arguments) {
   t_in_flight.active = false;
   auto* session = static_cast<LaunchSession*>(arguments.user_data);
   if (result == 0) return LaunchSession::Post(session, [](LaunchWait& wait) { wait.OnAccepted(); });
-  LaunchSession::Post(session,
-                      [why = WhyNotAccepted(t_in_flight.status)](LaunchWait& wait) { wait.OnNotAccepted(why); });
+  LaunchSession::Post(session, [why = WhyNotAccepted(function, arguments, t_in_flight.status)](LaunchWait& wait) {
+    wait.OnNotAccepted(why);
+  });
 }
 
 struct Letter {

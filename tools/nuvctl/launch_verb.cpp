@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 
+#include "app_choice.h"
 #include "launch_session.h"
 #include "meanings.h"
 #include "text.h"
@@ -63,7 +64,8 @@ Report MakeReport(const Options& options, const LaunchFunction& function, const 
                   const Conclusion& end) {
   Report report;
   report.outcome = end.outcome;
-  report.details = {{"app", options.app_id}, {"function", function.name}};
+  report.details = AppChoiceJson(options);
+  report.details["function"] = function.name;
   report.details.update(NumberJson(end.code));
   report.details["events"] = Json::array();
   for (const LaunchReport& event : session.reports()) report.details["events"].push_back(ReportJson(event));
@@ -76,7 +78,7 @@ Report MakeReport(const Options& options, const LaunchFunction& function, const 
 }  // namespace
 
 void AddLaunchArguments(CLI::App& command, Options& options) {
-  command.add_option("ID", options.app_id, "Application to launch")->required();
+  AddAppChoice(command, options, "Application to launch");
   command.add_option("--payload", options.payload, "Launch payload for the application")->type_name("TEXT");
   command.add_option("--caller", options.caller_id, "Id of the caller")->type_name("ID");
   command.add_flag("--force", options.launch.force, "Launch where the service would otherwise decline");
@@ -94,10 +96,12 @@ void AddLaunchArguments(CLI::App& command, Options& options) {
 }
 
 Report RunLaunch(const Options& options) {
-  const LaunchFunction* function = FindLaunchFunction(options.launch, options.caller_id.has_value());
+  LaunchChoice choice = options.launch;
+  choice.by_title = options.run_title.has_value();
+  const LaunchFunction* function = FindLaunchFunction(choice, options.caller_id.has_value());
   if (function == nullptr) return NoSuchLaunch();
   LaunchArguments arguments;
-  arguments.app_id = options.app_id;
+  arguments.app = options.run_title.value_or(options.app_id);
   arguments.payload = options.payload;
   arguments.caller_id = options.caller_id;
   LaunchSession::Listener listener;

@@ -16,8 +16,11 @@ int Print(const Report& report, bool as_json) {
   if (as_json) {
     PrintLine(ToJson(report));
   } else {
-    if (!report.text.empty()) PrintLine(report.text);
-    if (!report.error.empty()) PrintError(report.error);
+    if (!report.text.empty()) {
+      PrintLine(report.text);
+    } else if (!report.error.empty()) {
+      PrintError(report.error);
+    }
   }
   return ExitStatusOf(report.outcome);
 }

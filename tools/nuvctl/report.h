@@ -9,8 +9,8 @@
 struct Report {
   std::string verb;  // empty when the command line names none
   Outcome outcome = Outcome::kDone;
-  std::string text;                                                   // the answer in words; may be empty
-  std::string error;                                                  // why it did not work, where it did not
+  std::string text;   // the answer in words; may be empty
+  std::string error;  // why it did not work; said where there is no text
   nlohmann::ordered_json details = nlohmann::ordered_json::object();  // the verb's own keys
 };
 

@@ -4,7 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <map>
+#include <vector>
 
+#include "app_choice.h"
 #include "diagnose.h"
 #include "text.h"
 
@@ -42,13 +44,17 @@ std::string PopupKindNumber(std::string& text) {
 
 // The report of a call that gave the result, with the reason where it failed.
 Report ReportOf(int result, Json details = Json::object()) {
+  if (result != 0) return ReportOf(DiagnoseFailure(), std::move(details));
   Report report;
   report.details = std::move(details);
-  if (result == 0) return report;
-  Diagnosis diagnosis = DiagnoseFailure();
-  report.outcome = diagnosis.outcome;
-  report.error = WordOf(diagnosis.outcome) + (": " + diagnosis.message);
   return report;
+}
+
+// Who terminates, and why.
+std::vector<CLI::Option*> AddOriginArguments(CLI::App& command, Options& options) {
+  options.reason = kDefaultReason;
+  return {command.add_option("--caller", options.caller_id, "Id of the caller (default \"nuvctl\")")->type_name("ID"),
+          command.add_option("--reason", options.reason, "Why (default \"user request\")")->type_name("TEXT")};
 }
 
 Report ShowExtraApp() {
@@ -87,10 +93,16 @@ void AddAndroidStatusArguments(CLI::App& command, Options& options) {
   command.add_option("ID", options.app_id, "Application to ask about")->required();
 }
 
+void AddTerminateArguments(CLI::App& command, Options& options) {
+  CLI::Option* title = AddAppChoice(command, options, "Application to terminate: its id, kelvo id or package name");
+  std::vector<CLI::Option*> rest = AddOriginArguments(command, options);
+  rest.push_back(command.add_option("--option", options.terminate_option, "The service's terminate option (default 0)")
+                     ->type_name("N"));
+  for (CLI::Option* option : rest) title->excludes(option);
+}
+
 void AddTerminateAllArguments(CLI::App& command, Options& options) {
-  command.add_option("--caller", options.caller_id, "Id of the caller (default \"nuvctl\")")->type_name("ID");
-  options.reason = kDefaultReason;
-  command.add_option("--reason", options.reason, "Why (default \"user request\")")->type_name("TEXT");
+  AddOriginArguments(command, options);
 }
 
 void AddExtraAppArguments(CLI::App& command, Options& options) {
@@ -118,6 +130,14 @@ Report RunAndroidStatus(const Options& options) {
   report.details["state"] = state;
   report.text = std::to_string(state);
   return report;
+}
+
+Report RunTerminate(const Options& options) {
+  const int result = options.run_title
+                         ? nuv_terminate_app_by_runtitle_client(options.run_title->c_str())
+                         : nuv_terminate_app_client(options.app_id.c_str(), options.terminate_option,
+                                                    options.caller_id.value_or(kDefaultCaller), options.reason);
+  return ReportOfAppCall(result, options);
 }
 
 Report RunTerminateAll(const Options& options) {

@@ -11,8 +11,16 @@ struct Free {
   void operator()(char* text) const { g_free(text); }
 };
 
+// What GLib calls printable, but for the characters that end a line or that direct the text around them.
 bool MayBePrinted(gunichar character) {
-  return g_unichar_isprint(character) && g_unichar_type(character) != G_UNICODE_FORMAT;
+  switch (g_unichar_type(character)) {
+    case G_UNICODE_FORMAT:
+    case G_UNICODE_LINE_SEPARATOR:
+    case G_UNICODE_PARAGRAPH_SEPARATOR:
+      return false;
+    default:
+      return g_unichar_isprint(character) != FALSE;
+  }
 }
 
 void WriteLine(std::FILE* stream, const std::string& line) {

@@ -1,6 +1,9 @@
 #include "verbs.h"
 
+#include "explain_verb.h"
 #include "launch_verb.h"
+#include "list_verb.h"
+#include "lookup_verbs.h"
 #include "service_verbs.h"
 
 const std::vector<Verb>& Verbs() {
@@ -10,8 +13,15 @@ const std::vector<Verb>& Verbs() {
       {"popup", "Show a system error popup", AddPopupArguments, RunPopup},
       {"android-status", "Show the running state of an Android application", AddAndroidStatusArguments,
        RunAndroidStatus},
+      {"terminate", "Terminate an application", AddTerminateArguments, RunTerminate},
       {"terminate-all", "Terminate all running applications", AddTerminateAllArguments, RunTerminateAll},
       {"extra-app", "Show or announce the extra application", AddExtraAppArguments, RunExtraApp},
+      {"list", "List installed applications", AddListArguments, RunList},
+      {"show", "Show all that the catalogue says of an application", AddShowArguments, RunShow},
+      {"locked", "Tell whether one of some applications is locked", AddIdsArguments, RunLocked},
+      {"uninstallable", "Tell whether one of some applications needs uninstalling", AddIdsArguments, RunUninstallable},
+      {"group", "Show the application that stands for a group", AddGroupArguments, RunGroup},
+      {"explain", "Tell why a lookup or a launch of an application fails", AddExplainArguments, RunExplain},
   };
   return verbs;
 }

@@ -1,0 +1,23 @@
+// The application that a verb is about, named by its id or by its run title.
+#pragma once
+
+#include "command_line.h"
+#include "diagnose.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+// "ID" or "--title", of which exactly one is needed. Gives the option of the title, for what does not go with it.
+CLI::Option* AddAppChoice(CLI::App& command, Options& options, const char* purpose);
+
+// The key "app" or "title".
+nlohmann::ordered_json AppChoiceJson(const Options& options);
+
+// Why the library does not find the application, which it did not a moment ago; nothing where it does now.
+std::optional<Diagnosis> WhyNotFound(const std::string& app_id);
+std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);
+
+// The report of a function that looks the application up and then asks the service.
+Report ReportOfAppCall(int result, const Options& options);
