@@ -9,9 +9,18 @@
 
 namespace {
 
-std::optional<Diagnosis> DiagnoseLookup(int result, const std::string& what) {
-  if (result == 0) return std::nullopt;
+Diagnosis DiagnoseLookupOf(int result, const std::string& what) {
   return DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + what});
+}
+
+Diagnosis DiagnoseTitle(int result, const std::string& run_title) {
+  return DiagnoseLookupOf(result, "run title " + Printable(run_title));
+}
+
+int LookUp(const Options& options) {
+  nuv_app_info_s record = {};
+  return options.run_title ? nuv_get_app_info_by_runtitle(options.run_title->c_str(), &record)
+                           : m_nuv_get_app_info(options.app_id.c_str(), &record);
 }
 
 }  // namespace
@@ -32,22 +41,24 @@ nlohmann::ordered_json AppChoiceJson(const Options& options) {
   return {{"app", options.app_id}};
 }
 
-std::optional<Diagnosis> WhyNotFound(const std::string& app_id) {
-  nuv_app_info_s record = {};
-  return DiagnoseLookup(m_nuv_get_app_info(app_id.c_str(), &record), "id " + Printable(app_id));
+Diagnosis DiagnoseLookup(int result, const Options& options) {
+  if (options.run_title) return DiagnoseTitle(result, *options.run_title);
+  return DiagnoseLookupOf(result, "id " + Printable(options.app_id));
 }
 
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {
   nuv_app_info_s record = {};
-  return DiagnoseLookup(nuv_get_app_info_by_runtitle(run_title.c_str(), &record), "run title " + Printable(run_title));
+  const int result = nuv_get_app_info_by_runtitle(run_title.c_str(), &record);
+  if (result == 0) return std::nullopt;
+  return DiagnoseTitle(result, run_title);
 }
 
 Report ReportOfAppCall(int result, const Options& options) {
-  if (result != 0) {
-    const auto why = options.run_title ? WhyTitleNotFound(*options.run_title) : WhyNotFound(options.app_id);
-    return ReportOf(why ? *why : DiagnoseFailure(), AppChoiceJson(options));
-  }
   Report report;
+  if (result != 0) {
+    const int lookup = LookUp(options);
+    report = ReportOf(lookup != 0 ? DiagnoseLookup(lookup, options) : DiagnoseFailure());
+  }
   report.details = AppChoiceJson(options);
   return report;
 }

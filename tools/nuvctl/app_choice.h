@@ -15,8 +15,10 @@ CLI::Option* AddAppChoice(CLI::App& command, Options& options, const char* purpo
 // The key "app" or "title".
 nlohmann::ordered_json AppChoiceJson(const Options& options);
 
-// Why the library does not find the application, which it did not a moment ago; nothing where it does now.
-std::optional<Diagnosis> WhyNotFound(const std::string& app_id);
+// Why a lookup of the application gave the result.
+Diagnosis DiagnoseLookup(int result, const Options& options);
+
+// Why the library does not find the run title, which it did not a moment ago; nothing where it does now.
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);
 
 // The report of a function that looks the application up and then asks the service.

@@ -89,7 +89,7 @@ void AddShowArguments(CLI::App& command, Options& options) {
 // are, and to join what it need not.
 void AddIdsArguments(CLI::App& command, Options& options) {
   auto* ids = command.add_option("ID", "Ids of the applications, of which one is enough")->required();
-  ids->expected(kMostIds, CLI::detail::expected_max_vector_size)->multi_option_policy(CLI::MultiOptionPolicy::Join);
+  ids->multi_option_policy(CLI::MultiOptionPolicy::Join)->expected(kMostIds, CLI::detail::expected_max_vector_size);
   ids->allow_extra_args(false)->type_name("")->option_text("...");
   command.callback([ids, &options] { options.app_ids = ids->results(); });
 }
@@ -101,12 +101,7 @@ void AddGroupArguments(CLI::App& command, Options& options) {
 Report RunShow(const Options& options) {
   const Lookup lookup = LookUp(options);
   Report report;
-  if (lookup.result != 0) {
-    report = ReportOf(DiagnoseCatalogue(
-        lookup.result, {Outcome::kNotFound, "the catalogue has no usable application with the " +
-                                                (options.run_title ? "run title " + Printable(*options.run_title)
-                                                                   : "id " + Printable(options.app_id))}));
-  }
+  if (lookup.result != 0) report = ReportOf(DiagnoseLookup(lookup.result, options));
   report.details = AppChoiceJson(options);
   report.details["record"] = lookup.record;
   if (lookup.result == 0) report.text = RecordSheet(lookup.record);
