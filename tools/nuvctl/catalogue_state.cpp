@@ -60,11 +60,14 @@ std::vector<Obstacle> GuardObstacles() {
                          {Outcome::kFailed, std::string("a factory reset is running (setting ") + kFactoryResetKey +
                                                 " is " + std::to_string(*state) + ")"}});
   }
-  if (RepairIsRunning()) {
-    obstacles.push_back(
-        {"repair", {Outcome::kFailed, std::string("packages are being repaired (") + kRepairMarker + " exists)"}});
-  }
+  if (const auto repair = RepairObstacle()) obstacles.push_back(*repair);
   return obstacles;
+}
+
+std::optional<Obstacle> RepairObstacle() {
+  if (!RepairIsRunning()) return std::nullopt;
+  return Obstacle{"repair",
+                  {Outcome::kFailed, std::string("packages are being repaired (") + kRepairMarker + " exists)"}};
 }
 
 Obstacle DatabaseIsBusy() {

@@ -15,6 +15,9 @@ struct Obstacle {
 // Those for which the library refuses to read the catalogue at all, in the order in which it asks for them.
 std::vector<Obstacle> GuardObstacles();
 
+// The one of them that also keeps the library from the inner side of the database.
+std::optional<Obstacle> RepairObstacle();
+
 // The database is busy, or cannot be read.
 std::optional<Obstacle> DatabaseObstacle();
 Obstacle DatabaseIsBusy();

@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "inner_choice.h"
 #include "launch_functions.h"
 #include "list_choice.h"
 #include "report.h"
@@ -36,6 +37,8 @@ struct Options {
   bool service_record = false;
   std::vector<std::string> app_ids;
   std::string group;
+
+  InnerChoice inner;
 };
 
 struct Verb;

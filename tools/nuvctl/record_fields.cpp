@@ -1,39 +1,9 @@
 #include "record_fields.h"
 
-#include <cstring>
-
+#include "field_table.h"
 #include "table.h"
 
-namespace {
-
 using Json = nlohmann::ordered_json;
-
-template <size_t Size>
-Json Value(const char (&text)[Size]) {
-  return std::string(text, strnlen(text, Size));
-}
-
-template <typename T>
-Json Value(const T& value) {
-  return value;
-}
-
-template <typename Record>
-struct Field {
-  const char* name;
-  Json (*value)(const Record& record);
-};
-
-template <typename Record, auto Member>
-Json Read(const Record& record) {
-  return Value(record.*Member);
-}
-
-#define FIELD(member) \
-  { #member, Read < Record, &Record::member> }
-
-template <typename Record>
-struct Fields;
 
 // clang-format off
 template <>
@@ -85,17 +55,6 @@ struct Fields<_APPS_INNER_INFO_T> {
   };
 };
 // clang-format on
-
-#undef FIELD
-
-template <typename Record>
-Json AllFields(const Record& record) {
-  Json fields = Json::object();
-  for (const auto& field : Fields<Record>::kAll) fields[field.name] = field.value(record);
-  return fields;
-}
-
-}  // namespace
 
 Json FieldsOf(const nuv_app_info_s& record) {
   return AllFields(record);

@@ -3,6 +3,7 @@
 
 #include <nuv/nuv_app_database_inner.h>
 #include <nuv/nuv_app_types.h>
+#include <nuv/nuv_inner_app_database.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -12,6 +13,7 @@
 nlohmann::ordered_json FieldsOf(const nuv_app_info_s& record);
 nlohmann::ordered_json FieldsOf(const nuv_app_ms_s& record);
 nlohmann::ordered_json FieldsOf(const _APPS_INNER_INFO_T& record);
+nlohmann::ordered_json FieldsOf(const _APPSINFO_T& record);
 
 // A field's value in words, as it is: not yet printable.
 std::string FieldText(const nlohmann::ordered_json& value);

@@ -1,6 +1,8 @@
 #include "verbs.h"
 
+#include "change_verbs.h"
 #include "explain_verb.h"
+#include "inner_verbs.h"
 #include "launch_verb.h"
 #include "list_verb.h"
 #include "lookup_verbs.h"
@@ -22,6 +24,12 @@ const std::vector<Verb>& Verbs() {
       {"uninstallable", "Tell whether one of some applications needs uninstalling", AddIdsArguments, RunUninstallable},
       {"group", "Show the application that stands for a group", AddGroupArguments, RunGroup},
       {"explain", "Tell why a lookup or a launch of an application fails", AddExplainArguments, RunExplain},
+      {"inner", "Show what the inner side of the database says", AddInnerArguments, RunInner},
+      {"used", "Show the most and the recently used applications", AddUsedArguments, RunUsed},
+      {"set", "Set a field of an application", AddSetArguments, RunSet},
+      {"count", "Count one more launch of an application", AddCountArguments, RunCount},
+      {"version", "Have the service set an application's version", AddVersionArguments, RunVersion},
+      {"command", "Send the service a command", AddCommandArguments, RunCommandVerb},
   };
   return verbs;
 }
