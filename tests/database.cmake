@@ -1,8 +1,10 @@
 # The application catalogue: white-box tests over a real database file, with SQLite's calls watched.
+add_library(nuv_app_database STATIC support/app_database.cpp)
+target_link_libraries(nuv_app_database PUBLIC nuv_test_support PkgConfig::SQLITE PRIVATE nuv_build_flags)
+
 add_library(nuv_database_test STATIC
-  support/app_database.cpp
   support/sqlite_faults.cpp)
-target_link_libraries(nuv_database_test PUBLIC nuv_white_box PkgConfig::SQLITE PRIVATE nuv_build_flags)
+target_link_libraries(nuv_database_test PUBLIC nuv_white_box nuv_app_database PRIVATE nuv_build_flags)
 
 nuv_add_client(database_locker PkgConfig::SQLITE)
 

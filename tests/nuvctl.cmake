@@ -3,6 +3,9 @@ find_package(nlohmann_json REQUIRED)
 
 nuv_add_test(nuvctl_wait_test SOURCES nuvctl_wait_test.cpp LIBRARIES nuvctl_parts)
 nuv_add_test(nuvctl_parts_test SOURCES nuvctl_parts_test.cpp LIBRARIES nuvctl_parts)
+nuv_add_test(nuvctl_records_test SOURCES nuvctl_records_test.cpp LIBRARIES nuvctl_parts)
+nuv_add_test(nuvctl_guards_test SOURCES nuvctl_guards_test.cpp support/fake_platform.cpp
+  LIBRARIES nuvctl_parts nuv_app_database)
 
 add_library(nuvctl_test_support STATIC support/nuvctl_run.cpp support/recording_service.cpp)
 target_compile_definitions(nuvctl_test_support PRIVATE NUV_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
@@ -11,4 +14,10 @@ add_dependencies(nuvctl_test_support nuvctl nuv-simulator)
 
 foreach(name nuvctl_faults_test nuvctl_launch_test nuvctl_usage_test nuvctl_verbs_test)
   nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuvctl_test_support)
+endforeach()
+
+foreach(subject explain list lookup title)
+  nuv_add_test(nuvctl_${subject}_test SOURCES nuvctl_${subject}_test.cpp
+    LIBRARIES nuvctl_test_support nuv_app_database)
+  add_dependencies(nuvctl_${subject}_test database_locker)
 endforeach()

@@ -21,7 +21,7 @@ constexpr CallbackShape kPlain = CallbackShape::kPlain;
 
 }  // namespace
 
-TEST(LaunchFunctions, EachOfTheNineIsReached) {
+TEST(LaunchFunctions, EachByIdIsReached) {
   EXPECT_EQ(FunctionFor({kPlain, false, false, false}), "nuv_launch_app");
   EXPECT_EQ(FunctionFor({kPlain, false, false, false}, true), "nuv_launch_app_with_param");
   EXPECT_EQ(FunctionFor({kPlain, true, false, false}), "nuv_force_launch_app");
@@ -35,6 +35,14 @@ TEST(LaunchFunctions, EachOfTheNineIsReached) {
   }
 }
 
+TEST(LaunchFunctions, EachByTitleIsReached) {
+  EXPECT_EQ(FunctionFor({kPlain, false, false, false, true}), "nuv_launch_app_by_runtitle");
+  EXPECT_EQ(FunctionFor({kPlain, false, false, false, true}, true), "nuv_launch_app_by_runtitle_with_param");
+  for (const bool with_caller : {false, true}) {
+    EXPECT_EQ(FunctionFor({kWeb, false, false, false, true}, with_caller), "nuv_launch_webapp_by_runtitle");
+  }
+}
+
 TEST(LaunchFunctions, ADeepLinkForcesWithoutBeingAskedTo) {
   EXPECT_EQ(FunctionFor({kWeb, false, false, true}), "nuv_launch_webapp_for_deeplink");
   EXPECT_EQ(FunctionFor({kWeb, false, true, true}), "nuv_background_launch_webapp_for_deeplink");
@@ -45,12 +53,16 @@ TEST(LaunchFunctions, WhatTheLibraryDoesNotHaveIsNotReplacedBySomethingElse) {
   EXPECT_EQ(FunctionFor({kPlain, false, true, false}), "none");
   EXPECT_EQ(FunctionFor({kPlain, false, false, true}), "none");
   EXPECT_EQ(FunctionFor({kPlain, true, true, true}, true), "none");
+  EXPECT_EQ(FunctionFor({kPlain, true, false, false, true}), "none");
+  EXPECT_EQ(FunctionFor({kWeb, false, true, false, true}), "none");
+  EXPECT_EQ(FunctionFor({kWeb, false, false, true, true}), "none");
 }
 
 TEST(LaunchFunctions, TheListOfCombinationsNamesEachOnce) {
   EXPECT_EQ(LaunchCombinations(),
             "--plain, --plain --force, --webapp, --webapp --force, --webapp --background, "
-            "--webapp [--force] --deep-link, --webapp [--force] --background --deep-link");
+            "--webapp [--force] --deep-link, --webapp [--force] --background --deep-link, "
+            "--plain --title, --webapp --title");
 }
 
 TEST(Meanings, EveryNumberOfTheServiceHasItsNameAndMeaning) {

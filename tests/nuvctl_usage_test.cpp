@@ -17,7 +17,7 @@ const WrongLine kWrongLines[] = {
     {{}, "a verb is needed: launch, kpi"},
     {{"frobnicate"}, "no such verb: frobnicate"},
     {{"--nosuch"}, "no such option: --nosuch"},
-    {{"launch"}, "ID is required"},
+    {{"launch"}, "ID or --title is required"},
     {{"launch", "app", "extra"}, "extra"},
     {{"launch", "app", "--nosuch"}, "--nosuch"},
     {{"launch", "app", "--plain", "--webapp"}, "excludes"},
@@ -91,14 +91,16 @@ TEST_F(NuvctlUsage, TheHelpListsTheVerbsAndTheExitStatuses) {
   const NuvctlRun run = Run({"--help"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.errors, "");
-  for (const char* text : {"launch", "kpi", "popup", "android-status", "terminate-all", "extra-app",
+  for (const char* text : {"launch", "kpi", "popup", "android-status", "terminate", "terminate-all", "extra-app",
+                           "list", "show", "locked", "uninstallable", "group", "explain",
                            "Exit status:", "    5  the service is gone or not reachable", "  130  interrupted"}) {
     EXPECT_THAT(run.output, HasSubstr(text));
   }
 }
 
 TEST_F(NuvctlUsage, EachVerbHasItsHelp) {
-  for (const char* verb : {"launch", "kpi", "popup", "android-status", "terminate-all", "extra-app"}) {
+  for (const char* verb : {"launch", "kpi", "popup", "android-status", "terminate", "terminate-all", "extra-app",
+                           "list", "show", "locked", "uninstallable", "group", "explain"}) {
     const NuvctlRun run = Run({verb, "--help"});
     EXPECT_EQ(run.status, 0) << verb;
     EXPECT_THAT(run.output, HasSubstr(verb));

@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "app_database.h"
+#include "database_lock.h"
 #include "fake_platform.h"
-#include "process.h"
 #include "sqlite_faults.h"
 
 class DatabaseTest : public ::testing::Test {
@@ -17,14 +17,7 @@ class DatabaseTest : public ::testing::Test {
   // The test's own statements are gone as well: each lives only for one call of AppDatabase.
   void TearDown() override { EXPECT_EQ(0, sqlite_faults::LiveStatements()); }
 
-  // Holds an exclusive lock from a second process until the result is gone.
-  std::unique_ptr<Process> LockDatabase() {
-    database_.Close();
-    auto locker = std::make_unique<Process>(std::vector<std::string>{NUV_TEST_DIR "/database_locker", database_.path()},
-                                            directory_.path());
-    EXPECT_TRUE(WaitUntil([&] { return locker->Output() == "locked\n"; }));
-    return locker;
-  }
+  std::unique_ptr<Process> LockDatabase() { return LockedDatabase(database_, directory_.path()); }
 
   AppDatabase database_;
   TempDir directory_;

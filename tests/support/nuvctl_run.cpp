@@ -13,8 +13,8 @@ nlohmann::json NuvctlRun::Json() const {
 std::unique_ptr<Process> NuvctlTest::Start(const Arguments& arguments, const Process::Environment& extra) const {
   Arguments line = {NUV_BIN_DIR "/nuvctl"};
   line.insert(line.end(), arguments.begin(), arguments.end());
-  Process::Environment environment = {{"NUV_HOST_DIR", directory_ / "client"}};
-  environment.insert(extra.begin(), extra.end());
+  Process::Environment environment = extra;
+  environment.insert({"NUV_HOST_DIR", directory_ / "client"});
   return std::make_unique<Process>(line, directory_.path(), environment);
 }
 
