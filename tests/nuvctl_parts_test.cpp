@@ -8,6 +8,7 @@
 #include "report.h"
 #include "temp_dir.h"
 #include "text.h"
+#include "verbs.h"
 
 namespace {
 
@@ -194,4 +195,15 @@ TEST(ExitStatuses, OfTheManPageAreThoseOfTheHelp) {
     expected += "\n*" + status + "*\n\t" + line + "\n";
   }
   EXPECT_EQ(section, expected);
+}
+
+TEST(ManPage, DescribesEachVerb) {
+  const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
+  for (const Verb& verb : Verbs()) {
+    EXPECT_NE(page.find(std::string("\n*nuvctl ") + verb.name + "* "), std::string::npos) << verb.name;
+    EXPECT_TRUE(page.find(std::string("\n## ") + verb.name + "\n") != std::string::npos ||
+                page.find(std::string("\n## ") + verb.name + ", ") != std::string::npos ||
+                page.find(std::string(", ") + verb.name + "\n") != std::string::npos)
+        << verb.name;
+  }
 }

@@ -29,7 +29,7 @@ constexpr CallbackShape kWebShape = CallbackShape::kWebApp;
 
 // clang-format off
 constexpr LaunchFunction kFunctions[] = {
-    //                                                                   shape        force  backgr. deep   title  caller
+    //                                                            shape        force  backgr. deep   title  caller
     LAUNCH(Plain,       nuv_launch_app,                            kPlainShape, false, false, false, false, false),
     LAUNCH(PlainCaller, nuv_launch_app_with_param,                 kPlainShape, false, false, false, false, true),
     LAUNCH(Plain,       nuv_force_launch_app,                      kPlainShape, true,  false, false, false, false),
