@@ -16,7 +16,7 @@ foreach(name nuvctl_faults_test nuvctl_launch_test nuvctl_usage_test nuvctl_verb
   nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuvctl_test_support)
 endforeach()
 
-foreach(subject explain list lookup title)
+foreach(subject explain inner list lookup title)
   nuv_add_test(nuvctl_${subject}_test SOURCES nuvctl_${subject}_test.cpp
     LIBRARIES nuvctl_test_support nuv_app_database)
   add_dependencies(nuvctl_${subject}_test database_locker)

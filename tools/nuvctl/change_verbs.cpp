@@ -155,16 +155,17 @@ Report RunVersion(const Options& options) {
   return ReportOf(DiagnoseFailure(), {{"app", report.details["app"]}, {"by", nullptr}});
 }
 
-// The service does not say what became of a command.
+// The library says only whether a command could be sent, and the bus takes it even where nobody is there to read it.
 Report RunCommandVerb(const Options& options) {
   const Json details = {{"command", options.inner.command}, {"app", options.app_id}};
   const int sent =
       nuv_inner_nuv_command(options.inner.command, options.app_id, options.inner.package_path, options.inner.data);
-  if (sent == 0) {
-    Report report;
-    report.details = details;
-    return report;
+  if (sent != 0) {
+    const std::optional<Obstacle> repair = RepairObstacle();
+    return ReportOf(repair ? repair->why : DiagnoseFailure(), details);
   }
-  const std::optional<Obstacle> repair = RepairObstacle();
-  return ReportOf(repair ? repair->why : DiagnoseFailure(), details);
+  if (const std::optional<Diagnosis> out_of_reach = WhyOutOfReach()) return ReportOf(*out_of_reach, details);
+  Report report;
+  report.details = details;
+  return report;
 }
