@@ -2,3 +2,8 @@
 nuv_add_database_test(nuv_db_connection_test)
 target_link_options(nuv_db_connection_test PRIVATE LINKER:--wrap=calloc)
 nuv_add_database_test(nuv_inner_statement_test)
+nuv_add_database_test(nuv_inner_db_test)
+nuv_add_database_test(nuv_inner_app_record_test)
+nuv_add_database_test(nuv_inner_app_queries_test)
+nuv_add_database_test(nuv_inner_app_lookup_test)
+nuv_add_database_test(nuv_inner_app_list_test)

@@ -106,6 +106,21 @@ TEST_F(InnerStatements, TheWaitEndsWithTheLock) {
   EXPECT_EQ((Lines{"sleep 1", "sleep 1", "sleep 1"}), fake_platform::Effects());
 }
 
+TEST_F(InnerStatements, AStatementThatVanishesDuringTheWaitEndsIt) {
+  ASSERT_EQ(0, Prepare_Inner("select id from widgetinfo", kReadOnly));
+  sqlite_faults::step_codes = kBusyForGood;
+  fake_platform::OnEffect([](const std::string&) {
+    sqlite3_finalize(g_pStmt_Inner);
+    g_pStmt_Inner = nullptr;
+  });
+  fake_platform::Clear();
+  EXPECT_EQ(SQLITE_BUSY, Step_Inner());
+  fake_platform::OnEffect(nullptr);
+  EXPECT_EQ((Lines{"4 Step start ", "4 step return SQLITE_BUSY", "4 " + Yellow("retry step"),
+                   "6 " + Red("g_pStmt_Inner is NULL")}),
+            LogLines());
+}
+
 TEST_F(InnerStatements, SteppingNeedsAStatement) {
   EXPECT_EQ(1, Step_Inner());
   EXPECT_EQ((Lines{"4 Step start ", "6 " + Red("g_pStmt_Inner is NULL")}), LogLines());

@@ -1,0 +1,251 @@
+// The list of all installed applications.
+#include <memory>
+
+#include "inner_test.h"
+#include "nuv_inner_db_api/nuv_inner_app_columns.h"
+
+namespace {
+
+constexpr const char* kCount =
+    "select count(id) from widgetinfo where is_need_reset = ? and is_app_available = ? and install_state = ? ";
+constexpr const char* kWhere =
+    " where is_need_reset = ? and is_app_available = ? and install_state = ?  order by app_index asc ";
+const Lines kStart = {"4 " + Green("[inner db] Start")};
+const Lines kNoCount = {"6 " + Red("[inner db] get DB fail ")};
+const Lines kNoList = {"6 " + Red("failed to get app list")};
+const Lines kSqlBusy = {"6 " + Red("get app info fail:sql busy")};
+const Lines kMapped = {"4 " + Green("begin to set app_info"), "4 " + Green("set app_info success!")};
+
+Lines Counted(int total) {
+  return Join({kPrepared, kRow, kDone, {"4 " + Yellow("[inner db] num: " + std::to_string(total) + " end")}});
+}
+Lines Result(int code) {
+  return {"4 " + Green("iResult:[" + std::to_string(code) + "]")};
+}
+
+int invented_total = 0;
+
+class InnerAppList : public InnerTest {
+ protected:
+  // Calls the function with a list and a count that show whether they were touched.
+  int Get() {
+    _APPSINFO_T* list = &untouched_;
+    count_ = 77;
+    const int result = nuv_inner_get_all_app_list(&list, &count_);
+    list_is_untouched_ = list == &untouched_;
+    list_.reset(list_is_untouched_ ? nullptr : list);
+    return result;
+  }
+
+  std::string Ids() const {
+    std::string ids;
+    for (int i = 0; i < count_; ++i) ids += (ids.empty() ? "" : " ") + list_[i].id;
+    return ids;
+  }
+
+  // Makes the connection count wrongly: as if the table changed between the two statements.
+  static void Invent(int total) {
+    ASSERT_EQ(0, nuv_inner_db_init());
+    invented_total = total;
+    sqlite3_create_function(
+        g_pConnection_Inner, "count", 1, SQLITE_UTF8, nullptr, nullptr, [](sqlite3_context*, int, sqlite3_value**) {},
+        [](sqlite3_context* context) { sqlite3_result_int(context, invented_total); });
+    Forget();
+  }
+
+  _APPSINFO_T untouched_;
+  std::unique_ptr<_APPSINFO_T[]> list_;
+  int count_ = 77;
+  bool list_is_untouched_ = true;
+};
+
+TEST_F(InnerAppList, ListsByIndexWithAllLines) {
+  database_.Add("c", {{"app_index", 30}, {"title", "C"}});
+  database_.Add("a", {{"app_index", -1}});
+  EXPECT_EQ(0, Get());
+  ASSERT_EQ(2, count_);
+  EXPECT_EQ("a c", Ids());
+  EXPECT_EQ("C", list_[1].title);
+  EXPECT_EQ(30, list_[1].app_index);
+  EXPECT_EQ((Lines{kCount, std::string(InnerAppColumns::Select()) + kWhere}), sqlite_faults::Prepared());
+  EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
+  EXPECT_EQ(
+      Join({kStart,
+            kConnected,
+            Counted(2),
+            kAlreadyConnected,
+            kPrepared,
+            kRow,
+            Result(100),
+            kMapped,
+            kRow,
+            Result(100),
+            kMapped,
+            kDone,
+            Result(101),
+            {"4 " + Green("app_id =a"), "4 " + Green("app_id =c"), "4 " + Green("[inner db]Finish,real_count:[2]")}}),
+      LogLines());
+}
+
+TEST_F(InnerAppList, BindsIntegers) {
+  database_.Add("a");
+  ASSERT_EQ(0, nuv_inner_db_init());
+  const BoundStatements bound;
+  EXPECT_EQ(0, Get());
+  EXPECT_EQ((Lines{Fill(kCount, "0 1 3"), Fill(std::string(InnerAppColumns::Select()) + kWhere, "0 1 3")}),
+            bound.Texts());
+}
+
+TEST_F(InnerAppList, LeavesOutWhatCannotBeUsedButNotTheHidden) {
+  database_.Add("hidden", {{"is_hidden", 1}});
+  database_.Add("state", {{"install_state", 2}});
+  database_.Add("reset", {{"is_need_reset", 1}});
+  database_.Add("unavailable", {{"is_app_available", 0}});
+  EXPECT_EQ(0, Get());
+  EXPECT_EQ("hidden", Ids());
+}
+
+TEST_F(InnerAppList, NoApplicationIsASuccess) {
+  EXPECT_EQ(0, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_TRUE(list_is_untouched_);
+  EXPECT_EQ(Join({kStart, kConnected, Counted(0), {"4 [inner db]real_count is 0 "}}), LogLines());
+}
+
+TEST_F(InnerAppList, ANegativeTotalIsAFailure) {
+  Invent(-3);
+  EXPECT_EQ(-1, Get());
+  EXPECT_EQ(-3, count_);
+  EXPECT_TRUE(list_is_untouched_);
+  EXPECT_EQ(Join({kStart, kAlreadyConnected, Counted(-3), {"6 " + Red("[inner db] real_count<0,it's wrong ")}}),
+            LogLines());
+}
+
+TEST_F(InnerAppList, RowsBeyondTheTotalAreSkipped) {
+  for (const int index : {6, 5, 4, 3, 2, 1}) database_.Add("app" + std::to_string(index), {{"app_index", index}});
+  Invent(5);
+  EXPECT_EQ(0, Get());
+  ASSERT_EQ(5, count_);
+  EXPECT_EQ("app1 app2 app3 app4 app5", Ids());
+  const Lines rows = Times(5, Join({kRow, Result(100), kMapped}));
+  Lines ids;
+  for (int i = 1; i <= 5; ++i) ids.push_back("4 " + Green("app_id =app" + std::to_string(i)));
+  EXPECT_EQ(Join({kStart,
+                  kAlreadyConnected,
+                  Counted(5),
+                  kAlreadyConnected,
+                  kPrepared,
+                  rows,
+                  kRow,
+                  Result(100),
+                  kDone,
+                  Result(101),
+                  ids,
+                  {"4 " + Green("[inner db]Finish,real_count:[5]")}}),
+            LogLines());
+}
+
+TEST_F(InnerAppList, RecordsThatNoRowFillsKeepTheirDefaults) {
+  database_.Add("only", {{"app_index", 9}});
+  Invent(3);
+  EXPECT_EQ(0, Get());
+  ASSERT_EQ(3, count_);
+  EXPECT_EQ("only  ", Ids());
+  EXPECT_EQ(9, list_[0].app_index);
+  EXPECT_EQ(-1, list_[2].app_index);
+  EXPECT_TRUE(fake_platform::Logged(Green("app_id =")));
+}
+
+TEST_F(InnerAppList, NoRowWhereThereShouldBeOneIsAFailure) {
+  Invent(2);
+  EXPECT_EQ(-1, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_FALSE(list_is_untouched_);
+  EXPECT_EQ(nullptr, list_);
+  EXPECT_EQ(Join({kStart, kAlreadyConnected, Counted(2), kAlreadyConnected, kPrepared, kDone, Result(101), kNoList}),
+            LogLines());
+}
+
+TEST_F(InnerAppList, ABusyFillIsAFailureEvenAfterRows) {
+  database_.AddMany(2);
+  sqlite_faults::step_codes = {0, 0, 0};
+  sqlite_faults::step_codes.insert(sqlite_faults::step_codes.end(), 50, SQLITE_BUSY);
+  EXPECT_EQ(-2, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_FALSE(list_is_untouched_);
+  EXPECT_EQ(nullptr, list_);
+  EXPECT_EQ(Join({kStart, kConnected, Counted(2), kAlreadyConnected, kPrepared, kRow, Result(100), kMapped, kStepBusy,
+                  Result(5), kSqlBusy, kNoList}),
+            LogLines());
+  EXPECT_EQ(kAllSleeps, fake_platform::Effects());
+}
+
+TEST_F(InnerAppList, AFillThatCannotBePreparedIsAFailure) {
+  database_.AddMany(2);
+  sqlite_faults::prepare_codes = {0, SQLITE_ERROR};
+  EXPECT_EQ(-1, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_FALSE(list_is_untouched_);
+  EXPECT_EQ(nullptr, list_);
+  EXPECT_EQ("6 " + Red("Failed to prepare"), LogLines().back());
+  sqlite_faults::prepare_codes = {0};
+  sqlite_faults::prepare_codes.insert(sqlite_faults::prepare_codes.end(), 50, SQLITE_BUSY);
+  EXPECT_EQ(-2, Get());
+  EXPECT_EQ(nullptr, list_);
+  EXPECT_EQ(0, count_);
+}
+
+TEST_F(InnerAppList, ACountThatFailsIsAFailure) {
+  database_.Run("drop table widgetinfo");
+  EXPECT_EQ(-1, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_TRUE(list_is_untouched_);
+  EXPECT_EQ(Join({kStart,
+                  kConnected,
+                  {"4 unknow type 1", "6 " + Red("SQLite: no such table: widgetinfo"), "6 " + Yellow("End,ret = -1")},
+                  kFailedToPrepare,
+                  kNoCount}),
+            LogLines());
+}
+
+TEST_F(InnerAppList, ALockOfAnotherProcessMakesTheCountBusy) {
+  const auto locker = LockDatabase();
+  EXPECT_EQ(-2, Get());
+  EXPECT_EQ(0, count_);
+  EXPECT_TRUE(list_is_untouched_);
+  EXPECT_EQ(Join({kStart, kConnected, kPrepareBusy, kFailedToPrepare, kNoCount}), LogLines());
+  EXPECT_EQ(kAllSleeps, fake_platform::Effects());
+}
+
+TEST_F(InnerAppList, ALockAtTheStepOfTheCountMakesItBusy) {
+  ASSERT_EQ(0, Get());
+  const auto locker = LockDatabase();
+  Forget();
+  EXPECT_EQ(-2, Get());
+  EXPECT_EQ(Join({kStart, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy, kNoCount}), LogLines());
+}
+
+TEST_F(InnerAppList, IsRefusedWhilePackagesAreRepaired) {
+  fake_platform::SetRepairMarker(true);
+  EXPECT_EQ(-1, Get());
+  EXPECT_EQ(77, count_);
+  EXPECT_EQ(-1, nuv_inner_get_all_app_list(nullptr, nullptr));
+  EXPECT_EQ(Times(2, Join({kStart, kRecovering})), LogLines());
+  EXPECT_TRUE(Flags().empty());
+}
+
+TEST_F(InnerAppList, NeedsPlacesForItsResults) {
+  _APPSINFO_T* list = nullptr;
+  EXPECT_EQ(-1, nuv_inner_get_all_app_list(nullptr, &count_));
+  EXPECT_EQ(-1, nuv_inner_get_all_app_list(&list, nullptr));
+  EXPECT_EQ(Times(2, Join({kStart, {"6 " + Red("[inner db] in param is NULL ")}})), LogLines());
+  EXPECT_EQ(77, count_);
+  EXPECT_TRUE(Flags().empty());
+}
+
+TEST_F(InnerAppList, TakesTheInnerMutexOnly) {
+  EXPECT_TRUE(WaitsFor(g_inner_Mute, [this] { Get(); }));
+  EXPECT_TRUE(PassesBy(g_Mute, [this] { Get(); }));
+}
+
+}  // namespace
