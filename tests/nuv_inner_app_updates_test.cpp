@@ -1,0 +1,277 @@
+// Changes that the library writes into the database itself.
+#include <ctime>
+
+#include "inner_test.h"
+
+namespace {
+
+std::atomic<time_t> fixed_time{0};  // 0: the real one
+
+}  // namespace
+
+extern "C" {
+
+time_t __real_time(time_t* result);
+time_t __wrap_time(time_t* result) {
+  return fixed_time == 0 ? __real_time(result) : fixed_time.load();
+}
+
+}  // extern "C"
+
+namespace {
+
+constexpr APPSINFO_UPDATE_KEY_e Key(int value) {
+  return static_cast<APPSINFO_UPDATE_KEY_e>(value);
+}
+
+const Lines kStart = {"4 Start"};
+const Lines kFail = {"6 " + Red("update app info fail")};
+const Lines kSqlBusy = {"6 " + Red("update app info fail:sql busy")};
+const Lines kReadOnlyError = {"4 Step start ", "4 unknown type 8",
+                              "6 " + Red("SQLite: attempt to write a readonly database"), "4 finalize g_pStmt_Inner"};
+
+// One of the local writes of a whole row condition.
+struct Write {
+  const char* name;
+  std::function<int(const std::string& id)> call;
+  Lines start;  // logged before the statement is prepared
+  bool locks;
+};
+void PrintTo(const Write& write, std::ostream* out) {
+  *out << write.name;
+}
+
+constexpr time_t kMarch = 1741338303;  // 2025-03-07 09:05:03 UTC
+
+const Write kWrites[] = {
+    {"ByKey", [](const std::string& id) { return nuv_db_update_app_by_key(id, Key(0)); }, {}, false},
+    {"ByKeyValue", [](const std::string& id) { return nuv_db_update_app_by_key_value(id, Key(3), "2.0"); }, kStart,
+     true},
+    {"Count", nuv_db_update_app_count, {"4 " + Yellow("time is 2025-03-07 09:05:03")}, false},
+};
+
+class InnerWrite : public InnerTest, public ::testing::WithParamInterface<Write> {
+ protected:
+  void SetUp() override {
+    InnerTest::SetUp();
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    fixed_time = kMarch;
+    database_.Add("app", {{"is_updated", 1}, {"version", "1.0"}, {"use_count", 4}});
+    database_.Add("other", {{"is_updated", 1}, {"version", "1.0"}, {"use_count", 4}});
+  }
+  std::string State(const std::string& id) {
+    return database_.Ask("select is_updated || ' ' || version || ' ' || use_count from widgetinfo where id = '" + id +
+                         "'");
+  }
+  void ExpectUnchanged() {
+    EXPECT_EQ("1 1.0 4", State("app"));
+    EXPECT_EQ("1 1.0 4", State("other"));
+  }
+};
+
+TEST_P(InnerWrite, ChangesOneApplication) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  Forget();
+  EXPECT_EQ(0, GetParam().call("app"));
+  EXPECT_NE("1 1.0 4", State("app"));
+  EXPECT_EQ("1 1.0 4", State("other"));
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kDone}), LogLines());
+}
+
+TEST_P(InnerWrite, NoSuchApplicationIsASuccess) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  EXPECT_EQ(0, GetParam().call("none"));
+  EXPECT_EQ(0, GetParam().call(""));
+  ExpectUnchanged();
+}
+
+TEST_P(InnerWrite, OpensForReadingOnlyWhereNothingIsOpenAndFails) {
+  EXPECT_EQ(-1, GetParam().call("app"));
+  EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
+  EXPECT_EQ(Join({GetParam().start, kConnected, kPrepared, kReadOnlyError, kFail}), LogLines());
+  ExpectUnchanged();
+}
+
+TEST_P(InnerWrite, FailsWhereTheDatabaseCannotBeOpened) {
+  fake_platform::SetDatabaseDirectory(directory_.path());
+  EXPECT_EQ(-1, GetParam().call("app"));
+  EXPECT_EQ(Join({GetParam().start,
+                  {"4 Failed to connect to DB : unable to open database file", "4 Close DB "},
+                  kFailedToPrepare}),
+            LogLines());
+}
+
+TEST_P(InnerWrite, ALockOfAnotherProcessMakesThePrepareBusy) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  auto locker = LockDatabase();
+  Forget();
+  EXPECT_EQ(-2, GetParam().call("app"));
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepareBusy, kFailedToPrepare}), LogLines());
+  EXPECT_EQ(kAllSleeps, fake_platform::Effects());
+  locker.reset();
+  ExpectUnchanged();
+}
+
+TEST_P(InnerWrite, ALockOfAnotherProcessMakesTheStepBusy) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  ASSERT_EQ(0, GetParam().call("none"));
+  auto locker = LockDatabase();
+  Forget();
+  EXPECT_EQ(-2, GetParam().call("app"));
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy}), LogLines());
+  EXPECT_EQ(kAllSleeps, fake_platform::Effects());
+  locker.reset();
+  ExpectUnchanged();
+}
+
+TEST_P(InnerWrite, AConstraintIsAFailure) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  database_.Run("create trigger refuse before update on widgetinfo begin select raise(abort, 'refused'); end");
+  Forget();
+  EXPECT_EQ(-1, GetParam().call("app"));
+  EXPECT_EQ(Join({GetParam().start,
+                  kAlreadyConnected,
+                  kPrepared,
+                  {"4 Step start ", "4 unknown type 19", "6 " + Red("SQLite: refused"), "4 finalize g_pStmt_Inner"},
+                  kFail}),
+            LogLines());
+  ExpectUnchanged();
+}
+
+TEST_P(InnerWrite, OnlyTheWriteOfAValueLocksAndAsksForTheRepairMarker) {
+  const auto call = [] { GetParam().call("app"); };
+  EXPECT_EQ(GetParam().locks, WaitsFor(g_inner_Mute, call));
+  EXPECT_TRUE(PassesBy(g_Mute, call));
+  DisConnect_Inner();
+  ASSERT_EQ(0, nuv_inner_db_init());
+  fake_platform::SetRepairMarker(true);
+  Forget();
+  if (GetParam().locks) {
+    EXPECT_EQ(-1, GetParam().call("app"));
+    EXPECT_EQ(Join({kStart, kRecovering}), LogLines());
+    ExpectUnchanged();
+  } else {
+    EXPECT_EQ(0, GetParam().call("app"));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, InnerWrite, ::testing::ValuesIn(kWrites),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+class InnerWrites : public InnerTest {
+ protected:
+  void SetUp() override {
+    InnerTest::SetUp();
+    database_.Add("app", {{"is_updated", 1}, {"use_count", 4}});
+    ASSERT_EQ(0, nuv_inner_db_init());
+    Forget();
+  }
+  std::string Field(const std::string& column) {
+    return database_.Ask("select " + column + " from widgetinfo where id = 'app'");
+  }
+};
+
+TEST_F(InnerWrites, KeyZeroMarksTheUpdateAsHandled) {
+  const BoundStatements bound;
+  EXPECT_EQ(0, nuv_db_update_app_by_key("app", Key(0)));
+  EXPECT_EQ(Lines{"update widgetinfo set is_updated = ?  where id = ?"}, sqlite_faults::Prepared());
+  EXPECT_EQ(Lines{"update widgetinfo set is_updated = 0  where id = 'app'"}, bound.Texts());
+  EXPECT_EQ("0", Field("is_updated"));
+}
+
+TEST_F(InnerWrites, OtherKeysNeedAValue) {
+  for (const int key : {1, 2, 3, 4, 5, 6, 7, 8, -1, 0x7fffffff}) {
+    Forget();
+    EXPECT_EQ(-1, nuv_db_update_app_by_key("app", Key(key)));
+    EXPECT_EQ(Lines{"6 " + Red("unknown key " + std::to_string(key))}, LogLines());
+    EXPECT_TRUE(sqlite_faults::Prepared().empty());
+  }
+}
+
+TEST_F(InnerWrites, KeyZeroAndUnknownKeysTakeNoValue) {
+  for (const int key : {0, 8, -1, 0x7fffffff}) {
+    Forget();
+    EXPECT_EQ(-1, nuv_db_update_app_by_key_value("app", Key(key), "1"));
+    EXPECT_EQ(Join({kStart, {"6 " + Red("unknown key " + std::to_string(key))}}), LogLines());
+    EXPECT_TRUE(sqlite_faults::Prepared().empty());
+  }
+  EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(2), "1")) << "the lock was given back";
+}
+
+TEST_F(InnerWrites, KeysTwoToSevenTakeOneText) {
+  const std::pair<int, std::string> fields[] = {{2, "cp_name"},      {3, "version"}, {4, "is_ispbound"},
+                                                {5, "is_hybrid_tv"}, {6, "is_lock"}, {7, "run_title"}};
+  for (const auto& [key, column] : fields) {
+    Forget();
+    const BoundStatements bound;
+    EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "1"));
+    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = ?  where id = ? "}, sqlite_faults::Prepared());
+    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = '1'  where id = 'app' "}, bound.Texts());
+    EXPECT_EQ("1", Field(column));
+    EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "it's, \"two\""));
+    EXPECT_EQ("it's, \"two\"", Field(column));
+  }
+}
+
+TEST_F(InnerWrites, KeyOneIsCutAtTheFirstComma) {
+  const std::string values[][3] = {{"1234,5678", "1234", "5678"},
+                                   {"abc", "abc", "abc"},
+                                   {"a,b,c", "a", "b,c"},
+                                   {",x", "", "x"},
+                                   {"x,", "x", ""},
+                                   {"", "", ""}};
+  for (const auto& [value, app, org] : values) {
+    Forget();
+    const BoundStatements bound;
+    EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(1), value));
+    EXPECT_EQ(Lines{"update widgetinfo set ait_appid = ? , ait_orgid = ?  where id = ? "}, sqlite_faults::Prepared());
+    EXPECT_EQ(Lines{"update widgetinfo set ait_appid = '" + app + "' , ait_orgid = '" + org + "'  where id = 'app' "},
+              bound.Texts());
+    EXPECT_EQ(app, Field("ait_appid"));
+    EXPECT_EQ(org, Field("ait_orgid"));
+  }
+}
+
+TEST_F(InnerWrites, ALaunchIsCountedWithItsLocalTime) {
+  setenv("TZ", "EAST-5:30", 1);
+  tzset();
+  fixed_time = kMarch - (5 * 60 + 30) * 60;
+  const BoundStatements bound;
+  EXPECT_EQ(0, nuv_db_update_app_count("app"));
+  EXPECT_EQ("5", Field("use_count"));
+  EXPECT_EQ("2025-03-07 09:05:03", Field("launch_date"));
+  const std::string head =
+      "update widgetinfo set use_count =  use_count+1, launch_date = '2025-03-07 09:05:03' where id = ";
+  EXPECT_EQ(Lines{head + "?"}, sqlite_faults::Prepared());
+  EXPECT_EQ(Lines{head + "'app'"}, bound.Texts());
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("time is 2025-03-07 09:05:03")));
+}
+
+TEST_F(InnerWrites, TheTimeIsThatOfTheCall) {
+  setenv("TZ", "WEST7", 1);
+  tzset();
+  const auto now = [] {
+    const time_t seconds = __real_time(nullptr);
+    tm local = {};
+    localtime_r(&seconds, &local);
+    char text[64];
+    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    return std::string(text);
+  };
+  const std::string before = now();
+  EXPECT_EQ(0, nuv_db_update_app_count("app"));
+  const std::string after = now();
+  EXPECT_LE(before, Field("launch_date"));
+  EXPECT_GE(after, Field("launch_date"));
+}
+
+TEST_F(InnerWrites, CheckingForAnInstallationIsWithdrawn) {
+  EXPECT_EQ(-1, nuv_inner_check_app_installing("app"));
+  EXPECT_EQ(
+      Lines{"5 " + Green("DEPRECATION WARNING: nuv_inner_check_app_installing() is deprecated and will be removed "
+                         "from next release.")},
+      LogLines());
+}
+
+}  // namespace
