@@ -9,21 +9,6 @@
 
 namespace {
 
-// Runs the body in a forked child; its exit status, or -1 when it does not end within the limit.
-int InChild(const std::function<int()>& body, Milliseconds limit = Milliseconds(5000)) {
-  const pid_t child = fork();
-  if (child == 0) _exit(body());
-  int status = 0;
-  pid_t ended = 0;
-  WaitUntil([&] { return (ended = waitpid(child, &status, WNOHANG)) != 0; }, limit);
-  if (ended == 0) {
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return -1;
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 int AllCallsFailAtOnce() {
   int status = 0;
   std::string extra;

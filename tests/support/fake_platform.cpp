@@ -7,6 +7,7 @@
 #include <nuv_platform/platform_resource.h>
 #include <nuv_platform/platform_settings.h>
 #include <nuv_platform/platform_trace.h>
+#include <pthread.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -38,6 +39,12 @@ struct State {
 State& Get() {
   static State& state = *new State;
   return state;
+}
+
+// A child that is forked while another thread logs finds the state free. Registered before the library's own handlers,
+// so that it is locked after what they wait for: logging happens under that.
+__attribute__((constructor(101))) void StayUsableInChildren() {
+  pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
 
 }  // namespace

@@ -41,6 +41,20 @@ bool WaitUntil(const std::function<bool()>& condition, Milliseconds limit) {
   return true;
 }
 
+int InChild(const std::function<int()>& body, Milliseconds limit) {
+  const pid_t child = fork();
+  if (child == 0) _exit(body());
+  int status = 0;
+  pid_t ended = 0;
+  WaitUntil([&] { return (ended = waitpid(child, &status, WNOHANG)) != 0; }, limit);
+  if (ended == 0) {
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return -1;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 Process::Process(const std::vector<std::string>& arguments, const std::string& directory, const Environment& extra) {
   static std::atomic<int> next{0};
   const std::string base = directory + "/process" + std::to_string(next++);

@@ -16,6 +16,10 @@ using Milliseconds = std::chrono::milliseconds;
 // Polls until the condition holds; false when the limit is over.
 bool WaitUntil(const std::function<bool()>& condition, Milliseconds limit = Milliseconds(10000));
 
+// Runs the body in a forked child; its exit status (128 + signal number when a signal ended it), or -1 when it does not
+// end within the limit.
+int InChild(const std::function<int()>& body, Milliseconds limit = Milliseconds(5000));
+
 class Process {
  public:
   using Environment = std::map<std::string, std::string>;

@@ -1,6 +1,7 @@
 #include "sqlite_faults.h"
 
 #include <dlfcn.h>
+#include <pthread.h>
 
 #include <mutex>
 #include <set>
@@ -26,6 +27,11 @@ struct Watched {
 Watched& Get() {
   static Watched& watched = *new Watched;
   return watched;
+}
+
+// As in the fake platform.
+__attribute__((constructor(101))) void StayUsableInChildren() {
+  pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
 
 template <typename Function>
