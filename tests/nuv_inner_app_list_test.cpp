@@ -90,10 +90,9 @@ TEST_F(InnerAppList, ListsByIndexWithAllLines) {
 TEST_F(InnerAppList, BindsIntegers) {
   database_.Add("a");
   ASSERT_EQ(0, nuv_inner_db_init());
-  const BoundStatements bound;
   EXPECT_EQ(0, Get());
   EXPECT_EQ((Lines{Fill(kCount, "0 1 3"), Fill(std::string(InnerAppColumns::Select()) + kWhere, "0 1 3")}),
-            bound.Texts());
+            sqlite_faults::Executed());
 }
 
 TEST_F(InnerAppList, LeavesOutWhatCannotBeUsedButNotTheHidden) {

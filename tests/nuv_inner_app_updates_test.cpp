@@ -173,10 +173,9 @@ class InnerWrites : public InnerTest {
 };
 
 TEST_F(InnerWrites, KeyZeroMarksTheUpdateAsHandled) {
-  const BoundStatements bound;
   EXPECT_EQ(0, nuv_db_update_app_by_key("app", Key(0)));
   EXPECT_EQ(Lines{"update widgetinfo set is_updated = ?  where id = ?"}, sqlite_faults::Prepared());
-  EXPECT_EQ(Lines{"update widgetinfo set is_updated = 0  where id = 'app'"}, bound.Texts());
+  EXPECT_EQ(Lines{"update widgetinfo set is_updated = 0  where id = 'app'"}, sqlite_faults::Executed());
   EXPECT_EQ("0", Field("is_updated"));
 }
 
@@ -204,10 +203,9 @@ TEST_F(InnerWrites, KeysTwoToSevenTakeOneText) {
                                                 {5, "is_hybrid_tv"}, {6, "is_lock"}, {7, "run_title"}};
   for (const auto& [key, column] : fields) {
     Forget();
-    const BoundStatements bound;
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "1"));
     EXPECT_EQ(Lines{"update widgetinfo set " + column + " = ?  where id = ? "}, sqlite_faults::Prepared());
-    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = '1'  where id = 'app' "}, bound.Texts());
+    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = '1'  where id = 'app' "}, sqlite_faults::Executed());
     EXPECT_EQ("1", Field(column));
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "it's, \"two\""));
     EXPECT_EQ("it's, \"two\"", Field(column));
@@ -223,11 +221,10 @@ TEST_F(InnerWrites, KeyOneIsCutAtTheFirstComma) {
                                    {"", "", ""}};
   for (const auto& [value, app, org] : values) {
     Forget();
-    const BoundStatements bound;
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(1), value));
     EXPECT_EQ(Lines{"update widgetinfo set ait_appid = ? , ait_orgid = ?  where id = ? "}, sqlite_faults::Prepared());
     EXPECT_EQ(Lines{"update widgetinfo set ait_appid = '" + app + "' , ait_orgid = '" + org + "'  where id = 'app' "},
-              bound.Texts());
+              sqlite_faults::Executed());
     EXPECT_EQ(app, Field("ait_appid"));
     EXPECT_EQ(org, Field("ait_orgid"));
   }
@@ -237,14 +234,13 @@ TEST_F(InnerWrites, ALaunchIsCountedWithItsLocalTime) {
   setenv("TZ", "EAST-5:30", 1);
   tzset();
   fixed_time = kMarch - (5 * 60 + 30) * 60;
-  const BoundStatements bound;
   EXPECT_EQ(0, nuv_db_update_app_count("app"));
   EXPECT_EQ("5", Field("use_count"));
   EXPECT_EQ("2025-03-07 09:05:03", Field("launch_date"));
   const std::string head =
       "update widgetinfo set use_count =  use_count+1, launch_date = '2025-03-07 09:05:03' where id = ";
   EXPECT_EQ(Lines{head + "?"}, sqlite_faults::Prepared());
-  EXPECT_EQ(Lines{head + "'app'"}, bound.Texts());
+  EXPECT_EQ(Lines{head + "'app'"}, sqlite_faults::Executed());
   EXPECT_EQ(4, fake_platform::LogPriority(Yellow("time is 2025-03-07 09:05:03")));
 }
 

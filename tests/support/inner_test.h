@@ -99,28 +99,6 @@ inline bool PassesBy(pthread_mutex_t& mutex, const std::function<void()>& call) 
   return EndsWhileHeld(mutex, call, Milliseconds(10000));
 }
 
-// Statement texts of the inner connection with their parameters filled in: texts in quotes, integers plain.
-class BoundStatements {
- public:
-  // The connection has to be open.
-  BoundStatements() { sqlite3_trace_v2(g_pConnection_Inner, SQLITE_TRACE_STMT, Note, this); }
-  ~BoundStatements() { sqlite3_trace_v2(g_pConnection_Inner, 0, nullptr, nullptr); }
-  BoundStatements(const BoundStatements&) = delete;
-  BoundStatements& operator=(const BoundStatements&) = delete;
-
-  const Lines& Texts() const { return texts_; }
-
- private:
-  static int Note(unsigned, void* self, void* statement, void*) {
-    char* text = sqlite3_expanded_sql(static_cast<sqlite3_stmt*>(statement));
-    static_cast<BoundStatements*>(self)->texts_.emplace_back(text);
-    sqlite3_free(text);
-    return 0;
-  }
-
-  Lines texts_;
-};
-
 // A statement with its "?" replaced by the values, which are separated by blanks.
 inline std::string Fill(std::string statement, const std::string& values) {
   std::istringstream rest(values);
