@@ -77,5 +77,9 @@ class ForkHandlers {
   static void InParent() {
     if (hasTurn) EndTurnAfterFork(Side);
   }
-  static void InChild() { ForgetConnectionInChild(Side); }
+  // The turn is made anew; it is ended first for those who keep account of locks, such as ThreadSanitizer.
+  static void InChild() {
+    if (hasTurn) EndTurnAfterFork(Side);
+    ForgetConnectionInChild(Side);
+  }
 };
