@@ -167,7 +167,7 @@ TEST_F(InnerFork, AChildThatIsForkedDuringAQueryHasAConnectionThatWorks) {
       failed += nuv_inner_get_app_info_by_id("app", info, true) == 0 ? 0 : 1;
     }
   });
-  for (int i = 0; i < 50; ++i) {
+  for (int i = 0; i < 20; ++i) {
     EXPECT_EQ(0, InChild([] {
                 if (g_pConnection_Inner != nullptr || g_pStmt_Inner != nullptr) return 1;
                 _APPSINFO_T info;
