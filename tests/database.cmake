@@ -3,10 +3,12 @@ add_library(nuv_app_database STATIC support/app_database.cpp)
 target_link_libraries(nuv_app_database PUBLIC nuv_test_support PkgConfig::SQLITE PRIVATE nuv_build_flags)
 
 add_library(nuv_database_test STATIC
+  support/catalogue_log.cpp
   support/sqlite_faults.cpp)
 target_link_libraries(nuv_database_test PUBLIC nuv_white_box nuv_app_database PRIVATE nuv_build_flags)
 
 nuv_add_client(database_locker PkgConfig::SQLITE)
+add_dependencies(nuv_database_test database_locker)
 
 function(nuv_add_database_test name)
   nuv_add_white_box_test(${name} nuv_database_test ${ARGN})
@@ -33,3 +35,6 @@ nuv_add_list_test(nuv_app_key_list_test)
 nuv_add_list_test(nuv_app_service_list_test)
 nuv_add_database_test(nuv_terminate_test)
 nuv_add_database_test(nuv_launch_by_runtitle_test)
+nuv_add_database_test(nuv_db_guards_test)
+nuv_add_database_test(nuv_db_statement_test)
+nuv_add_database_test(nuv_db_step_test)

@@ -8,6 +8,7 @@
 
 namespace sqlite_faults {
 
+std::deque<int> open_codes;
 std::deque<int> prepare_codes;
 std::deque<int> step_codes;
 std::function<void(const std::string&)> before_prepare;
@@ -119,6 +120,8 @@ int sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const cha
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().openings.push_back({path, flags, vfs != nullptr});
+    *connection = nullptr;
+    if (const int code = Take(sqlite_faults::open_codes)) return code;
   }
   const int code = real(path, connection, flags, vfs);
   const std::lock_guard<std::mutex> lock(Get().mutex);

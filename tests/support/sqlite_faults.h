@@ -12,6 +12,7 @@
 namespace sqlite_faults {
 
 // While one of these holds codes, a call takes the first and returns it without reaching SQLite; 0 means "reach it".
+extern std::deque<int> open_codes;  // such an opening leaves no connection
 extern std::deque<int> prepare_codes;
 extern std::deque<int> step_codes;
 

@@ -1,0 +1,41 @@
+// The log of a call as a list of texts, and the lines that every query of the catalogue writes.
+//
+// A line reads "I text" (info), "W text" (warning), "E text" (error) or "S text" (info, system log buffer).
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+using LogLines = std::vector<std::string>;
+
+constexpr const char* kRed = "\033[0;31m";
+constexpr const char* kGreen = "\033[0;32m";
+constexpr const char* kYellow = "\033[0;33m";
+
+// The text in a colour.
+std::string Coloured(const char* colour, const std::string& text);
+
+// The lines that the call logs. What was logged before is forgotten.
+LogLines LogOf(const std::function<void()>& call);
+
+LogLines Join(std::initializer_list<LogLines> parts);
+LogLines Times(int count, const LogLines& lines);
+
+// Both guards let the call through; the settings key can be read.
+LogLines GuardLines();
+// A connection is opened, or there is one.
+LogLines OpenedLines(const std::string& path);
+LogLines ConnectedLines(const std::string& path);
+// The end of Prepare().
+LogLines PreparedLine(int result);
+// A statement is prepared over a connection that is there.
+LogLines PrepareLines(const std::string& path);
+LogLines RowLines();
+LogLines DoneLines();
+// All tries find the database busy.
+LogLines BusyPrepareLines();
+LogLines BusyStepLines();
+// An answer of SQLite that is neither a row nor the end nor busy.
+LogLines FailedStepLines(int code, const std::string& message);
