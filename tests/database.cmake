@@ -14,6 +14,8 @@ function(nuv_add_database_test name)
   nuv_add_white_box_test(${name} nuv_database_test ${ARGN})
 endfunction()
 
+nuv_add_database_test(nuv_app_records_test)
+nuv_add_database_test(nuv_app_inner_records_test)
 nuv_add_database_test(nuv_db_client_test)
 
 # Lists hand out memory: it is watched and runs out.
