@@ -16,6 +16,8 @@ endfunction()
 
 nuv_add_database_test(nuv_app_records_test)
 nuv_add_database_test(nuv_app_inner_records_test)
+nuv_add_database_test(nuv_app_queries_test)
+nuv_add_database_test(nuv_app_values_test)
 nuv_add_database_test(nuv_db_client_test)
 
 # Lists hand out memory: it is watched and runs out.
