@@ -68,9 +68,9 @@ class Records : public DatabaseTest {
 };
 
 TEST_F(Records, ColumnListIsAFixedTableOfSixtyFiveSlots) {
-  EXPECT_EQ(kFullRowSelect, kSelectFullRow);
+  EXPECT_EQ(kFullRowSelect, AppColumns::Select());
   EXPECT_EQ(65u * 30u, sizeof Column);
-  for (size_t i = 0; i < kColumnCount; ++i) {
+  for (size_t i = 0; i < AppColumns::kCount; ++i) {
     for (size_t j = strlen(Column[i]); j < 30; ++j) EXPECT_EQ('\0', Column[i][j]) << Column[i];
   }
 }

@@ -77,7 +77,7 @@ TEST_F(Connection, AFailureEndsTheCurrentStatement) {
 class Preparing : public DatabaseTest {
  protected:
   void TearDown() override {
-    FinalizeStatement(&g_pStmt, "g_pStmt", NUV_HERE);
+    sqlite3_finalize(g_pStmt);
     DatabaseTest::TearDown();
   }
 };
@@ -91,7 +91,7 @@ TEST_F(Preparing, ConnectsFirstAndLogsItsResultAsAMilestone) {
 
 TEST_F(Preparing, MakesThePathAnewEachTime) {
   ASSERT_EQ(0, Prepare("select 1"));
-  FinalizeStatement(&g_pStmt, "g_pStmt", NUV_HERE);
+  sqlite3_finalize(g_pStmt);
   fake_platform::SetDatabaseDirectory("/elsewhere/");
   EXPECT_EQ(PrepareLines("/elsewhere//.corvane.db"), LogOf([] { EXPECT_EQ(0, Prepare("select 1")); }));
 }
@@ -140,17 +140,17 @@ TEST_F(Preparing, AnErrorIsLoggedWithItsNumberAndWithSqlitesMessage) {
 
 TEST_F(Preparing, AFailureEndsTheStatementThatItLeft) {
   ASSERT_EQ(0, Prepare("select 1"));
-  const DatabaseSide side = {"g_pStmt", [] {}};
+  DatabaseSide side = {"g_pStmt", [] {}, g_pConnection, g_pStmt};
   sqlite_faults::prepare_codes = {SQLITE_CORRUPT};
   EXPECT_EQ((LogLines{"I unknow type 11", "E " + Coloured(kRed, "SQLite: not an error"), "I finalize m_pStmt"}),
-            LogOf([&] { EXPECT_EQ(-1, PrepareWithRetry(g_pConnection, "select 2", &g_pStmt, side, NUV_HERE)); }));
+            LogOf([&] { EXPECT_EQ(-1, PrepareWithRetry(side, "select 2", NUV_HERE)); }));
   EXPECT_EQ(nullptr, g_pStmt);
   EXPECT_EQ(0, LiveStatements());
 
   ASSERT_EQ(0, Prepare("select 1"));
   sqlite_faults::prepare_codes = std::deque<int>(50, SQLITE_BUSY);
   EXPECT_EQ(Join({BusyPrepareLines(), {"I finalize m_pStmt"}}),
-            LogOf([&] { EXPECT_EQ(-2, PrepareWithRetry(g_pConnection, "select 2", &g_pStmt, side, NUV_HERE)); }));
+            LogOf([&] { EXPECT_EQ(-2, PrepareWithRetry(side, "select 2", NUV_HERE)); }));
   EXPECT_EQ(nullptr, g_pStmt);
 }
 

@@ -3,7 +3,6 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
 namespace {
@@ -11,7 +10,7 @@ namespace {
 class Stepping : public DatabaseTest {
  protected:
   void TearDown() override {
-    FinalizeStatement(&g_pStmt, "g_pStmt", NUV_HERE);
+    sqlite3_finalize(g_pStmt);
     DatabaseTest::TearDown();
   }
 
