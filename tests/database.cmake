@@ -14,6 +14,8 @@ function(nuv_add_database_test name)
   nuv_add_white_box_test(${name} nuv_database_test ${ARGN})
 endfunction()
 
+nuv_add_database_test(nuv_app_checks_test)
+nuv_add_database_test(nuv_app_group_test)
 nuv_add_database_test(nuv_app_records_test)
 nuv_add_database_test(nuv_app_inner_records_test)
 nuv_add_database_test(nuv_app_queries_test)

@@ -1,0 +1,177 @@
+// The functions that look one application up, each with what its calls log.
+#pragma once
+
+#include <nuv/nuv_app_database.h>
+#include <nuv/nuv_app_database_inner.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "catalogue_log.h"
+#include "full_row.h"
+#include "record_line.h"
+
+struct Found {
+  nuv_app_info_s info = {};
+  _APPS_INNER_INFO_T inner;
+};
+
+struct Entry {
+  const char* name;
+  int (*run)(Found& found, const char* key);
+  std::vector<int (*)()> null_records;  // calls with a null record, which have the key "key"
+  std::vector<int (*)()> null_keys;     // calls with a null key
+  std::vector<const char*> keys;        // columns that are compared with the key
+  bool takes_mutex;
+  const char* start;                // "@" stands for the key in all lines
+  const char* reset_colour;         // of the notice of a reset
+  std::string null_line;            // of a null argument
+  std::string empty_line;           // of an empty key
+  std::vector<const char*> middle;  // info lines between the arguments' check and the end of the query's start
+  std::string statement;
+  LogLines (*row)(const Found& found, const std::string& id);
+  const char* query_end;
+  const char* end;  // "#" stands for the result
+};
+
+inline void PrintTo(const Entry& entry, std::ostream* stream) {
+  *stream << entry.name;
+}
+
+inline LogLines InfoRow(const Found& found, const std::string&) {
+  return {"I set app_info success", "I " + RecordLine(found.info)};
+}
+
+inline LogLines InnerRow(const Found&, const std::string&) {
+  return {"I set app_info success"};
+}
+
+inline LogLines ValueRow(const Found&, const std::string& id) {
+  return {"I strValue =" + id};
+}
+
+#define LOG_RED "\033[0;31m"
+#define LOG_GREEN "\033[0;32m"
+#define LOG_END "\033[0;m"
+
+inline std::vector<Entry> ClientEntries() {
+  const std::string full_row = kFullRowSelect;
+  const std::string null_in_red = "E " + Coloured(kRed, "in param is NULL ");
+  const std::string null_plain = "E in param is NULL ";
+  return {
+      {"m_nuv_get_app_info",
+       [](Found& found, const char* key) { return m_nuv_get_app_info(key, &found.info); },
+       {[] { return m_nuv_get_app_info("key", nullptr); }},
+       {[] {
+          Found found;
+          return m_nuv_get_app_info(nullptr, &found.info);
+        },
+        [] { return m_nuv_get_app_info(nullptr, nullptr); }},
+       {"id", "kelvo_id", "pkgname"},
+       false,
+       LOG_GREEN "Start, app_id:[@]" LOG_END,
+       kYellow,
+       null_in_red,
+       "E " + Coloured(kRed, "app_id is empty "),
+       {"Start:strParam: where (id = ?  or kelvo_id = ? or pkgname = ?)  and install_state = ? and is_app_available = "
+        "? and is_need_reset = ?  "},
+       full_row + " where (id = ?  or kelvo_id = ? or pkgname = ?)  and install_state = ? and is_app_available = ? and "
+                  "is_need_reset = ? ",
+       InfoRow,
+       "Get DB finish",
+       LOG_GREEN "Finish app_id:[@],ret[#]" LOG_END},
+      {"nuv_get_app_info_by_runtitle",
+       [](Found& found, const char* key) { return nuv_get_app_info_by_runtitle(key, &found.info); },
+       {[] { return nuv_get_app_info_by_runtitle("key", nullptr); }},
+       {[] {
+          Found found;
+          return nuv_get_app_info_by_runtitle(nullptr, &found.info);
+        },
+        [] { return nuv_get_app_info_by_runtitle(nullptr, nullptr); }},
+       {"run_title"},
+       true,
+       LOG_GREEN "Start, runtitile:[@]" LOG_END,
+       kYellow,
+       null_plain,
+       "E " + Coloured(kRed, "runtitile is empty "),
+       {"Start:strParam: where run_title = ?  and install_state = ? and is_app_available = ? and is_need_reset = ?  "},
+       full_row + " where run_title = ?  and install_state = ? and is_app_available = ? and is_need_reset = ? ",
+       InfoRow,
+       "Get DB finish",
+       LOG_GREEN "Finish runtitile:[@]" LOG_END},
+      {"GetAppInfoByRuntitle",
+       [](Found& found, const char* key) { return GetAppInfoByRuntitle(&found.info, key); },
+       {[] { return GetAppInfoByRuntitle(nullptr, "key"); }},
+       {[] {
+          Found found;
+          return GetAppInfoByRuntitle(&found.info, nullptr);
+        },
+        [] { return GetAppInfoByRuntitle(nullptr, nullptr); }},
+       {"run_title"},
+       false,
+       LOG_GREEN "Start" LOG_END,
+       kGreen,
+       null_plain,
+       "E " + Coloured(kRed, "runtitile is empty "),
+       {LOG_GREEN "runtitile:[@]" LOG_END,
+        "Start:strParam: where run_title = ? and install_state = ? and is_app_available = ? and is_need_reset = ?  "},
+       full_row + " where run_title = ? and install_state = ? and is_app_available = ? and is_need_reset = ? ",
+       InfoRow,
+       "Get DB finish",
+       LOG_GREEN "Get app info by run_title:[@] finish, ret [#]" LOG_END},
+      {"GetAppInnerInfo",
+       [](Found& found, const char* key) { return GetAppInnerInfo(key, &found.inner); },
+       {[] { return GetAppInnerInfo("key", nullptr); }},
+       {},
+       {"id", "kelvo_id", "pkgname", "hybrid_app"},
+       true,
+       LOG_GREEN "Start, app_id:[@]" LOG_END,
+       kYellow,
+       null_plain,
+       "E " + Coloured(kRed, "strAppID is empty "),
+       {"Start:strParam: where (id = ?  or kelvo_id = ? or pkgname = ? or hybrid_app = ?)  and install_state = ? and "
+        "is_app_available = ? and is_need_reset = ?  "},
+       full_row + " where (id = ?  or kelvo_id = ? or pkgname = ? or hybrid_app = ?)  and install_state = ? and "
+                  "is_app_available = ? and is_need_reset = ? ",
+       InnerRow,
+       "Get DB finish",
+       LOG_GREEN "Finish app_id:[@],ret[#]" LOG_END},
+      {"nuv_check_app_is_locked",
+       [](Found&, const char* key) { return nuv_check_app_is_locked(key); },
+       {},
+       {[] { return nuv_check_app_is_locked(nullptr); }},
+       {"id"},
+       true,
+       "Start, app_id:[@] ",
+       kYellow,
+       null_in_red,
+       "E " + Coloured(kRed, "app_id is empty "),
+       {"param: where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and is_app_available = ? ",
+        "Start : strkey:[id],strParam:[ where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and "
+        "is_app_available = ? ],tableType:[0] "},
+       "  select id  from widgetinfo where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and "
+       "is_app_available = ? ",
+       ValueRow,
+       "Get DB finish:strValue:[%]",
+       "finish,app_id:[@],result:[#]"},
+      {"nuv_check_app_is_need_uninstall",
+       [](Found&, const char* key) { return nuv_check_app_is_need_uninstall(key); },
+       {},
+       {[] { return nuv_check_app_is_need_uninstall(nullptr); }},
+       {"id"},
+       true,
+       "Start, app_id:[@] ",
+       kYellow,
+       null_in_red,
+       "E " + Coloured(kRed, "app_id is empty "),
+       {"param: where id in(@) and install_state = ? and reserved_tinyint_1 = ? and is_need_reset = ? and "
+        "is_app_available = ? ",
+        "Start : strkey:[id],strParam:[ where id in(@) and install_state = ? and reserved_tinyint_1 = ? and "
+        "is_need_reset = ? and is_app_available = ? ],tableType:[0] "},
+       "  select id  from widgetinfo where id in(@) and install_state = ? and reserved_tinyint_1 = ? and is_need_reset "
+       "= ? and is_app_available = ? ",
+       ValueRow,
+       "Get DB finish:strValue:[%]",
+       "finish,app_id:[@],result:[#]"}};
+}
