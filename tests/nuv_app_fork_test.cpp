@@ -1,0 +1,160 @@
+// The catalogue in a forked child: it has a connection of its own, whatever the parent's threads do.
+#include <nuv/nuv_app_database.h>
+#include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_lock.h>
+
+#include <atomic>
+#include <future>
+
+#include "catalogue_log.h"
+#include "database_test.h"
+#include "forked_child.h"
+#include "nuv_db_api/nuv_db_statement.h"
+
+namespace {
+
+using sqlite_faults::Openings;
+
+int Find(const char* id) {
+  nuv_app_info_s info = {};
+  return m_nuv_get_app_info(id, &info);
+}
+
+class CatalogueFork : public DatabaseTest {
+ protected:
+  void SetUp() override {
+    DatabaseTest::SetUp();
+    database_.Add("app", {{"run_title", "clock"}, {"is_lock", 1}});
+    database_.Close();
+  }
+
+  // Has another thread in the middle of a query that finds the database busy, until it is let go on.
+  void StartBusyQuery() {
+    fake_platform::OnEffect([this](const std::string&) {
+      if (waiting_.exchange(true)) return;
+      WaitUntil([this] { return go_on_.load(); });
+    });
+    query_ = std::async(std::launch::async, [] { return Find("app"); });
+    ASSERT_TRUE(WaitUntil([this] { return waiting_.load(); }));
+  }
+
+  std::atomic<bool> waiting_{false};
+  std::atomic<bool> go_on_{false};
+  std::future<int> query_;
+};
+
+TEST_F(CatalogueFork, TheChildOpensAConnectionOfItsOwnAndTheParentGoesOn) {
+  ASSERT_EQ(0, Find("app"));
+  sqlite3* const parents = g_pConnection;
+  EXPECT_EQ(0, InChild([parents] {
+              if (g_pConnection != nullptr) return 1;
+              if (Find("app") != 0) return 2;
+              if (Openings().size() != 2) return 3;
+              if (g_pConnection == parents) return 4;
+              // The parent's connection is still there, unused and not closed.
+              if (sqlite_faults::LiveConnections() != 2) return 5;
+              if (fake_platform::Logged("Close DB ")) return 6;
+              return 0;
+            }));
+  EXPECT_EQ(parents, g_pConnection);
+  EXPECT_EQ(0, Find("app"));
+  EXPECT_EQ(1u, Openings().size());
+}
+
+TEST_F(CatalogueFork, BeforeTheFirstQueryIsNothingSpecial) {
+  EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  EXPECT_TRUE(Openings().empty());
+  EXPECT_EQ(0, Find("app"));
+}
+
+TEST_F(CatalogueFork, AStatementOfTheParentIsForgotten) {
+  ASSERT_EQ(0, Prepare("select id from widgetinfo"));
+  ASSERT_EQ(100, Step());
+  EXPECT_EQ(0, InChild([] { return g_pStmt == nullptr && Find("app") == 0 ? 0 : 1; }));
+  EXPECT_STREQ("app", GetStringFromResult(0));
+  EXPECT_EQ(101, Step());
+}
+
+TEST_F(CatalogueFork, TheChildOfAChildHasItsOwnConnectionToo) {
+  ASSERT_EQ(0, Find("app"));
+  EXPECT_EQ(0, InChild([] {
+              if (Find("app") != 0) return 1;
+              return InChild([] { return Find("app") == 0 && Openings().size() == 3 ? 0 : 2; });
+            }));
+}
+
+TEST_F(CatalogueFork, ParentAndChildSeeWhatTheWriterChanges) {
+  ASSERT_EQ(0, Find("app"));
+  EXPECT_EQ(0, InChild([this] {
+              if (Find("app") != 0) return 1;
+              AppDatabase::Row row;
+              database_.Add("later");
+              database_.Close();
+              return Find("later");
+            }));
+  EXPECT_EQ(0, Find("later"));
+}
+
+TEST_F(CatalogueFork, TheEndOfTheChildLeavesTheParentsLocksAlone) {
+  ASSERT_EQ(0, Prepare("select id from widgetinfo"));
+  ASSERT_EQ(100, Step());
+  // The parent is reading, so nobody may write, also after the child has opened and closed the file.
+  EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  const auto locker = std::make_unique<Process>(
+      std::vector<std::string>{NUV_TEST_DIR "/database_locker", database_.path()}, directory_.path());
+  EXPECT_EQ(1, locker->Wait());
+  EXPECT_EQ(101, Step());
+}
+
+TEST_F(CatalogueFork, WorksInAWriteAheadLog) {
+  database_.Run("pragma journal_mode = wal");
+  ASSERT_EQ(0, Find("app"));
+  EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  database_.Add("later");
+  EXPECT_EQ(0, Find("later"));
+  EXPECT_EQ(0, InChild([] { return Find("later"); }));
+}
+
+TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
+  auto locker = LockDatabase();
+  StartBusyQuery();
+  auto release = std::async(std::launch::async, [&] {
+    locker->KillAndWait();
+    go_on_ = true;
+  });
+  EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  EXPECT_EQ(0, query_.get());
+  release.get();
+}
+
+TEST_F(CatalogueFork, DoesNotHangBehindAQueryThatDoesNotEndForSeconds) {
+  auto locker = LockDatabase();
+  StartBusyQuery();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(0, InChild([&] {
+              locker->Signal(SIGKILL);
+              go_on_ = true;  // of the child, which has no other thread
+              return WaitUntil([] { return Find("app") == 0; }) ? 0 : 1;
+            }));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(5000));
+  go_on_ = true;
+  EXPECT_EQ(0, query_.get());
+}
+
+TEST_F(CatalogueFork, TheChildDoesNotHangWhereAnotherThreadHoldsTheMutexOfLaunches) {
+  std::atomic<bool> held{false};
+  auto holder = std::async(std::launch::async, [&] {
+    const CNUVClientAutoLock lock(g_Mute);
+    held = true;
+    WaitUntil([this] { return go_on_.load(); });
+  });
+  ASSERT_TRUE(WaitUntil([&] { return held.load(); }));
+  EXPECT_EQ(0, InChild([] {
+              nuv_app_info_s info = {};
+              return nuv_get_app_info_by_runtitle("clock", &info) + nuv_check_app_is_locked("'app'");
+            }));
+  go_on_ = true;
+  holder.get();
+}
+
+}  // namespace
