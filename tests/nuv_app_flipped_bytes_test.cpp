@@ -13,7 +13,9 @@
 
 namespace {
 
+// The seeds are tried in parts, so that the parts can run side by side.
 constexpr unsigned kSeeds = 10000;
+constexpr unsigned kParts = 8;
 
 struct Free {
   void operator()(void* block) const { free(block); }
@@ -23,7 +25,7 @@ std::string Flip(std::string bytes, unsigned seed) {
   std::mt19937 random(seed);
   // Half of the files are damaged in the first page as well, where the header and the schema begin.
   const size_t count = 1 + random() % 24;
-  if (seed % 2 == 0) bytes[random() % 512] ^= static_cast<char>(1 + random() % 255);
+  if (random() % 2 == 0) bytes[random() % 512] ^= static_cast<char>(1 + random() % 255);
   for (size_t i = 0; i < count; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
   return bytes;
 }
@@ -55,7 +57,7 @@ std::vector<int> AskEverything() {
   return results;
 }
 
-class FlippedBytes : public DatabaseTest {
+class FlippedBytes : public DatabaseTest, public ::testing::WithParamInterface<unsigned> {
  protected:
   void SetUp() override {
     DatabaseTest::SetUp();
@@ -71,6 +73,15 @@ class FlippedBytes : public DatabaseTest {
   void Overwrite(const std::string& bytes) const {
     std::fstream file(database_.path(), std::ios::in | std::ios::out | std::ios::binary);
     ASSERT_TRUE(file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush());
+  }
+
+  // At most so many bytes of the file.
+  std::string Content(size_t limit) const {
+    std::string bytes(limit, '\0');
+    std::ifstream file(database_.path(), std::ios::binary);
+    file.read(bytes.data(), static_cast<std::streamsize>(limit));
+    bytes.resize(static_cast<size_t>(file.gcount()));
+    return bytes;
   }
 
   // The library itself never closes a healthy connection.
@@ -90,7 +101,7 @@ class FlippedBytes : public DatabaseTest {
       failed_ = failed_ || result != 0;
     }
     ASSERT_EQ(nullptr, g_pStmt);
-    ASSERT_EQ(bad, ReadFile(database_.path()));
+    ASSERT_EQ(bad, Content(bad.size() + 1));
     CloseConnection();
     fake_platform::Clear();
     sqlite_faults::Forget();
@@ -101,8 +112,10 @@ class FlippedBytes : public DatabaseTest {
   bool failed_ = false;
 };
 
-TEST_F(FlippedBytes, NeitherCrashNorHangNorChangeTheFile) {
-  for (unsigned seed = 0; seed < kSeeds && !HasFatalFailure(); ++seed) TryOne(seed);
+INSTANTIATE_TEST_SUITE_P(Part, FlippedBytes, ::testing::Range(0U, kParts));
+
+TEST_P(FlippedBytes, NeitherCrashNorHangNorChangeTheFile) {
+  for (unsigned seed = GetParam(); seed < kSeeds && !HasFatalFailure(); seed += kParts) TryOne(seed);
   EXPECT_TRUE(found_ && failed_);
 }
 
