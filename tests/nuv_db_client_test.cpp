@@ -52,7 +52,7 @@ class ClientEntry : public DatabaseTest, public ::testing::WithParamInterface<En
   static LogLines Start(const std::string& key = Key("key")) { return {Line("I ", GetParam().start, key)}; }
   static LogLines BeforeQuery() {
     LogLines lines = Join({Start(), GuardLines()});
-    for (const char* text : GetParam().middle) lines.push_back(Line("I ", text, Key("key")));
+    for (const std::string& text : GetParam().middle) lines.push_back(Line("I ", text, Key("key")));
     return lines;
   }
   static LogLines QueryEnd(const std::string& value) { return {"I " + Fill(GetParam().query_end, '%', value)}; }

@@ -28,7 +28,7 @@ struct Entry {
   const char* reset_colour;         // of the notice of a reset
   std::string null_line;            // of a null argument
   std::string empty_line;           // of an empty key
-  std::vector<const char*> middle;  // info lines between the arguments' check and the end of the query's start
+  std::vector<std::string> middle;  // info lines between the arguments' check and the end of the query's start
   std::string statement;
   LogLines (*row)(const Found& found, const std::string& id);
   const char* query_end;
@@ -54,6 +54,28 @@ inline LogLines ValueRow(const Found&, const std::string& id) {
 #define LOG_RED "\033[0;31m"
 #define LOG_GREEN "\033[0;32m"
 #define LOG_END "\033[0;m"
+
+// A check of a list of ids for the state of one column.
+inline Entry CheckEntry(const char* name, const std::string& column, int (*run)(Found& found, const char* key),
+                        int (*null_key)()) {
+  const std::string clause =
+      " where id in(@) and install_state = ? and " + column + " = ? and is_need_reset = ? and is_app_available = ? ";
+  return {name,
+          run,
+          {},
+          {null_key},
+          {"id"},
+          true,
+          "Start, app_id:[@] ",
+          kYellow,
+          "E " + Coloured(kRed, "in param is NULL "),
+          "E " + Coloured(kRed, "app_id is empty "),
+          {"param:" + clause, "Start : strkey:[id],strParam:[" + clause + "],tableType:[0] "},
+          "  select id  from widgetinfo" + clause,
+          ValueRow,
+          "Get DB finish:strValue:[%]",
+          "finish,app_id:[@],result:[#]"};
+}
 
 inline std::vector<Entry> ClientEntries() {
   const std::string full_row = kFullRowSelect;
@@ -137,41 +159,11 @@ inline std::vector<Entry> ClientEntries() {
        InnerRow,
        "Get DB finish",
        LOG_GREEN "Finish app_id:[@],ret[#]" LOG_END},
-      {"nuv_check_app_is_locked",
-       [](Found&, const char* key) { return nuv_check_app_is_locked(key); },
-       {},
-       {[] { return nuv_check_app_is_locked(nullptr); }},
-       {"id"},
-       true,
-       "Start, app_id:[@] ",
-       kYellow,
-       null_in_red,
-       "E " + Coloured(kRed, "app_id is empty "),
-       {"param: where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and is_app_available = ? ",
-        "Start : strkey:[id],strParam:[ where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and "
-        "is_app_available = ? ],tableType:[0] "},
-       "  select id  from widgetinfo where id in(@) and install_state = ? and is_lock = ? and is_need_reset = ? and "
-       "is_app_available = ? ",
-       ValueRow,
-       "Get DB finish:strValue:[%]",
-       "finish,app_id:[@],result:[#]"},
-      {"nuv_check_app_is_need_uninstall",
-       [](Found&, const char* key) { return nuv_check_app_is_need_uninstall(key); },
-       {},
-       {[] { return nuv_check_app_is_need_uninstall(nullptr); }},
-       {"id"},
-       true,
-       "Start, app_id:[@] ",
-       kYellow,
-       null_in_red,
-       "E " + Coloured(kRed, "app_id is empty "),
-       {"param: where id in(@) and install_state = ? and reserved_tinyint_1 = ? and is_need_reset = ? and "
-        "is_app_available = ? ",
-        "Start : strkey:[id],strParam:[ where id in(@) and install_state = ? and reserved_tinyint_1 = ? and "
-        "is_need_reset = ? and is_app_available = ? ],tableType:[0] "},
-       "  select id  from widgetinfo where id in(@) and install_state = ? and reserved_tinyint_1 = ? and is_need_reset "
-       "= ? and is_app_available = ? ",
-       ValueRow,
-       "Get DB finish:strValue:[%]",
-       "finish,app_id:[@],result:[#]"}};
+      CheckEntry(
+          "nuv_check_app_is_locked", "is_lock", [](Found&, const char* key) { return nuv_check_app_is_locked(key); },
+          [] { return nuv_check_app_is_locked(nullptr); }),
+      CheckEntry(
+          "nuv_check_app_is_need_uninstall", "reserved_tinyint_1",
+          [](Found&, const char* key) { return nuv_check_app_is_need_uninstall(key); },
+          [] { return nuv_check_app_is_need_uninstall(nullptr); })};
 }
