@@ -26,6 +26,9 @@ nuv_add_database_test(nuv_app_inner_records_test)
 nuv_add_database_test(nuv_app_queries_test)
 nuv_add_database_test(nuv_app_values_test)
 nuv_add_database_test(nuv_db_client_test)
+nuv_add_database_test(nuv_db_guards_test)
+nuv_add_database_test(nuv_db_statement_test)
+nuv_add_database_test(nuv_db_step_test)
 
 # Lists hand out memory: it is watched and runs out.
 add_library(nuv_memory_faults STATIC support/memory_faults.cpp)
@@ -46,9 +49,6 @@ nuv_add_list_test(nuv_app_key_list_test)
 nuv_add_list_test(nuv_app_service_list_test)
 nuv_add_database_test(nuv_terminate_test)
 nuv_add_database_test(nuv_launch_by_runtitle_test)
-nuv_add_database_test(nuv_db_guards_test)
-nuv_add_database_test(nuv_db_statement_test)
-nuv_add_database_test(nuv_db_step_test)
 
 # With the shared library, as a program uses it: nothing that is watched orders the threads.
 nuv_add_client(catalogue_writer PkgConfig::SQLITE)
