@@ -66,8 +66,16 @@ void LetLaunchRequestsFail(bool fail) {
   Get().launch_requests_fail = fail;
 }
 
+void DestroyAppControl::operator()(app_control_h request) const {
+  delete request;
+}
+
 AppControlHandle MakeAppControl(const AppControl& content) {
   return AppControlHandle(new app_control_s{content});
+}
+
+AppControl ContentOf(const AppControlHandle& request) {
+  return request->content;
 }
 
 }  // namespace fake_platform

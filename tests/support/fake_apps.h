@@ -29,13 +29,16 @@ struct AppControl {
   std::optional<std::string> app_id;
   std::optional<std::string> operation;
   std::optional<std::string> uri;
-  std::vector<std::pair<std::string, std::string>> extra_data;
+  std::vector<std::pair<std::string, std::optional<std::string>>> extra_data;  // nothing: the key has no value
 };
 
+// The application's own way of giving its request back, which is no effect.
 struct DestroyAppControl {
-  void operator()(app_control_h request) const { app_control_destroy(request); }
+  void operator()(app_control_h request) const;
 };
 using AppControlHandle = std::unique_ptr<app_control_s, DestroyAppControl>;
 AppControlHandle MakeAppControl(const AppControl& content);
+// What the request holds now.
+AppControl ContentOf(const AppControlHandle& request);
 
 }  // namespace fake_platform
