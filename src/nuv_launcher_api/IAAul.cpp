@@ -6,6 +6,7 @@
 #include <nuv_platform/platform_aul.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -38,12 +39,14 @@ void AddFixed(const AppControl& request, const ExtraDatum (&fixed)[Count]) {
   for (const ExtraDatum& datum : fixed) app_control_add_extra_data(request.get(), datum.key, datum.value);
 }
 
-bool SendToCommonUi(const AppControl& request) {
+// The request is gone before the success is told, and after a failure is.
+bool SendToCommonUi(AppControl request) {
   app_control_set_app_id(request.get(), kCommonUi);
   if (app_control_send_launch_request(request.get(), nullptr, nullptr) != 0) {
     NUV_ERROR(NUV_RED "launch commui error" NUV_PLAIN);
     return false;
   }
+  request.reset();
   NUV_INFO(NUV_YELLOW "launch commui App success" NUV_PLAIN);
   return true;
 }
@@ -57,7 +60,7 @@ bool ICAul::AulAppIsRunning(const char* platformId) {
 bool ICAul::AulLaunchPINPopup(const char* methodName, _NUV_LAUNCHER_COMMUI_DATA& data) {
   const std::string method(methodName);
   if (AlreadyClosed(method)) return true;
-  const AppControl request = CreateAppControl();
+  AppControl request = CreateAppControl();
   for (const auto& [key, value] : data.extraDatas) {
     NUV_INFO(NUV_YELLOW "NUV_LAUNCHER_COMMUI_DATA extraDatas key: %s, value: %s" NUV_PLAIN, key.c_str(), value.c_str());
     app_control_add_extra_data(request.get(), key.c_str(), value.c_str());
@@ -88,7 +91,7 @@ bool ICAul::AulLaunchPINPopup(const char* methodName, _NUV_LAUNCHER_COMMUI_DATA&
       {"__K_EX_LAUNCH_REQUESTOR", data.launchRequestor.c_str()},
   };
   AddFixed(request, fixed);
-  return SendToCommonUi(request);
+  return SendToCommonUi(std::move(request));
 }
 
 bool ICAul::AulLaunchPINPopup(const char* appId, const char* pid, const char* threadId, const char* methodName,
@@ -96,7 +99,7 @@ bool ICAul::AulLaunchPINPopup(const char* appId, const char* pid, const char* th
   NUV_INFO(NUV_YELLOW "Launch commui app.app id [%s],ProcessId [%s],ThreadId [%s]" NUV_PLAIN, appId, pid, threadId);
   const std::string method(methodName);
   if (AlreadyClosed(method)) return true;
-  const AppControl request = CreateAppControl();
+  AppControl request = CreateAppControl();
   const std::string indexText = std::to_string(index);
   const ExtraDatum fixed[] = {
       {"Pid", pid},         {"ThreadId", threadId},         {"AppId", appId},
@@ -104,5 +107,5 @@ bool ICAul::AulLaunchPINPopup(const char* appId, const char* pid, const char* th
       {"UIType", "0"},      {"Index", indexText.c_str()},
   };
   AddFixed(request, fixed);
-  return SendToCommonUi(request);
+  return SendToCommonUi(std::move(request));
 }
