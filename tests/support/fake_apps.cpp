@@ -23,6 +23,7 @@ struct State {
   std::vector<RunningApp> running;
   int hbbtv_answer = 0;
   std::optional<std::string> hbbtv_id;
+  std::vector<fake_platform::AppControl> sent;
   std::atomic<bool> common_ui_runs{false};
   std::atomic<bool> launch_requests_fail{false};
 };
@@ -76,6 +77,11 @@ AppControlHandle MakeAppControl(const AppControl& content) {
 
 AppControl ContentOf(const AppControlHandle& request) {
   return request->content;
+}
+
+std::vector<AppControl> SentRequests() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().sent;
 }
 
 }  // namespace fake_platform
@@ -164,6 +170,10 @@ int app_control_foreach_extra_data(app_control_h request, app_control_extra_data
 }
 
 int app_control_send_launch_request(app_control_h request, app_control_reply_cb, void*) {
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().sent.push_back(request->content);
+  }
   AddEffect("launch request " + request->content.app_id.value_or("nothing"));
   return Get().launch_requests_fail ? -1 : 0;
 }

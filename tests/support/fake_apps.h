@@ -40,5 +40,7 @@ using AppControlHandle = std::unique_ptr<app_control_s, DestroyAppControl>;
 AppControlHandle MakeAppControl(const AppControl& content);
 // What the request holds now.
 AppControl ContentOf(const AppControlHandle& request);
+// What the launch requests held when they were sent, the refused ones too.
+std::vector<AppControl> SentRequests();
 
 }  // namespace fake_platform
