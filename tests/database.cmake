@@ -50,6 +50,8 @@ nuv_add_list_test(nuv_app_service_list_test)
 nuv_add_database_test(nuv_terminate_test)
 nuv_add_database_test(nuv_launch_by_runtitle_test)
 nuv_add_database_test(nuv_launch_internal_test)
+nuv_add_database_test(nuv_terminate_entries_test)
+nuv_add_database_test(nuv_appexec_kpi_test)
 
 # With the shared library, as a program uses it: nothing that is watched orders the threads.
 nuv_add_client(catalogue_writer PkgConfig::SQLITE)
