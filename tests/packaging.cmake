@@ -22,6 +22,9 @@ nuv_add_script_test(LayerCheckFindsPlantedViolations ${packaging}/check_layers_f
 set(compilers ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER})
 nuv_add_script_test(InstalledHeadersCompileAlone
   ${packaging}/check_headers ${compilers} ${PROJECT_SOURCE_DIR}/include nuv)
+nuv_add_script_test(InstalledHeadersDeclareTheListedFunctions
+  ${packaging}/check_declarations ${compilers} ${PROJECT_SOURCE_DIR}/include nuv
+  ${PROJECT_SOURCE_DIR}/src/libnuv_launcher_api.exports)
 nuv_add_script_test(PlatformHeadersCompileAlone
   ${packaging}/check_headers ${compilers} ${PROJECT_SOURCE_DIR}/include_internal nuv_platform)
 
