@@ -43,7 +43,7 @@ bool RequireText(const char* text, const char* complaint, const LogOrigin& origi
 }
 
 bool RequireRunTitle(const char* runtitle, const nuv_app_info_s* info, const LogOrigin& origin) {
-  return RequireParameters(runtitle != nullptr && info != nullptr, origin, kNullParameterPlain) &&
+  return RequireParameters(runtitle != nullptr && info != nullptr, origin) &&
          RequireText(runtitle, NUV_RED "runtitile is empty " NUV_PLAIN, origin);
 }
 
@@ -114,7 +114,7 @@ int GetAppInnerInfo(std::string app_id, _APPS_INNER_INFO_T* info) try {
   const CNUVClientAutoLock lock(g_Mute);
   NUV_INFO(NUV_GREEN "Start, app_id:[%s]" NUV_PLAIN, app_id.c_str());
   if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireParameters(info != nullptr, NUV_HERE, kNullParameterPlain)) return -1;
+  if (!RequireParameters(info != nullptr, NUV_HERE)) return -1;
   if (!RequireText(app_id.c_str(), NUV_RED "strAppID is empty " NUV_PLAIN, NUV_HERE)) return -1;
   AppCondition condition = UsableApp(kByAnyIdOrHybridApp, app_id, app_id, app_id, app_id);
   const int result = m_GetAppsTableInnerInfo(info, condition.text, condition.binds);

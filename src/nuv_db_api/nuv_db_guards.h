@@ -13,11 +13,8 @@ constexpr const char* kFactoryResetMilestone = NUV_GREEN "FactoryReset is true" 
 // True, and logged for the caller, while either guard holds. The notice is the caller's own wording.
 bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice = kFactoryResetNotice);
 
-constexpr const char* kNullParameter = NUV_RED "in param is NULL " NUV_PLAIN;
-constexpr const char* kNullParameterPlain = "in param is NULL ";
-
-// False, and logged for the caller, where a pointer is null. The complaint is the caller's own wording.
-inline bool RequireParameters(bool present, const LogOrigin& origin, const char* complaint = kNullParameter) {
-  if (!present) NUV_ERROR_FROM(origin, "%s", complaint);
+// False, and logged for the caller, where a pointer is null.
+inline bool RequireParameters(bool present, const LogOrigin& origin) {
+  if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
   return present;
 }

@@ -80,7 +80,6 @@ inline Entry CheckEntry(const char* name, const std::string& column, int (*run)(
 inline std::vector<Entry> ClientEntries() {
   const std::string full_row = kFullRowSelect;
   const std::string null_in_red = "E " + Coloured(kRed, "in param is NULL ");
-  const std::string null_plain = "E in param is NULL ";
   return {
       {"m_nuv_get_app_info",
        [](Found& found, const char* key) { return m_nuv_get_app_info(key, &found.info); },
@@ -115,7 +114,7 @@ inline std::vector<Entry> ClientEntries() {
        true,
        LOG_GREEN "Start, runtitile:[@]" LOG_END,
        kYellow,
-       null_plain,
+       null_in_red,
        "E " + Coloured(kRed, "runtitile is empty "),
        {"Start:strParam: where run_title = ?  and install_state = ? and is_app_available = ? and is_need_reset = ?  "},
        full_row + " where run_title = ?  and install_state = ? and is_app_available = ? and is_need_reset = ? ",
@@ -134,7 +133,7 @@ inline std::vector<Entry> ClientEntries() {
        false,
        LOG_GREEN "Start" LOG_END,
        kGreen,
-       null_plain,
+       null_in_red,
        "E " + Coloured(kRed, "runtitile is empty "),
        {LOG_GREEN "runtitile:[@]" LOG_END,
         "Start:strParam: where run_title = ? and install_state = ? and is_app_available = ? and is_need_reset = ?  "},
@@ -150,7 +149,7 @@ inline std::vector<Entry> ClientEntries() {
        true,
        LOG_GREEN "Start, app_id:[@]" LOG_END,
        kYellow,
-       null_plain,
+       null_in_red,
        "E " + Coloured(kRed, "strAppID is empty "),
        {"Start:strParam: where (id = ?  or kelvo_id = ? or pkgname = ? or hybrid_app = ?)  and install_state = ? and "
         "is_app_available = ? and is_need_reset = ?  "},
