@@ -62,7 +62,7 @@ std::string SetNumber(std::string& text) {
 
 std::string CategoriesNumber(std::string& text) {
   const std::string given = text;
-  const std::string wrong = SetNumber<kCategories>(text);
+  std::string wrong = SetNumber<kCategories>(text);
   if (!wrong.empty()) return wrong;
   return text == "3" ? "the library has no list of " + given + " without 8; ask for 3, which is 1, 2 and 8" : "";
 }
