@@ -10,7 +10,7 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "forked_child.h"
+#include "process.h"
 
 namespace {
 

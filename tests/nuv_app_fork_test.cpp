@@ -8,7 +8,7 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "forked_child.h"
+#include "process.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
 namespace {

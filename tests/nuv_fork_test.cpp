@@ -1,7 +1,6 @@
 // A forked child that has not exec'ed, and the end of the process.
 #include <chrono>
 
-#include "forked_child.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
