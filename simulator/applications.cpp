@@ -130,7 +130,7 @@ void Applications::Remove(pid_t pid, int status) {
   if (!again) files_.Remove(app.platform_id);
   journal_.AppStopped(app.id, pid, status);
   TakeAway(pid);
-  if (ended_) ended_(pid, status);
+  for (const Ended& ended : ended_) ended(pid, status);
 }
 
 }  // namespace simulator

@@ -29,7 +29,8 @@ class Applications {
   Applications(const Applications&) = delete;
   Applications& operator=(const Applications&) = delete;
 
-  void OnEnded(Ended ended) { ended_ = std::move(ended); }
+  // To be called for each end from now on.
+  void OnEnded(const Ended& ended) { ended_.push_back(ended); }
 
   // The process id, or 0 when the program could not be run.
   pid_t Start(const AppRecord& record, const ProgramInput& input, AppStatus status);
@@ -54,7 +55,7 @@ class Applications {
 
   RunningFiles files_;
   const Journal& journal_;
-  Ended ended_;
+  std::vector<Ended> ended_;
   std::map<pid_t, App> apps_;
   bool shut_down_ = false;
   std::vector<pid_t> shown_;  // those with a place on the screen, the one in front last

@@ -63,6 +63,17 @@ gboolean ForwardRunningApps(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invoca
   return TRUE;
 }
 
+gboolean ForwardEnterPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, const char* pin,
+                         gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnEnterPin(invocation, question, pin);
+  return TRUE;
+}
+
+gboolean ForwardCancelPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnCancelPin(invocation, question);
+  return TRUE;
+}
+
 }  // namespace
 
 BusLink::BusLink(std::function<void()> lost) : lost_(std::move(lost)), connection_(Connect()) {
@@ -104,6 +115,8 @@ void BusLink::Publish(CallHandler& handler) {
   Export(control_.get(), "/org/kelvo/tv/NuvSimulator");
   g_signal_connect(control_.get(), "handle-launch-request", G_CALLBACK(ForwardLaunchRequest), &handler);
   g_signal_connect(control_.get(), "handle-running-apps", G_CALLBACK(ForwardRunningApps), &handler);
+  g_signal_connect(control_.get(), "handle-enter-pin", G_CALLBACK(ForwardEnterPin), &handler);
+  g_signal_connect(control_.get(), "handle-cancel-pin", G_CALLBACK(ForwardCancelPin), &handler);
   for (const char* name : kNames) OwnName(name);
 }
 

@@ -17,6 +17,8 @@ class CallHandler {
   virtual void OnServiceCall(GDBusMethodInvocation* invocation) = 0;
   virtual void OnLaunchRequest(GDBusMethodInvocation* invocation) = 0;
   virtual void OnRunningApps(GDBusMethodInvocation* invocation) = 0;
+  virtual void OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) = 0;
+  virtual void OnCancelPin(GDBusMethodInvocation* invocation, guint question) = 0;
 
  protected:
   ~CallHandler() = default;

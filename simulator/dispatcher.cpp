@@ -36,6 +36,11 @@ void SendRawReply(GDBusMethodInvocation* invocation, GVariant* body) {
   g_object_unref(invocation);
 }
 
+void ReturnNoSuchQuestion(GDBusMethodInvocation* invocation) {
+  g_dbus_method_invocation_return_dbus_error(invocation, "org.kelvo.tv.NuvSimulator1.Error.NoSuchQuestion",
+                                             "No dialog asks that question, or it was answered before");
+}
+
 ProgramInput UnpackPlainRequest(GVariant* arguments) {
   ProgramInput input;
   input.app_id = TextArgument(arguments, 0);
@@ -181,10 +186,14 @@ void Dispatcher::SendLater(const Call& call, const ScriptedResult& scripted) con
 void Dispatcher::OnLaunchRequest(GDBusMethodInvocation* invocation) {
   const ProgramInput input = UnpackPlainRequest(g_dbus_method_invocation_get_parameters(invocation));
   journal_.Request("LaunchRequest", input.app_id, "");
+  const std::shared_ptr<GDBusConnection> connection = ShareObject(g_dbus_method_invocation_get_connection(invocation));
+  const auto report = [this, connection](const LaunchRequest& request, LaunchResult outcome) {
+    SendResult(connection.get(), MakeResult(request, outcome), journal_);
+  };
   pid_t pid = 0;
   std::string reason = "cannot be launched";
   try {
-    pid = service_.launcher.LaunchPlain(input);
+    pid = service_.launcher.LaunchPlain(input, report);
   } catch (const std::exception& error) {
     reason = error.what();
   }
@@ -203,6 +212,17 @@ void Dispatcher::OnRunningApps(GDBusMethodInvocation* invocation) {
     g_variant_builder_add(&apps, "(sii)", app.id.c_str(), app.pid, static_cast<int>(app.status));
   }
   g_dbus_method_invocation_return_value(invocation, g_variant_new("(a(sii))", &apps));
+}
+
+void Dispatcher::OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) {
+  const std::optional<bool> right = service_.pin_gate.Enter(question, pin);
+  if (!right) return ReturnNoSuchQuestion(invocation);
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(b)", *right ? TRUE : FALSE));
+}
+
+void Dispatcher::OnCancelPin(GDBusMethodInvocation* invocation, guint question) {
+  if (!service_.pin_gate.Cancel(question)) return ReturnNoSuchQuestion(invocation);
+  g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
 }  // namespace simulator

@@ -19,8 +19,12 @@ enum Member {
   kPayload = 3,
   kUri = 4,
   kCallerId = 5,
+  kEntry = 6,
+  kRelocateBelowApp = 7,
+  kLaunchRequestor = 8,
   kEventIndex = 9,
   kMethodCall = 10,
+  kForceLaunch = 11,
   kPreload = 12,
   kCbType = 17,
   kDeepLink = 18,
@@ -67,7 +71,11 @@ LaunchRequest UnpackLaunchRequest(GVariant* parameters) {
   request.payload = Text(parameters, kPayload);
   request.uri = Text(parameters, kUri);
   request.caller_id = Text(parameters, kCallerId);
+  request.entry = Text(parameters, kEntry);
+  request.relocate_below_app = Text(parameters, kRelocateBelowApp);
+  request.launch_requestor = Text(parameters, kLaunchRequestor);
   request.extra_data = UnpackBlocks(Child(parameters, kExtraData).get());
+  request.force_launch = Number(parameters, kForceLaunch) != 0;
   request.preload = Number(parameters, kPreload) != 0;
   request.deep_link = Number(parameters, kDeepLink) != 0;
   request.background = Number(parameters, kBackground) != 0;

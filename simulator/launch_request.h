@@ -22,8 +22,12 @@ struct LaunchRequest {
   std::string payload;
   std::string uri;
   std::string caller_id;
+  std::string entry;
+  std::string relocate_below_app;
+  std::string launch_requestor;
   ExtraData extra_data;
 
+  bool force_launch = false;
   bool preload = false;
   bool deep_link = false;
   bool background = false;

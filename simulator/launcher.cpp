@@ -3,26 +3,19 @@
 #include <nuv/nuv_launch_codes.h>
 
 #include <optional>
+#include <stdexcept>
 #include <utility>
+
+#include "pin_popup.h"
 
 namespace simulator {
 namespace {
 
-// What shows the PIN dialog. It ends when it is told to by this entry of the extra data of a further request.
-constexpr const char* kPinDialogApp = "org.kelvo.corvane-commui";
-const ExtraData::value_type kEndPinDialog = {"MethodName", "kill"};
-
-// A locked application is refused; whoever has asked for the PIN already says so in the request.
-std::optional<int> CheckLock(const AppRecord& record, const LaunchRequest& request) {
-  if (!record.locked || request.skip_pin) return std::nullopt;
-  return NUV_LAUNCH_STATUS_REFUSED;
-}
-
 // The reason not to launch, if there is one.
-std::optional<int> Refusal(const std::optional<AppRecord>& record, const LaunchRequest& request) {
+std::optional<int> Refusal(const std::optional<AppRecord>& record) {
   if (!record) return NUV_LAUNCH_STATUS_UNKNOWN_APP;
   if (!record->launchable) return NUV_LAUNCH_STATUS_NOT_INSTALLED;
-  return CheckLock(*record, request);
+  return std::nullopt;
 }
 
 LaunchResult Failure(const LaunchRequest& request, int status) {
@@ -53,18 +46,10 @@ ProgramInput InputFor(const AppRecord& record, const LaunchRequest& request) {
   return input;
 }
 
-bool EndsPinDialog(const AppRecord& record, const ExtraData& extra_data) {
-  if (record.id != kPinDialogApp) return false;
-  for (const auto& pair : extra_data) {
-    if (pair == kEndPinDialog) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
-Launcher::Launcher(CatalogueDb& catalogue, Applications& applications, int settle_ms)
-    : catalogue_(catalogue), applications_(applications), settle_ms_(settle_ms) {
+Launcher::Launcher(CatalogueDb& catalogue, Applications& applications, PinGate& pin_gate, int settle_ms)
+    : catalogue_(catalogue), applications_(applications), pin_gate_(pin_gate), settle_ms_(settle_ms) {
   applications_.OnEnded([this](pid_t pid, int status) { Ended(pid, status); });
 }
 
@@ -77,15 +62,33 @@ void Launcher::Launch(const LaunchRequest& request, const Report& report) {
   }
 }
 
+// Whoever has asked for the PIN already says so in the request. A preload shows nothing, so nobody is asked.
 void Launcher::Decide(const LaunchRequest& request, const Report& report) {
   const std::optional<AppRecord> record = catalogue_.Find(request.app_id);
-  if (const std::optional<int> reason = Refusal(record, request)) {
+  if (const std::optional<int> reason = Refusal(record)) {
     report(Failure(request, *reason));
+  } else if (record->locked && !request.skip_pin) {
+    const bool asked = !request.preload && AskForPin(request, PackPinPopup(request, record->app_type), report) != 0;
+    if (!asked) report(Failure(request, NUV_LAUNCH_STATUS_REFUSED));
   } else if (const Applications::App* running = applications_.Find(record->id)) {
     ShowRunning(*record, running->pid, request, report);
   } else {
     StartNew(*record, request, report);
   }
+}
+
+// The process id of the dialog; 0, and nothing will be reported, when there is nobody to ask.
+pid_t Launcher::AskForPin(const LaunchRequest& request, const ExtraData& extra_data, const Report& report) {
+  return pin_gate_.Ask(request.app_id, extra_data, [this, request, report](PinOutcome outcome) {
+    if (outcome == PinOutcome::kRight) {
+      LaunchRequest allowed = request;
+      allowed.skip_pin = true;
+      Launch(allowed, report);
+      return;
+    }
+    const bool cancelled = outcome == PinOutcome::kCancelled;
+    report(Failure(request, cancelled ? NUV_LAUNCH_STATUS_CANCELLED : NUV_LAUNCH_STATUS_REFUSED));
+  });
 }
 
 void Launcher::ShowRunning(const AppRecord& record, pid_t pid, const LaunchRequest& request, const Report& report) {
@@ -135,21 +138,37 @@ void Launcher::Ended(pid_t pid, int status) {
   settling.report(status == 0 ? settling.success : settling.crash);
 }
 
-pid_t Launcher::LaunchPlain(const ProgramInput& input) {
+pid_t Launcher::LaunchPlain(const ProgramInput& input, const ReportFor& report) {
+  if (input.app_id == kCommonUiApp) return LaunchCommonUi(input, report);
   const std::optional<AppRecord> record = catalogue_.Find(input.app_id);
-  if (!record || !record->launchable) return 0;
-  const Applications::App* running = applications_.Find(record->id);
-  if (running == nullptr) {
-    ProgramInput named = input;
-    named.app_id = record->id;
-    return applications_.Start(*record, named, AppStatus::kVisible);
-  }
-  const pid_t pid = running->pid;
-  if (EndsPinDialog(*record, input.extra_data)) {
-    applications_.Terminate(record->id);
-  } else {
+  return record ? ShowOrStart(*record, input) : 0;
+}
+
+pid_t Launcher::ShowOrStart(const AppRecord& record, const ProgramInput& input) {
+  if (!record.launchable) return 0;
+  if (const Applications::App* running = applications_.Find(record.id)) {
+    const pid_t pid = running->pid;
     applications_.BringToFront(pid);
+    return pid;
   }
+  ProgramInput named = input;
+  named.app_id = record.id;
+  return applications_.Start(record, named, AppStatus::kVisible);
+}
+
+// Its dialog may have ended by itself just before it is told to.
+pid_t Launcher::LaunchCommonUi(const ProgramInput& input, const ReportFor& report) {
+  if (EndsPinDialog(input.extra_data)) {
+    const Applications::App* running = applications_.Find(kCommonUiApp);
+    const pid_t pid = running == nullptr ? pin_gate_.last_dialog() : running->pid;
+    applications_.Terminate(kCommonUiApp);
+    return pid;
+  }
+  if (!AsksForPin(input.extra_data)) return ShowOrStart(pin_gate_.CommonUi(), input);
+  const LaunchRequest request = UnpackPinPopup(input.extra_data);
+  const pid_t pid =
+      AskForPin(request, input.extra_data, [request, report](LaunchResult outcome) { report(request, outcome); });
+  if (pid == 0) throw std::runtime_error("there is nobody to ask for the PIN");
   return pid;
 }
 

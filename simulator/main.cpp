@@ -3,6 +3,7 @@
 
 #include <exception>
 
+#include "common_ui/pin_dialog.h"
 #include "json_file.h"
 #include "options.h"
 #include "scenario_file.h"
@@ -30,6 +31,7 @@ int Serve(const simulator::Options& options) {
 
 int main(int argc, char** argv) {
   if (simulator::IsStandIn(argc, argv)) return simulator::RunStandIn();
+  if (simulator::IsPinDialog(argc, argv)) return simulator::RunPinDialog();
   signal(SIGPIPE, SIG_IGN);  // whoever read the output may have gone
   int exit_status = 0;
   const auto options = simulator::ParseOptions(argc, argv, &exit_status);

@@ -8,6 +8,7 @@ namespace simulator {
 namespace {
 
 constexpr int kUsageError = 2;
+constexpr std::size_t kLongestPin = 16;
 
 std::string Environment(const char* name) {
   const char* value = g_getenv(name);
@@ -20,6 +21,12 @@ std::string DefaultDirectory() {
   return std::string(g_get_home_dir()) + "/.local/state/nuv";
 }
 
+// Why the text is no PIN; empty when it is one.
+std::string IsPin(const std::string& text) {
+  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  return digits && text.size() <= kLongestPin ? "" : "a PIN has 1 to 16 digits";
+}
+
 void Describe(CLI::App& app, Options& options) {
   app.add_option("--dir", options.directory, "State directory")->capture_default_str();
   app.add_option("--seed", options.seed, "Load this catalogue into the application database");
@@ -27,6 +34,13 @@ void Describe(CLI::App& app, Options& options) {
   app.add_option("--settle", options.settle_ms, "Milliseconds that a program has to live before it counts as started")
       ->check(CLI::Range(0, 600000))
       ->capture_default_str();
+  app.add_option("--pin", options.pin, "PIN of the locked applications, digits")
+      ->check(CLI::Validator(IsPin, "DIGITS"))
+      ->capture_default_str();
+  app.add_option_function<std::string>(
+         "--pin-answer", [&options](const std::string& name) { options.pin_answer = ParsePinAnswer(name); },
+         "Answer for the user when the PIN is asked for")
+      ->check(CLI::IsMember(PinAnswerNames()));
   app.add_flag("--reconnect", options.reconnect, "Wait for the bus instead of ending without it");
   app.add_flag("--print-ready", options.print_ready, "Print \"ready\" when the service can be called");
   app.add_option("--ready-fd", options.ready_fd, "Write \"ready\" to this open file when the service can be called")

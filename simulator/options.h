@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "pin_script.h"
+
 namespace simulator {
 
 struct Options {
@@ -11,6 +13,8 @@ struct Options {
   std::string seed;       // catalogue to load; empty for none
   std::string scenario;   // empty for none
   int settle_ms = 30;
+  std::string pin = "0000";
+  std::optional<PinAnswer> pin_answer;  // in place of the user's, where no scenario gives one
   bool reconnect = false;
   bool print_ready = false;
   int ready_fd = -1;

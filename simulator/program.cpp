@@ -1,5 +1,6 @@
 #include "program.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include "glib_ptr.h"
 #include "journal.h"
 #include "stand_in.h"
+#include "terminal.h"
 
 namespace simulator {
 namespace {
@@ -39,21 +41,38 @@ StrvPtr MakeEnvironment(const ProgramInput& input) {
   SetVariable(environment, "NUV_OPERATION", input.operation);
   SetVariable(environment, "NUV_URI", input.uri);
   SetVariable(environment, "NUV_EXTRA_DATA", ToJson(input.extra_data));
+  for (const auto& [name, value] : input.variables) SetVariable(environment, name.c_str(), value);
   return environment;
 }
 
+struct Parent {
+  pid_t pid;
+  bool lends_terminal;
+  bool waits_for_signals;
+};
+
 // Runs in the child, between fork and exec: async-signal-safe calls only. Standard output belongs to whoever reads
 // this process's lines, so the application's goes to standard error.
-void PrepareChild(gpointer parent) {
+void PrepareChild(gpointer data) {
+  const auto* parent = static_cast<const Parent*>(data);
   setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != static_cast<pid_t>(GPOINTER_TO_INT(parent))) _exit(127);
+  if (getppid() != parent->pid) _exit(127);
   dup2(STDERR_FILENO, STDOUT_FILENO);
+  if (parent->waits_for_signals) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+  }
+  if (!parent->lends_terminal) return;
+  const int terminal = open("/dev/tty", O_RDWR | O_CLOEXEC);
+  if (terminal >= 0) ComeToForeground(terminal);
 }
 
-std::vector<std::string> CommandLine(const std::string& path, const std::string& app_id) {
-  if (path.empty()) return StandInCommand(app_id);
-  return {path, path};
+std::vector<std::string> CommandLine(const std::string& path, const ProgramInput& input) {
+  if (!path.empty()) return {path, path};
+  return input.built_in.empty() ? StandInCommand(input.app_id) : input.built_in;
 }
 
 }  // namespace
@@ -70,17 +89,18 @@ std::string FindProgram(const std::string& install_path, const std::string& app_
 }
 
 pid_t StartProgram(const std::string& path, const ProgramInput& input, std::string* error) {
-  std::vector<std::string> words = CommandLine(path, input.app_id);
+  std::vector<std::string> words = CommandLine(path, input);
   std::vector<char*> command;
   command.reserve(words.size() + 1);
   for (std::string& word : words) command.push_back(word.data());
   command.push_back(nullptr);
   const StrvPtr environment = MakeEnvironment(input);
   constexpr auto kFlags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_FILE_AND_ARGV_ZERO);
+  const bool built_in = path.empty() && !input.built_in.empty();
+  Parent parent{getpid(), input.on_terminal, built_in};
   GPid pid = 0;
   Error failure;
-  if (!g_spawn_async(nullptr, command.data(), environment.get(), kFlags, PrepareChild, GINT_TO_POINTER(getpid()), &pid,
-                     failure.out())) {
+  if (!g_spawn_async(nullptr, command.data(), environment.get(), kFlags, PrepareChild, &parent, &pid, failure.out())) {
     *error = failure.message();
     return 0;
   }

@@ -18,6 +18,12 @@ struct ProgramInput {
   std::string operation;
   std::string uri;
   ExtraData extra_data;
+
+  std::vector<std::pair<std::string, std::string>> variables;  // of the environment, beyond these
+
+  // What to run where there is no program; empty: the stand-in. It is started with SIGTERM blocked, and waits for it.
+  std::vector<std::string> built_in;
+  bool on_terminal = false;  // in the foreground of this process's terminal, if it has one
 };
 
 // The install path where it is a file, or bin/<app id> or bin/run below it; empty when there is none of these and the

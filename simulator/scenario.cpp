@@ -10,6 +10,7 @@ using nlohmann::json;
 
 constexpr int kLongestDelayMs = 3600 * 1000;
 constexpr int kMostRepeats = 10000;
+constexpr const char* kPinDialog = "pin_dialog";  // stands for a method
 
 // One reader per key; the tables below are the whole format.
 template <typename T>
@@ -43,6 +44,13 @@ Answer ReadAnswer(const json& value) {
   const auto found = answers.find(ReadText(value));
   if (found != answers.end()) return found->second;
   throw ScenarioError("has to be one of normal, none, error, exit, exit_after_reply");
+}
+
+PinAnswer ReadPinAnswer(const json& value) {
+  if (const auto answer = ParsePinAnswer(ReadText(value))) return *answer;
+  std::string names;
+  for (const std::string& name : PinAnswerNames()) names += (names.empty() ? "" : ", ") + name;
+  throw ScenarioError("has to be one of " + names);
 }
 
 std::string ReadErrorName(const json& value) {
@@ -116,8 +124,24 @@ const Readers<Rule>& RuleReaders() {
       {"reply", [](const json& v, Rule& r) { r.reply = ReadReply(v); }},
       {"start", [](const json& v, Rule& r) { r.start = ReadFlag(v); }},
       {"results", [](const json& v, Rule& r) { r.results = ReadList(v, ResultReaders()); }},
+      {"pin", [](const json& v, Rule& r) { r.pin = ReadPinAnswer(v); }},
   };
   return readers;
+}
+
+// A rule for the dialog says what to answer, and no other rule does.
+void CheckPins(const std::vector<Rule>& rules) {
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    if (rules[i].pin.has_value() == (rules[i].method == kPinDialog)) continue;
+    throw ScenarioError("[" + std::to_string(i) + "].pin belongs to the method pin_dialog, and to no other");
+  }
+}
+
+// Whether the rule is for the application, and, if so, one use of it.
+bool Use(Rule& rule, const std::string& app) {
+  if (rule.app.value_or(app) != app || rule.count == 0) return false;
+  if (rule.count) --*rule.count;
+  return true;
 }
 
 }  // namespace
@@ -129,6 +153,7 @@ bool Rule::TakesEffect() const {
 Scenario::Scenario(const json& document) {
   try {
     rules_ = ReadList(document, RuleReaders());
+    CheckPins(rules_);
   } catch (const ScenarioError& error) {
     throw ScenarioError("rules" + std::string(error.what()[0] == '[' ? "" : " ") + error.what());
   }
@@ -136,11 +161,16 @@ Scenario::Scenario(const json& document) {
 
 Rule Scenario::Match(const std::string& method, const std::string& app) {
   for (Rule& rule : rules_) {
-    if (rule.method.value_or(method) != method || rule.app.value_or(app) != app || rule.count == 0) continue;
-    if (rule.count) --*rule.count;
-    return rule;
+    if (rule.method.value_or(method) == method && Use(rule, app)) return rule;
   }
   return {};
+}
+
+std::optional<PinScript> Scenario::MatchPin(const std::string& app) {
+  for (Rule& rule : rules_) {
+    if (rule.pin && Use(rule, app)) return PinScript{*rule.pin, rule.delay_ms};
+  }
+  return std::nullopt;
 }
 
 VariantPtr ParseReply(const std::string& text, std::string* error) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "glib_ptr.h"
+#include "pin_script.h"
 
 namespace simulator {
 
@@ -38,6 +39,7 @@ struct Rule {
   std::string reply;  // GVariant text of the reply tuple; empty for the real one
   std::optional<bool> start;
   std::optional<std::vector<ScriptedResult>> results;
+  std::optional<PinAnswer> pin;  // of the method pin_dialog, and of no other
 
   // Whether the call takes effect.
   bool TakesEffect() const;
@@ -57,6 +59,10 @@ class Scenario {
   // The rule for a call of a method on an application, counted as used. A call without a rule gets the one that
   // changes nothing.
   Rule Match(const std::string& method, const std::string& app);
+
+  // What to answer when the PIN for the application is asked for, counted as used. Only rules that name the dialog say
+  // that.
+  std::optional<PinScript> MatchPin(const std::string& app);
 
  private:
   std::vector<Rule> rules_;

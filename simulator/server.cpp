@@ -69,7 +69,7 @@ void Server::Connect() {
 }
 
 void Server::PrepareService() {
-  auto service = std::make_unique<Service>(options_.directory, journal_, options_.settle_ms);
+  auto service = std::make_unique<Service>(options_, scenario_, journal_);
   if (seed_) {
     service->catalogue.Load(*seed_);
   } else if (service->catalogue.was_empty()) {

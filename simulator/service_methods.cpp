@@ -108,11 +108,12 @@ std::string MakeDirectory(const std::string& directory) {
 
 }  // namespace
 
-Service::Service(const std::string& directory, const Journal& the_journal, int settle_ms)
+Service::Service(const Options& options, ScenarioFile& scenario, const Journal& the_journal)
     : journal(the_journal),
-      catalogue(MakeDirectory(directory) + "/.corvane.db"),
-      applications(RunningFiles(directory), the_journal),
-      launcher(catalogue, applications, settle_ms) {}
+      catalogue(MakeDirectory(options.directory) + "/.corvane.db"),
+      applications(RunningFiles(options.directory), the_journal),
+      pin_gate(options, scenario, catalogue, applications, the_journal),
+      launcher(catalogue, applications, pin_gate, options.settle_ms) {}
 
 const ServiceMethod* FindServiceMethod(const std::string& name) {
   for (const ServiceMethod& method : kMethods) {

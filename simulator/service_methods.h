@@ -6,17 +6,21 @@
 #include "applications.h"
 #include "catalogue_db.h"
 #include "launcher.h"
+#include "options.h"
+#include "pin_gate.h"
+#include "scenario_file.h"
 
 namespace simulator {
 
 // The parts that the methods work on.
 struct Service {
-  Service(const std::string& directory, const Journal& journal, int settle_ms);
+  Service(const Options& options, ScenarioFile& scenario, const Journal& journal);
 
   const Journal& journal;
   CatalogueDb catalogue;
   std::string extra_app;
   Applications applications;
+  PinGate pin_gate;
   Launcher launcher;
 };
 

@@ -223,6 +223,10 @@ TEST_F(SimulatorScenarioTest, ABadScenarioIsRefusedWithThePlace) {
       {R"x([{"results": [{}, {"evnt": 1}]}])x", "rules[0].results[1].evnt: there is no such key"},
       {R"x([{"results": [{"event": "900"}]}])x", "rules[0].results[0].event has to be an integer"},
       {R"x([{"results": [{"times": 10001}]}])x", "rules[0].results[0].times has to be an integer from 0 to 10000"},
+      {R"x([{"method": "pin_dialog", "pin": "maybe"}])x",
+       "rules[0].pin has to be one of right, wrong, cancelled, silent"},
+      {R"x([{}, {"pin": "right"}])x", "rules[1].pin belongs to the method pin_dialog"},
+      {R"x([{"method": "pin_dialog"}])x", "rules[0].pin belongs to the method pin_dialog"},
   };
   for (const BadScenario& bad : kBad) {
     WriteFile(files_ / "bad.json", bad.text);

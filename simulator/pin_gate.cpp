@@ -1,0 +1,163 @@
+#include "pin_gate.h"
+
+#include <utility>
+
+#include "common_ui/pin_dialog.h"
+#include "pin_popup.h"
+
+namespace simulator {
+namespace {
+
+// A client closes the dialog of a launch that was refused; one that does not is not waited for any longer.
+constexpr int kClosingMs = 1000;
+
+const char* NameOf(PinOutcome outcome) {
+  switch (outcome) {
+    case PinOutcome::kRight:
+      return "right";
+    case PinOutcome::kWrong:
+      return "wrong";
+    case PinOutcome::kCancelled:
+      return "cancelled";
+    case PinOutcome::kNotAsked:
+      break;
+  }
+  return "not asked";
+}
+
+std::string WrongPin(std::string pin) {
+  pin.back() = pin.back() == '9' ? '0' : static_cast<char>(pin.back() + 1);
+  return pin;
+}
+
+}  // namespace
+
+PinGate::PinGate(const Options& options, ScenarioFile& scenario, CatalogueDb& catalogue, Applications& applications,
+                 const Journal& journal)
+    : options_(options), scenario_(scenario), catalogue_(catalogue), applications_(applications), journal_(journal) {
+  applications_.OnEnded([this](pid_t pid, int) { Ended(pid); });
+}
+
+AppRecord PinGate::CommonUi() {
+  AppRecord record;
+  record.platform_id = kCommonUiApp;
+  record.app_type = kNativeApp;
+  record.launchable = true;
+  record = catalogue_.Find(kCommonUiApp).value_or(record);
+  record.id = kCommonUiApp;
+  return record;
+}
+
+std::optional<PinScript> PinGate::FindScript(const std::string& app_id) {
+  if (const auto script = scenario_.Current().MatchPin(app_id)) return script;
+  if (options_.pin_answer) return PinScript{*options_.pin_answer, 0};
+  return std::nullopt;
+}
+
+pid_t PinGate::Ask(const std::string& app_id, const ExtraData& extra_data, const Done& done) {
+  Question question{++last_number_, app_id, extra_data, FindScript(app_id), done};
+  if (!dialog_) return Show(std::move(question)) ? dialog_->pid : 0;
+  waiting_.push_back(std::move(question));
+  return dialog_->pid;
+}
+
+// A program of the catalogue's own may find other ways to ask than the terminal.
+bool PinGate::Show(Question question) {
+  const AppRecord record = CommonUi();
+  const bool own_program = !FindProgram(record.install_path, record.id).empty();
+  ProgramInput input = InputFor(question);
+  input.on_terminal = !question.script && terminal_.Available();
+  if (!record.launchable || (!question.script && !input.on_terminal && !own_program)) return false;
+  applications_.Terminate(record.id);  // one that was started for another purpose
+  if (input.on_terminal) terminal_.Lend();
+  const pid_t pid = applications_.Start(record, input, AppStatus::kVisible);
+  if (pid == 0) return false;
+  if (input.on_terminal) terminal_.LentTo(pid);
+  journal_.Note("pin     asked for " + question.app_id + " question=" + std::to_string(question.number));
+  dialog_ = Dialog{std::move(question), pid, 0};
+  last_dialog_ = pid;
+  return true;
+}
+
+void PinGate::ShowNext() {
+  while (!dialog_ && !waiting_.empty()) {
+    const Question question = std::move(waiting_.front());
+    waiting_.pop_front();
+    bool shown = false;
+    try {
+      shown = Show(question);
+    } catch (const DatabaseError& error) {
+      Warn(question.app_id + ": " + error.what());
+    }
+    if (!shown) question.done(PinOutcome::kNotAsked);
+  }
+}
+
+ProgramInput PinGate::InputFor(const Question& question) const {
+  ProgramInput input;
+  input.app_id = kCommonUiApp;
+  input.extra_data = question.extra_data;
+  input.built_in = PinDialogCommand();
+  DialogTask task;
+  if (question.script) {
+    const PinAnswer answer = question.script->answer;
+    constexpr DialogTask::Action kActions[] = {DialogTask::kEnter, DialogTask::kEnter, DialogTask::kCancel,
+                                               DialogTask::kNothing};
+    task.action = kActions[static_cast<int>(answer)];
+    task.pin = answer == PinAnswer::kWrong ? WrongPin(options_.pin) : options_.pin;
+    task.delay_ms = question.script->delay_ms;
+  }
+  task.question = question.number;
+  task.app_id = question.app_id;
+  input.variables = Pack(task);
+  return input;
+}
+
+bool PinGate::IsOpen(guint question) const {
+  return dialog_ && dialog_->question.number == question && dialog_->question.done;
+}
+
+std::optional<bool> PinGate::Enter(guint question, const std::string& pin) {
+  if (!IsOpen(question)) return std::nullopt;
+  const bool right = pin == options_.pin;
+  Answered(right ? PinOutcome::kRight : PinOutcome::kWrong);
+  return right;
+}
+
+bool PinGate::Cancel(guint question) {
+  if (!IsOpen(question)) return false;
+  Answered(PinOutcome::kCancelled);
+  return true;
+}
+
+// A dialog whose launch is refused stays until the client closes it: only then may the next one show, which the client
+// would close otherwise.
+void PinGate::Answered(PinOutcome outcome) {
+  const Done done = std::exchange(dialog_->question.done, nullptr);
+  const auto close = [this] { applications_.Terminate(kCommonUiApp); };
+  journal_.Note("pin     " + dialog_->question.app_id + " " + NameOf(outcome));
+  if (outcome == PinOutcome::kRight) {
+    close();
+  } else {
+    dialog_->closing = After(kClosingMs, [this, close] {
+      dialog_->closing = 0;
+      close();
+    });
+  }
+  done(outcome);
+}
+
+void PinGate::Ended(pid_t pid) {
+  if (!dialog_ || dialog_->pid != pid) return;
+  const Dialog dialog = std::move(*dialog_);
+  dialog_.reset();
+  terminal_.TakeBack();
+  if (dialog.closing != 0) g_source_remove(dialog.closing);
+  if (dialog.question.done) {
+    journal_.Note("pin     " + dialog.question.app_id + " cancelled: the dialog has ended");
+    dialog.question.done(PinOutcome::kCancelled);
+  }
+  ShowNext();
+}
+
+}  // namespace simulator

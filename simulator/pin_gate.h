@@ -1,0 +1,73 @@
+// Asks for the PIN before a launch: one dialog at a time, the other questions wait.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "applications.h"
+#include "catalogue_db.h"
+#include "options.h"
+#include "scenario_file.h"
+#include "terminal.h"
+
+namespace simulator {
+
+enum class PinOutcome { kRight, kWrong, kCancelled, kNotAsked };
+
+class PinGate {
+ public:
+  using Done = std::function<void(PinOutcome)>;
+
+  PinGate(const Options& options, ScenarioFile& scenario, CatalogueDb& catalogue, Applications& applications,
+          const Journal& journal);
+
+  // Asks for the PIN of a launch of the application; the dialog gets the extra data. The outcome comes once and later.
+  // The process id of the dialog that shows, or 0, and then no outcome comes, when there is nobody to ask.
+  pid_t Ask(const std::string& app_id, const ExtraData& extra_data, const Done& done);
+
+  // What the dialog has to say about its question. Nothing or false when that is not the question that is open.
+  std::optional<bool> Enter(guint question, const std::string& pin);  // whether it was the right one
+  bool Cancel(guint question);
+
+  // Of the dialog that shows or was the last to do so; 0 before the first.
+  pid_t last_dialog() const { return last_dialog_; }
+  // What is shown as the common-UI application: the catalogue's, or one of our own where it has none.
+  AppRecord CommonUi();
+
+ private:
+  struct Question {
+    guint number = 0;
+    std::string app_id;
+    ExtraData extra_data;
+    std::optional<PinScript> script;
+    Done done;
+  };
+  struct Dialog {
+    Question question;  // without its done when it was answered
+    pid_t pid = 0;
+    guint closing = 0;  // timer
+  };
+
+  std::optional<PinScript> FindScript(const std::string& app_id);
+  bool Show(Question question);  // throws
+  void ShowNext();
+  ProgramInput InputFor(const Question& question) const;
+  bool IsOpen(guint question) const;
+  void Answered(PinOutcome outcome);
+  void Ended(pid_t pid);
+
+  const Options& options_;
+  ScenarioFile& scenario_;
+  CatalogueDb& catalogue_;
+  Applications& applications_;
+  const Journal& journal_;
+  Terminal terminal_;
+  guint last_number_ = 0;
+  std::deque<Question> waiting_;
+  std::optional<Dialog> dialog_;
+  pid_t last_dialog_ = 0;
+};
+
+}  // namespace simulator
