@@ -9,3 +9,11 @@ foreach(subject bus launch program apps pin database scenario watch policy manua
   nuv_add_test(simulator_${subject}_test SOURCES simulator_${subject}_test.cpp LIBRARIES nuv_simulator_fixture)
 endforeach()
 target_compile_definitions(simulator_policy_test PRIVATE NUV_BINARY_DIR="${PROJECT_BINARY_DIR}")
+
+# The PIN on a terminal of the test's own.
+nuv_add_test(simulator_terminal_test SOURCES simulator_terminal_test.cpp LIBRARIES nuv_simulator_fixture util)
+
+# The library in a program of its own, on the platform calls of the host edition.
+nuv_add_client(launch_client nuv_platform_host)
+nuv_add_test(simulator_client_test SOURCES simulator_client_test.cpp LIBRARIES nuv_simulator_fixture)
+add_dependencies(simulator_client_test launch_client)

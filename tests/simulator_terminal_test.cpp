@@ -1,0 +1,204 @@
+// The PIN, typed on a terminal in front of which the simulator runs.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <nuv/nuv_launch_codes.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "simulator_fixture.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using Outcome = std::pair<int, int>;
+
+constexpr const char* kDialog = "org.kelvo.corvane-commui";
+constexpr const char* kPrompt = "PIN for locked.app: ";
+const Outcome kLaunched(NUV_NOTIFY_LAUNCHED, 0);
+const Outcome kWrongPin(NUV_NOTIFY_LAUNCH_FAILED, NUV_LAUNCH_STATUS_REFUSED);
+const Outcome kCancelled(NUV_NOTIFY_LAUNCH_FAILED, NUV_LAUNCH_STATUS_CANCELLED);
+
+// A terminal with a program in its foreground, as a session of its own.
+class TerminalSession {
+ public:
+  explicit TerminalSession(const std::vector<std::string>& command) {
+    int inner = -1;
+    if (openpty(&outer_, &inner, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
+    const pid_t parent = getpid();
+    pid_ = fork();
+    if (pid_ == 0) Run(command, inner, parent);
+    close(inner);
+    fcntl(outer_, F_SETFL, O_NONBLOCK);
+  }
+  ~TerminalSession() {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    close(outer_);
+  }
+
+  pid_t pid() const { return pid_; }
+  void Type(const std::string& text) const {
+    ASSERT_EQ(write(outer_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  // Waits for a text on the screen, so many times.
+  bool Shows(const std::string& text, int times = 1) {
+    return WaitUntil([&] {
+      Read();
+      int count = 0;
+      for (std::size_t at = 0; (at = screen_.find(text, at)) != std::string::npos; ++at) ++count;
+      return count >= times;
+    });
+  }
+  const std::string& screen() const { return screen_; }
+  bool Echoes() const {
+    termios settings{};
+    tcgetattr(outer_, &settings);
+    return (settings.c_lflag & ECHO) != 0;
+  }
+  pid_t Foreground() const { return tcgetpgrp(outer_); }
+
+ private:
+  [[noreturn]] static void Run(const std::vector<std::string>& command, int terminal, pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(127);
+    setsid();
+    ioctl(terminal, TIOCSCTTY, 0);
+    for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(terminal, file);
+    std::vector<char*> argv;
+    for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    execvp(argv[0], argv.data());
+    _exit(127);
+  }
+  void Read() {
+    char buffer[4096];
+    for (ssize_t size; (size = read(outer_, buffer, sizeof buffer)) > 0;) {
+      screen_.append(buffer, static_cast<std::size_t>(size));
+    }
+  }
+
+  int outer_ = -1;
+  pid_t pid_ = -1;
+  std::string screen_;
+};
+
+class SimulatorTerminalTest : public SimulatorTest {
+ protected:
+  void StartOnTerminal(const std::string& before = "exec ", const std::string& after = "") {
+    WriteFile(files_ / "catalogue.json", R"({"apps": [{"id": "locked.app", "is_lock": 1}]})");
+    const std::string command = before + NUV_BIN_DIR "/nuv-simulator --print-ready -v --pin 2468 --dir " +
+                                directory_.path() + " --seed " + (files_ / "catalogue.json") + after;
+    session_ = std::make_unique<TerminalSession>(std::vector<std::string>{"sh", "-c", command});
+    ASSERT_TRUE(session_->Shows("ready"));
+  }
+  int DialogPid() const { return RunningNumber(kDialog, "pid"); }
+  // The simulator has its terminal back, as it was.
+  bool TerminalIsBack() const {
+    return WaitUntil([&] { return session_->Foreground() == session_->pid() && session_->Echoes(); });
+  }
+  std::unique_ptr<TerminalSession> session_;
+};
+
+TEST_F(SimulatorTerminalTest, TheRightPinIsTypedUnseen) {
+  StartOnTerminal();
+  const ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(session_->Shows(kPrompt));
+  EXPECT_FALSE(session_->Echoes());
+  EXPECT_EQ(session_->Foreground(), DialogPid());
+  session_->Type("2468\n");
+  EXPECT_EQ(object.Outcome(), kLaunched);
+  EXPECT_TRUE(TerminalIsBack());
+  EXPECT_TRUE(session_->Shows("stopped org.kelvo.corvane-commui"));
+  EXPECT_THAT(session_->screen(), Not(HasSubstr("2468")));
+}
+
+TEST_F(SimulatorTerminalTest, AWrongPinIsSaidToBeWrong) {
+  StartOnTerminal();
+  const ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(session_->Shows(kPrompt));
+  session_->Type("24680\n");
+  EXPECT_EQ(object.Outcome(), kWrongPin);
+  EXPECT_TRUE(session_->Shows("Wrong PIN."));
+  EXPECT_TRUE(TerminalIsBack());
+}
+
+TEST_F(SimulatorTerminalTest, AnEmptyLineTheEndOfTheInputAndAnInterruptCancel) {
+  StartOnTerminal();
+  int times = 0;
+  for (const char* typed : {"\n", "\x04", "\x03"}) {
+    const ResultObject object(bus_, "obj1");
+    ASSERT_TRUE(SendLaunch({"locked.app"}));
+    ASSERT_TRUE(session_->Shows(kPrompt, ++times));
+    session_->Type(typed);
+    EXPECT_EQ(object.Outcome(), kCancelled);
+    EXPECT_TRUE(session_->Shows("stopped org.kelvo.corvane-commui", times));
+    EXPECT_TRUE(TerminalIsBack());
+  }
+  EXPECT_EQ(Call("heartbeat").Text(), "()");
+}
+
+TEST_F(SimulatorTerminalTest, ADialogThatIsKilledLeavesTheTerminalAsItWas) {
+  StartOnTerminal();
+  const ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(session_->Shows(kPrompt));
+  ASSERT_FALSE(session_->Echoes());
+  kill(DialogPid(), SIGKILL);
+  EXPECT_EQ(object.Outcome(), kCancelled);
+  EXPECT_TRUE(TerminalIsBack());
+}
+
+TEST_F(SimulatorTerminalTest, ADialogThatIsToldToEndGivesTheTerminalBack) {
+  StartOnTerminal();
+  const ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(session_->Shows(kPrompt));
+  CallControl("LaunchRequest",
+              g_variant_new("(sss@a(ss))", kDialog, "", "", g_variant_new_parsed("[('MethodName', 'kill')]")));
+  EXPECT_EQ(object.Outcome(), kCancelled);
+  EXPECT_TRUE(session_->Shows(" status=0"));
+  EXPECT_TRUE(TerminalIsBack());
+}
+
+TEST_F(SimulatorTerminalTest, ASecondQuestionWaitsForTheFirst) {
+  StartOnTerminal();
+  const ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(session_->Shows(kPrompt));
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  session_->Type("2468\n");
+  ASSERT_TRUE(session_->Shows(kPrompt, 2));
+  session_->Type("2468\n");
+  ASSERT_TRUE(object.WaitFor(2));
+  EXPECT_EQ(object.results()[0].event, NUV_NOTIFY_LAUNCHED);
+  EXPECT_EQ(object.results()[1].event, NUV_NOTIFY_BROUGHT_TO_FRONT);
+  EXPECT_TRUE(TerminalIsBack());
+}
+
+TEST_F(SimulatorTerminalTest, AnInterruptWithoutADialogEndsTheSimulator) {
+  StartOnTerminal();
+  session_->Type("\x03");
+  siginfo_t end{};
+  EXPECT_TRUE(WaitUntil([&] {
+    return waitid(P_PID, static_cast<id_t>(session_->pid()), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0;
+  }));
+  EXPECT_EQ(end.si_status, 0);
+  EXPECT_FALSE(bus_.NameHasOwner("org.kelvo.tv.corvane.server"));
+}
+
+TEST_F(SimulatorTerminalTest, InTheBackgroundOfATerminalItAsksNobody) {
+  StartOnTerminal("set -m; ", " & wait");
+  EXPECT_EQ(OutcomeOf({"locked.app"}), kWrongPin);
+  EXPECT_THAT(session_->screen(), Not(HasSubstr(kPrompt)));
+}
+
+}  // namespace
