@@ -176,6 +176,7 @@ TEST_F(SimulatorTerminalTest, ASecondQuestionWaitsForTheFirst) {
   ASSERT_TRUE(session_->Shows(kPrompt));
   ASSERT_TRUE(SendLaunch({"locked.app"}));
   session_->Type("2468\n");
+  ASSERT_TRUE(object.WaitFor(1));
   ASSERT_TRUE(session_->Shows(kPrompt, 2));
   session_->Type("2468\n");
   ASSERT_TRUE(object.WaitFor(2));
