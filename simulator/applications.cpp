@@ -65,6 +65,16 @@ std::vector<Applications::App> Applications::All() const {
   return all;
 }
 
+void Applications::LaunchAgain(pid_t pid, const ProgramInput& input, AppStatus status) {
+  journal_.LaunchDelivered(pid, input);
+  const bool has_place = std::find(shown_.begin(), shown_.end(), pid) != shown_.end();
+  if (status == AppStatus::kVisible) {
+    BringToFront(pid);
+  } else if (status == AppStatus::kBackground && !has_place) {
+    SetStatus(apps_[pid], status);
+  }
+}
+
 void Applications::BringToFront(pid_t pid) {
   if (apps_.count(pid) == 0 || Front() == pid) return;
   const pid_t previous = Front();

@@ -38,13 +38,16 @@ class Applications {
   const App* Find(const std::string& id) const;
   std::vector<App> All() const;
 
-  void BringToFront(pid_t pid);
+  // A further launch of a running application: it is told. In the background it leaves the one alone that shows or has
+  // its place behind the one that does; a preload changes nothing.
+  void LaunchAgain(pid_t pid, const ProgramInput& input, AppStatus status);
   void Terminate(const std::string& id);
   void TerminateAll();
   // Ends all, waits for them, and starts no more. What else is due on the main loop runs meanwhile.
   void ShutDown();
 
  private:
+  void BringToFront(pid_t pid);
   static void ChildEnded(GPid pid, gint wait_status, gpointer self);
   void Remove(pid_t pid, int status);
   void Terminate(App& app);

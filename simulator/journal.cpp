@@ -50,6 +50,14 @@ void Journal::AppStopped(const std::string& app_id, int pid, int status) const {
   if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_app_stopped(control_, app_id.c_str(), pid, status);
 }
 
+void Journal::LaunchDelivered(int pid, const ProgramInput& input) const {
+  if (verbose_) Note("told    " + input.app_id + " pid=" + std::to_string(pid) + " uri=\"" + input.uri + "\"");
+  if (control_ == nullptr) return;
+  nuv_glue_nuv_simulator1_emit_launch_delivered(control_, input.app_id.c_str(), pid, input.payload.c_str(),
+                                                input.caller_id.c_str(), input.uri.c_str(),
+                                                ToJson(input.extra_data).c_str());
+}
+
 void Journal::ForegroundChanged(const std::string& app_id) const {
   Note("front   " + (app_id.empty() ? "none" : app_id));
   if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_foreground_changed(control_, app_id.c_str());

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "nuv_service_glue.h"
+#include "program.h"
 
 namespace simulator {
 
@@ -19,6 +20,7 @@ class Journal {
   void Result(const std::string& app_id, int event, int result, int event_index, const std::string& delivery) const;
   void AppStarted(const std::string& app_id, int pid) const;
   void AppStopped(const std::string& app_id, int pid, int status) const;
+  void LaunchDelivered(int pid, const ProgramInput& input) const;
   void ForegroundChanged(const std::string& app_id) const;
   void Note(const std::string& text) const;  // a line only
 

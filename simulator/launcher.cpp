@@ -92,7 +92,7 @@ pid_t Launcher::AskForPin(const LaunchRequest& request, const ExtraData& extra_d
 }
 
 void Launcher::ShowRunning(const AppRecord& record, pid_t pid, const LaunchRequest& request, const Report& report) {
-  if (StatusFor(request) == AppStatus::kVisible) applications_.BringToFront(pid);
+  applications_.LaunchAgain(pid, InputFor(record, request), StatusFor(request));
   Count(record.id, request);
   report(Success(request, true));
 }
@@ -146,13 +146,13 @@ pid_t Launcher::LaunchPlain(const ProgramInput& input, const ReportFor& report) 
 
 pid_t Launcher::ShowOrStart(const AppRecord& record, const ProgramInput& input) {
   if (!record.launchable) return 0;
-  if (const Applications::App* running = applications_.Find(record.id)) {
-    const pid_t pid = running->pid;
-    applications_.BringToFront(pid);
-    return pid;
-  }
   ProgramInput named = input;
   named.app_id = record.id;
+  if (const Applications::App* running = applications_.Find(record.id)) {
+    const pid_t pid = running->pid;
+    applications_.LaunchAgain(pid, named, AppStatus::kVisible);
+    return pid;
+  }
   return applications_.Start(record, named, AppStatus::kVisible);
 }
 

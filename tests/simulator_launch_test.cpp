@@ -95,6 +95,30 @@ TEST_F(SimulatorLaunchTest, ABackgroundLaunchStaysBehindTheCurrentApplication) {
   EXPECT_EQ(RunningNumber("other.app", "status"), 3);
 }
 
+TEST_F(SimulatorLaunchTest, ABackgroundLaunchLeavesAPreloadedApplicationInTheBackground) {
+  Launch launch{"plain.app"};
+  launch.preload = 1;
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_PRELOADED, 0));
+  launch.preload = 0;
+  launch.background = 1;
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_STARTED_IN_BACKGROUND, 0));
+  EXPECT_EQ(RunningNumber("kelvo.plain", "status"), 5);
+  launch.preload = 1;
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_PRELOADED, 0));
+  EXPECT_EQ(RunningNumber("kelvo.plain", "status"), 5);
+}
+
+TEST_F(SimulatorLaunchTest, WhatIsCoveredKeepsItsPlaceThroughABackgroundLaunch) {
+  EXPECT_EQ(OutcomeOf({"plain.app"}), Outcome(NUV_NOTIFY_LAUNCHED, 0));
+  EXPECT_EQ(OutcomeOf({"other.app"}), Outcome(NUV_NOTIFY_LAUNCHED, 0));
+  Launch launch{"plain.app"};
+  launch.background = 1;
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_STARTED_IN_BACKGROUND, 0));
+  EXPECT_EQ(RunningNumber("kelvo.plain", "status"), 4);
+  Call("terminate_app", g_variant_new("(siss)", "other.app", 0, "", ""));
+  EXPECT_TRUE(WaitUntil([&] { return RunningNumber("kelvo.plain", "status") == 3; }));
+}
+
 TEST_F(SimulatorLaunchTest, ADeepLinkIsDeliveredToANewAndToARunningApplication) {
   Launch launch{"plain.app"};
   launch.deep_link = 1;

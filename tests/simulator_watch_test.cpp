@@ -52,6 +52,20 @@ TEST_F(SimulatorWatchTest, AnEndIsSeenWithItsStatus) {
   EXPECT_TRUE(Hears("ForegroundChanged('',)"));
 }
 
+TEST_F(SimulatorWatchTest, ALaunchOfARunningApplicationIsSeenWithWhatItIsTold) {
+  OutcomeOf({"a.app"});
+  const std::string pid = std::to_string(RunningNumber("a.app", "pid"));
+  Launch launch{"a.app"};
+  launch.deep_link = 1;
+  launch.payload = "the payload";
+  launch.caller = "the.caller";
+  launch.uri = "the:uri";
+  launch.blocks = {ExtraBlock("key", "cut \xEC\x84")};
+  EXPECT_EQ(OutcomeOf(launch), std::make_pair(906, 0));
+  EXPECT_TRUE(Hears("LaunchDelivered('a.app', " + pid +
+                    ", 'the payload', 'the.caller', 'the:uri', '{\"key\":\"cut \xEF\xBF\xBD\"}')"));
+}
+
 TEST_F(SimulatorWatchTest, TheProbeIsNotWorthASignal) {
   Call("heartbeat");
   Call("get_extra_app");
