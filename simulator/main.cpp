@@ -3,9 +3,9 @@
 
 #include <exception>
 
-#include "common_ui/pin_dialog.h"
 #include "json_file.h"
 #include "options.h"
+#include "pin_dialog.h"
 #include "scenario_file.h"
 #include "server.h"
 #include "stand_in.h"

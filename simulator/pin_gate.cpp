@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common_ui/pin_dialog.h"
+#include "pin_dialog.h"
 #include "pin_popup.h"
 
 namespace simulator {
@@ -57,17 +57,22 @@ std::optional<PinScript> PinGate::FindScript(const std::string& app_id) {
 pid_t PinGate::Ask(const std::string& app_id, const ExtraData& extra_data, const Done& done) {
   Question question{++last_number_, app_id, extra_data, FindScript(app_id), done};
   if (!dialog_) return Show(std::move(question)) ? dialog_->pid : 0;
+  if (!CanAsk(question, CommonUi())) return 0;
   waiting_.push_back(std::move(question));
   return dialog_->pid;
 }
 
 // A program of the catalogue's own may find other ways to ask than the terminal.
+bool PinGate::CanAsk(const Question& question, const AppRecord& common_ui) const {
+  if (!common_ui.launchable) return false;
+  return question.script || terminal_.Available() || !FindProgram(common_ui.install_path, common_ui.id).empty();
+}
+
 bool PinGate::Show(Question question) {
   const AppRecord record = CommonUi();
-  const bool own_program = !FindProgram(record.install_path, record.id).empty();
+  if (!CanAsk(question, record)) return false;
   ProgramInput input = InputFor(question);
   input.on_terminal = !question.script && terminal_.Available();
-  if (!record.launchable || (!question.script && !input.on_terminal && !own_program)) return false;
   applications_.Terminate(record.id);  // one that was started for another purpose
   if (input.on_terminal) terminal_.Lend();
   const pid_t pid = applications_.Start(record, input, AppStatus::kVisible);
@@ -136,6 +141,7 @@ void PinGate::Answered(PinOutcome outcome) {
   const Done done = std::exchange(dialog_->question.done, nullptr);
   const auto close = [this] { applications_.Terminate(kCommonUiApp); };
   journal_.Note("pin     " + dialog_->question.app_id + " " + NameOf(outcome));
+  terminal_.TakeBack();
   if (outcome == PinOutcome::kRight) {
     close();
   } else {

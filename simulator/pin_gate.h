@@ -51,6 +51,7 @@ class PinGate {
   };
 
   std::optional<PinScript> FindScript(const std::string& app_id);
+  bool CanAsk(const Question& question, const AppRecord& common_ui) const;
   bool Show(Question question);  // throws
   void ShowNext();
   ProgramInput InputFor(const Question& question) const;

@@ -239,6 +239,15 @@ TEST_F(SimulatorPinTest, OneDialogShowsAtATimeAndTheOthersWait) {
   EXPECT_TRUE(Asks(3));
 }
 
+TEST_F(SimulatorPinTest, AQuestionThatNobodyCanAnswerDoesNotWaitForAnother) {
+  StartScenario(R"x([{"method": "pin_dialog", "app": "locked.app", "pin": "silent"}])x");
+  ASSERT_TRUE(SendLaunch({"locked.app", "obj2"}));
+  ASSERT_TRUE(Asks(1));
+  EXPECT_EQ(OutcomeOf({"other.app"}), kWrongPin);
+  EXPECT_EQ(CallControl("LaunchRequest", PopupRequest("open.app")).error,
+            "org.kelvo.tv.NuvSimulator1.Error.NotLaunched");
+}
+
 TEST_F(SimulatorPinTest, TheDialogOfARefusedLaunchEndsWhenItIsToldTo) {
   StartWith({"--pin-answer", "wrong"});
   EXPECT_EQ(OutcomeOf({"locked.app"}), kWrongPin);

@@ -48,10 +48,10 @@ class TerminalSession {
     ASSERT_EQ(write(outer_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
   // Waits for a text on the screen, so many times.
-  bool Shows(const std::string& text, int times = 1) {
+  bool Shows(const std::string& text, std::size_t times = 1) {
     return WaitUntil([&] {
       Read();
-      int count = 0;
+      std::size_t count = 0;
       for (std::size_t at = 0; (at = screen_.find(text, at)) != std::string::npos; ++at) ++count;
       return count >= times;
     });
@@ -61,6 +61,13 @@ class TerminalSession {
     termios settings{};
     tcgetattr(outer_, &settings);
     return (settings.c_lflag & ECHO) != 0;
+  }
+  bool Ends(int status) const {
+    siginfo_t end{};
+    const auto ended = [&] {
+      return waitid(P_PID, static_cast<id_t>(pid_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0;
+    };
+    return WaitUntil(ended) && end.si_code == CLD_EXITED && end.si_status == status;
   }
   pid_t Foreground() const { return tcgetpgrp(outer_); }
 
@@ -98,48 +105,72 @@ class SimulatorTerminalTest : public SimulatorTest {
     session_ = std::make_unique<TerminalSession>(std::vector<std::string>{"sh", "-c", command});
     ASSERT_TRUE(session_->Shows("ready"));
   }
+  void AskOnTerminal() {
+    StartOnTerminal();
+    ASSERT_TRUE(SendLaunch({"locked.app"}));
+    ASSERT_TRUE(session_->Shows(kPrompt));
+  }
   int DialogPid() const { return RunningNumber(kDialog, "pid"); }
   // The simulator has its terminal back, as it was.
   bool TerminalIsBack() const {
     return WaitUntil([&] { return session_->Foreground() == session_->pid() && session_->Echoes(); });
   }
   std::unique_ptr<TerminalSession> session_;
+  ResultObject object_{bus_, "obj1"};
 };
 
 TEST_F(SimulatorTerminalTest, TheRightPinIsTypedUnseen) {
-  StartOnTerminal();
-  const ResultObject object(bus_, "obj1");
-  ASSERT_TRUE(SendLaunch({"locked.app"}));
-  ASSERT_TRUE(session_->Shows(kPrompt));
+  AskOnTerminal();
   EXPECT_FALSE(session_->Echoes());
   EXPECT_EQ(session_->Foreground(), DialogPid());
   session_->Type("2468\n");
-  EXPECT_EQ(object.Outcome(), kLaunched);
+  EXPECT_EQ(object_.Outcome(), kLaunched);
   EXPECT_TRUE(TerminalIsBack());
   EXPECT_TRUE(session_->Shows("stopped org.kelvo.corvane-commui"));
   EXPECT_THAT(session_->screen(), Not(HasSubstr("2468")));
 }
 
 TEST_F(SimulatorTerminalTest, AWrongPinIsSaidToBeWrong) {
-  StartOnTerminal();
-  const ResultObject object(bus_, "obj1");
-  ASSERT_TRUE(SendLaunch({"locked.app"}));
-  ASSERT_TRUE(session_->Shows(kPrompt));
+  AskOnTerminal();
   session_->Type("24680\n");
-  EXPECT_EQ(object.Outcome(), kWrongPin);
+  EXPECT_EQ(object_.Outcome(), kWrongPin);
   EXPECT_TRUE(session_->Shows("Wrong PIN."));
   EXPECT_TRUE(TerminalIsBack());
 }
 
+TEST_F(SimulatorTerminalTest, WhatIsNoTextIsAWrongPin) {
+  AskOnTerminal();
+  session_->Type("\xff\xc3\n");
+  EXPECT_EQ(object_.Outcome(), kWrongPin);
+}
+
+TEST_F(SimulatorTerminalTest, TheTerminalIsTheSimulatorsAsSoonAsTheAnswerIsThere) {
+  AskOnTerminal();
+  session_->Type("1\n");
+  EXPECT_EQ(object_.Outcome(), kWrongPin);
+  EXPECT_EQ(session_->Foreground(), session_->pid());
+  session_->Type("\x03");
+  EXPECT_TRUE(session_->Ends(0));
+}
+
+TEST_F(SimulatorTerminalTest, TheNameOfAnApplicationDoesNotControlTheTerminal) {
+  StartOnTerminal();
+  const char* request =
+      "[('MethodName', 'Launch_pin_code_opr_result'), ('AppId', 'a\\u001b[2Jb'), ('Pid', '1'), ('ThreadId', '1'), "
+      "('Index', '1'), ('cbType', '1')]";
+  CallControl("LaunchRequest", g_variant_new("(sss@a(ss))", kDialog, "", "", g_variant_new_parsed(request)));
+  EXPECT_TRUE(session_->Shows("PIN for a?[2Jb: "));
+}
+
 TEST_F(SimulatorTerminalTest, AnEmptyLineTheEndOfTheInputAndAnInterruptCancel) {
   StartOnTerminal();
-  int times = 0;
+  std::size_t times = 0;
   for (const char* typed : {"\n", "\x04", "\x03"}) {
-    const ResultObject object(bus_, "obj1");
     ASSERT_TRUE(SendLaunch({"locked.app"}));
     ASSERT_TRUE(session_->Shows(kPrompt, ++times));
     session_->Type(typed);
-    EXPECT_EQ(object.Outcome(), kCancelled);
+    ASSERT_TRUE(object_.WaitFor(times));
+    EXPECT_EQ(object_.results().back().result, NUV_LAUNCH_STATUS_CANCELLED);
     EXPECT_TRUE(session_->Shows("stopped org.kelvo.corvane-commui", times));
     EXPECT_TRUE(TerminalIsBack());
   }
@@ -147,58 +178,46 @@ TEST_F(SimulatorTerminalTest, AnEmptyLineTheEndOfTheInputAndAnInterruptCancel) {
 }
 
 TEST_F(SimulatorTerminalTest, ADialogThatIsKilledLeavesTheTerminalAsItWas) {
-  StartOnTerminal();
-  const ResultObject object(bus_, "obj1");
-  ASSERT_TRUE(SendLaunch({"locked.app"}));
-  ASSERT_TRUE(session_->Shows(kPrompt));
+  AskOnTerminal();
   ASSERT_FALSE(session_->Echoes());
   kill(DialogPid(), SIGKILL);
-  EXPECT_EQ(object.Outcome(), kCancelled);
+  EXPECT_EQ(object_.Outcome(), kCancelled);
   EXPECT_TRUE(TerminalIsBack());
 }
 
 TEST_F(SimulatorTerminalTest, ADialogThatIsToldToEndGivesTheTerminalBack) {
-  StartOnTerminal();
-  const ResultObject object(bus_, "obj1");
-  ASSERT_TRUE(SendLaunch({"locked.app"}));
-  ASSERT_TRUE(session_->Shows(kPrompt));
+  AskOnTerminal();
   CallControl("LaunchRequest",
               g_variant_new("(sss@a(ss))", kDialog, "", "", g_variant_new_parsed("[('MethodName', 'kill')]")));
-  EXPECT_EQ(object.Outcome(), kCancelled);
+  EXPECT_EQ(object_.Outcome(), kCancelled);
   EXPECT_TRUE(session_->Shows(" status=0"));
   EXPECT_TRUE(TerminalIsBack());
 }
 
 TEST_F(SimulatorTerminalTest, ASecondQuestionWaitsForTheFirst) {
-  StartOnTerminal();
-  const ResultObject object(bus_, "obj1");
-  ASSERT_TRUE(SendLaunch({"locked.app"}));
-  ASSERT_TRUE(session_->Shows(kPrompt));
+  AskOnTerminal();
   ASSERT_TRUE(SendLaunch({"locked.app"}));
   session_->Type("2468\n");
-  ASSERT_TRUE(object.WaitFor(1));
+  ASSERT_TRUE(object_.WaitFor(1));
   ASSERT_TRUE(session_->Shows(kPrompt, 2));
   session_->Type("2468\n");
-  ASSERT_TRUE(object.WaitFor(2));
-  EXPECT_EQ(object.results()[0].event, NUV_NOTIFY_LAUNCHED);
-  EXPECT_EQ(object.results()[1].event, NUV_NOTIFY_BROUGHT_TO_FRONT);
+  ASSERT_TRUE(object_.WaitFor(2));
+  EXPECT_EQ(object_.results()[0].event, NUV_NOTIFY_LAUNCHED);
+  EXPECT_EQ(object_.results()[1].event, NUV_NOTIFY_BROUGHT_TO_FRONT);
   EXPECT_TRUE(TerminalIsBack());
 }
 
 TEST_F(SimulatorTerminalTest, AnInterruptWithoutADialogEndsTheSimulator) {
   StartOnTerminal();
   session_->Type("\x03");
-  siginfo_t end{};
-  EXPECT_TRUE(WaitUntil([&] {
-    return waitid(P_PID, static_cast<id_t>(session_->pid()), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0;
-  }));
-  EXPECT_EQ(end.si_status, 0);
+  EXPECT_TRUE(session_->Ends(0));
   EXPECT_FALSE(bus_.NameHasOwner("org.kelvo.tv.corvane.server"));
 }
 
 TEST_F(SimulatorTerminalTest, InTheBackgroundOfATerminalItAsksNobody) {
   StartOnTerminal("set -m; ", " & wait");
-  EXPECT_EQ(OutcomeOf({"locked.app"}), kWrongPin);
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  EXPECT_EQ(object_.Outcome(), kWrongPin);
   EXPECT_THAT(session_->screen(), Not(HasSubstr(kPrompt)));
 }
 

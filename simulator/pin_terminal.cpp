@@ -31,9 +31,11 @@ class NoEcho {
 
 }  // namespace
 
-// A dialog that is stopped from the keyboard would keep the terminal from everybody.
+// A dialog that is stopped from the keyboard would keep the terminal from everybody; one that has its answer writes
+// from the background.
 PinTerminal::PinTerminal() : terminal_(open("/dev/tty", O_RDWR | O_CLOEXEC)) {
   signal(SIGTSTP, SIG_IGN);
+  signal(SIGTTOU, SIG_IGN);
 }
 
 PinTerminal::~PinTerminal() {

@@ -2,12 +2,13 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 
-#include "../glib_ptr.h"
+#include "glib_ptr.h"
 #include "pin_terminal.h"
 #include "signal_file.h"
 
@@ -58,16 +59,24 @@ bool Cancel(const DialogTask& task) {
 
 // Whether the answer was taken, and whether the PIN was the right one.
 bool Enter(const DialogTask& task, const std::string& pin, bool* right) {
-  const VariantPtr reply = CallService("EnterPin", g_variant_new("(us)", task.question, pin.c_str()));
+  const StringPtr typed(g_utf8_make_valid(pin.c_str(), -1));  // a keyboard may send anything
+  const VariantPtr reply = CallService("EnterPin", g_variant_new("(us)", task.question, typed.get()));
   gboolean accepted = FALSE;
   if (reply && g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(b)"))) g_variant_get(reply.get(), "(b)", &accepted);
   *right = accepted != FALSE;
   return reply != nullptr;
 }
 
+// The id is whatever a client has sent, and not for a terminal to act upon.
+std::string Prompt(std::string app_id) {
+  const auto control = [](char c) { return (c >= 0 && c < ' ') || c == 0x7f; };
+  std::replace_if(app_id.begin(), app_id.end(), control, '?');
+  return "PIN for " + app_id + ": ";
+}
+
 bool AskUser(const DialogTask& task, SignalFile& signals) {
   PinTerminal terminal;
-  const std::optional<std::string> pin = terminal.Read("PIN for " + task.app_id + ": ", signals);
+  const std::optional<std::string> pin = terminal.Read(Prompt(task.app_id), signals);
   if (!pin) return signals.last() == SIGTERM || Cancel(task);
   bool right = false;
   const bool answered = Enter(task, *pin, &right);
