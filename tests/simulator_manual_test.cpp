@@ -42,7 +42,7 @@ TEST_F(SimulatorManualTest, EveryExampleCanBeUsedAsItIs) {
     EXPECT_EQ(End(), 0);
   }
   EXPECT_EQ(catalogues, 1);
-  EXPECT_EQ(scenarios, 5);
+  EXPECT_EQ(scenarios, 6);
 }
 
 }  // namespace
