@@ -45,18 +45,38 @@ TEST(HostLogFormat, ShowsAMissingText) {
   EXPECT_EQ(Plain(512, "[%s]", none), "[(null)]");
 }
 
+TEST(HostLogFormat, CutsATextWhereAPrecisionSaysSo) {
+  const char unterminated[] = {'a', 'b', 'c'};
+  EXPECT_EQ(Plain(512, "[%.3s]", unterminated), "[abc]");
+  EXPECT_EQ(Plain(512, "[%.2s|%.0s|%.127s] %d", "abc", "abc", "abc", 7), "[ab||abc] 7");
+  EXPECT_EQ(Plain(512, "%.1234s", "abc"), "abc");
+}
+
+TEST(HostLogFormat, ShowsAMissingTextWholeOrNotAtAll) {
+  const char* volatile const nothing = nullptr;
+  const char* const none = nothing;
+  EXPECT_EQ(Plain(512, "[%.5s]", none), Standard("[%.5s]", none));
+  EXPECT_EQ(Plain(512, "[%.6s]", none), Standard("[%.6s]", none));
+  EXPECT_EQ(Plain(512, "[%.127s]", none), Standard("[%.127s]", none));
+}
+
 TEST(HostLogFormat, LeavesEveryOtherDirectiveToTheStandard) {
   EXPECT_EQ(Plain(512, "%5d", 1), std::nullopt);
-  EXPECT_EQ(Plain(512, "%.3s", "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%.12345s", "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%.*s", 3, "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%.s", "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%3.3s", "abcdef"), std::nullopt);
+  EXPECT_EQ(Plain(512, "%.3d", 1), std::nullopt);
   EXPECT_EQ(Plain(512, "%p", nullptr), std::nullopt);
   EXPECT_EQ(Plain(512, "%ld", 1L), std::nullopt);
-  const char* volatile const unfinished = "%";
-  EXPECT_EQ(Plain(512, unfinished), std::nullopt);
+  for (const char* volatile const unfinished : {"%", "%.", "%.12"}) EXPECT_EQ(Plain(512, unfinished), std::nullopt);
 }
 
 TEST(HostLogFormat, LeavesWhatDoesNotFitToTheStandard) {
   EXPECT_EQ(Plain(5, "%s", "12345"), "12345");
   EXPECT_EQ(Plain(5, "%s", "123456"), std::nullopt);
+  EXPECT_EQ(Plain(5, "%.5s", "123456"), "12345");
+  EXPECT_EQ(Plain(5, "%.6s", "123456"), std::nullopt);
   EXPECT_EQ(Plain(5, "%d", 123456), std::nullopt);
   EXPECT_EQ(Plain(5, "1234%%"), "1234%");
   EXPECT_EQ(Plain(5, "12345%%"), std::nullopt);

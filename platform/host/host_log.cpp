@@ -91,7 +91,7 @@ class FormattedMessage {
     missing_ = length - length_;
   }
 
-  char inline_[1024];
+  char inline_[3072];  // the longest line about an application fits
   char* heap_ = nullptr;
   const char* text_ = inline_;
   size_t length_ = 0;
