@@ -50,6 +50,10 @@ int Prepare(const std::string& sql) {
   return result;
 }
 
+void LimitCaches() {
+  if (g_pConnection != nullptr) sqlite3_exec(g_pConnection, "PRAGMA cache_size = -1000", nullptr, nullptr, nullptr);
+}
+
 void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
   BindParameters(g_pStmt, binds);
 }

@@ -31,6 +31,10 @@ int Step();
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value);
 
+// Makes the connection do with a megabyte for pages and one for sorting: half of SQLite's usual.
+// Without a connection it does nothing.
+void LimitCaches();
+
 // Values of the current row. The text is never null and is SQLite's: it lives until the next step.
 char* GetStringFromResult(unsigned col);
 int GetIntegerFromResult(unsigned col);
