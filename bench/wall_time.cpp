@@ -34,7 +34,7 @@ int64_t TimeOf(const std::function<void()>& call) {
 void CompareInTurns(int count, const std::function<int64_t()>& plain, const std::function<int64_t()>& library) {
   std::vector<int64_t> plain_times;
   std::vector<int64_t> library_times;
-  for (int i = -kWarmUp; i < count; ++i) {
+  for (int i = -std::min(kWarmUp, count); i < count; ++i) {
     const int64_t before = i % 2 == 0 ? plain() : 0;
     const int64_t library_time = library();
     const int64_t plain_time = i % 2 == 0 ? before : plain();
