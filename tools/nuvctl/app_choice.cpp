@@ -53,12 +53,14 @@ std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {
   return DiagnoseTitle(result, run_title);
 }
 
+Diagnosis DiagnoseAppCall(const Options& options) {
+  const int lookup = LookUp(options);
+  return lookup != 0 ? DiagnoseLookup(lookup, options) : DiagnoseFailure();
+}
+
 Report ReportOfAppCall(int result, const Options& options) {
   Report report;
-  if (result != 0) {
-    const int lookup = LookUp(options);
-    report = ReportOf(lookup != 0 ? DiagnoseLookup(lookup, options) : DiagnoseFailure());
-  }
+  if (result != 0) report = ReportOf(DiagnoseAppCall(options));
   report.details = AppChoiceJson(options);
   return report;
 }

@@ -21,5 +21,8 @@ Diagnosis DiagnoseLookup(int result, const Options& options);
 // Why the library does not find the run title, which it did not a moment ago; nothing where it does now.
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);
 
-// The report of a function that looks the application up and then asks the service.
+// Why a function failed that looks the application up and then asks the service.
+Diagnosis DiagnoseAppCall(const Options& options);
+
+// Its report.
 Report ReportOfAppCall(int result, const Options& options);

@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
-#include "app_choice.h"
 #include "diagnose.h"
+#include "seconds_option.h"
 #include "system_bus.h"
 
 namespace {
@@ -40,28 +40,20 @@ void OnPlainResult(void* session, int, const char* app_id, int result) {
                       [report = std::move(report)](LaunchWait& wait) { wait.OnReport(report); });
 }
 
-// A title that is not found is no request.
-Diagnosis DiagnoseLaunch(const LaunchFunction& function, const LaunchArguments& arguments) {
-  const auto not_found = function.choice.by_title ? WhyTitleNotFound(arguments.app) : std::nullopt;
-  return not_found ? *not_found : DiagnoseFailure();
-}
-
-Conclusion WhyNotAccepted(const LaunchFunction& function, const LaunchArguments& arguments, int status) {
+Conclusion WhyNotAccepted(const LaunchTask& task, int status) {
   if (status == NUV_LAUNCH_STATUS_TIMED_OUT) return {Outcome::kTimedOut, status, ""};
-  Diagnosis diagnosis = DiagnoseLaunch(function, arguments);
+  Diagnosis diagnosis = task.diagnose();
   return {diagnosis.outcome, std::nullopt, std::move(diagnosis.message)};
 }
 
 // May block for as long as the library's calls may.
-void Launch(const LaunchFunction& function, const LaunchArguments& arguments) {
+void Launch(const LaunchTask& task, LaunchSession* session) {
   t_in_flight = {true, 0};
-  const int result = function.call(arguments);
+  const int result = task.call({OnWebAppEvent, OnPlainResult, session});
   t_in_flight.active = false;
-  auto* session = static_cast<LaunchSession*>(arguments.user_data);
   if (result == 0) return LaunchSession::Post(session, [](LaunchWait& wait) { wait.OnAccepted(); });
-  LaunchSession::Post(session, [why = WhyNotAccepted(function, arguments, t_in_flight.status)](LaunchWait& wait) {
-    wait.OnNotAccepted(why);
-  });
+  LaunchSession::Post(session,
+                      [why = WhyNotAccepted(task, t_in_flight.status)](LaunchWait& wait) { wait.OnNotAccepted(why); });
 }
 
 struct Letter {
@@ -75,24 +67,17 @@ LaunchSession::LaunchSession(std::optional<double> wait_seconds, Listener listen
     : wait_seconds_(wait_seconds),
       listener_(std::move(listener)),
       wait_(wait_seconds.has_value()),
-      loop_(g_main_loop_new(nullptr, FALSE)),
-      connecting_(g_cancellable_new()) {}
+      loop_(g_main_loop_new(nullptr, FALSE)) {}
 
 LaunchSession::~LaunchSession() {
-  g_cancellable_cancel(connecting_.get());
   if (signal_source_ != 0) g_source_remove(signal_source_);
-  if (closed_handler_ != 0) g_signal_handler_disconnect(bus_.get(), closed_handler_);
 }
 
-Conclusion LaunchSession::Run(const LaunchFunction& function, LaunchArguments arguments) {
+Conclusion LaunchSession::Run(LaunchTask task) {
   signal_source_ = g_unix_signal_add(SIGINT, OnSignal, this);
-  arguments.on_event = OnWebAppEvent;
-  arguments.on_result = OnPlainResult;
-  arguments.user_data = this;
-  launch_ = [&function, arguments = std::move(arguments)] { Launch(function, arguments); };
+  launch_ = [this, task = std::move(task)] { Launch(task, this); };
   if (wait_seconds_) {
-    deadline_.Start(static_cast<unsigned>(*wait_seconds_ * 1000),
-                    [this] { Handle([](LaunchWait& wait) { wait.OnDeadline(); }); });
+    deadline_.Start(Milliseconds(*wait_seconds_), [this] { Handle([](LaunchWait& wait) { wait.OnDeadline(); }); });
     ConnectToBus();
   } else {
     StartLaunch();
@@ -147,43 +132,29 @@ void LaunchSession::TellListener() {
   listener_.on_hopeless(hopeless);
 }
 
-// The launch starts under watch only: what happens to the bus or the service from then on is seen. Asynchronous, as a
-// bus that hangs must not hold up the deadline.
+// The launch starts under watch only: what happens to the bus or the service from then on is seen.
 void LaunchSession::ConnectToBus() {
-  const TextOwner address = SystemBusAddress();
-  if (address == nullptr) return PostNoBus();
-  g_dbus_connection_new_for_address(address.get(), kBusConnection, nullptr, connecting_.get(), OnConnected, this);
+  LiveBus::Listener listener;
+  listener.on_connected = [this](GDBusConnection* bus) {
+    WatchBus(bus);
+    StartLaunch();
+  };
+  listener.on_unreachable = [this] {
+    Handle([why = BusUnreachable()](LaunchWait& wait) { wait.OnNotAccepted({why.outcome, {}, why.message}); });
+  };
+  listener.on_closed = [this] { Handle([](LaunchWait& wait) { wait.OnBusClosed(); }); };
+  bus_.emplace(std::move(listener));
 }
 
-void LaunchSession::PostNoBus() {
-  Post(this, [why = BusUnreachable()](LaunchWait& wait) { wait.OnNotAccepted({why.outcome, {}, why.message}); });
-}
-
-void LaunchSession::OnConnected(GObject*, GAsyncResult* result, gpointer session) {
-  ConnectionOwner bus(g_dbus_connection_new_for_address_finish(result, nullptr));
-  auto* self = static_cast<LaunchSession*>(session);
-  if (bus == nullptr) return self->PostNoBus();
-  self->WatchBus(std::move(bus));
-  self->StartLaunch();
-}
-
-void LaunchSession::WatchBus(ConnectionOwner bus) {
-  bus_ = std::move(bus);
-  closed_handler_ = g_signal_connect(bus_.get(), "closed", G_CALLBACK(OnClosed), this);
-  // A connection that is gone already tells nothing any more.
-  if (g_dbus_connection_is_closed(bus_.get())) return Handle([](LaunchWait& wait) { wait.OnBusClosed(); });
-  service_watch_.emplace(bus_.get(), ServiceName(), [this](bool present) {
+void LaunchSession::WatchBus(GDBusConnection* bus) {
+  service_watch_.emplace(bus, ServiceName(), [this](bool present) {
     Handle([present](LaunchWait& wait) { wait.OnServiceOwner(present); });
   });
-  client_watch_.emplace(bus_.get(), ClientName(),
+  client_watch_.emplace(bus, ClientName(),
                         [this](bool owned) { Handle([owned](LaunchWait& wait) { wait.OnClientName(owned); }); });
 }
 
 gboolean LaunchSession::OnSignal(gpointer session) {
   static_cast<LaunchSession*>(session)->Handle([](LaunchWait& wait) { wait.OnInterrupt(); });
   return G_SOURCE_CONTINUE;
-}
-
-void LaunchSession::OnClosed(GDBusConnection*, gboolean, GError*, gpointer session) {
-  static_cast<LaunchSession*>(session)->Handle([](LaunchWait& wait) { wait.OnBusClosed(); });
 }

@@ -6,8 +6,9 @@
 #include <string>
 
 #include "glib_handles.h"
-#include "launch_functions.h"
+#include "launch_task.h"
 #include "launch_wait.h"
+#include "live_bus.h"
 #include "name_watch.h"
 
 class LaunchSession {
@@ -24,7 +25,7 @@ class LaunchSession {
   LaunchSession& operator=(const LaunchSession&) = delete;
 
   // Launches and returns at the end of it. The launch itself may still be blocked in the library then.
-  Conclusion Run(const LaunchFunction& function, LaunchArguments arguments);
+  Conclusion Run(LaunchTask task);
 
   const std::vector<LaunchReport>& reports() const { return wait_.reports(); }
 
@@ -38,12 +39,9 @@ class LaunchSession {
   void TellListener();
   void StartLaunch();
   void ConnectToBus();
-  void PostNoBus();
-  void WatchBus(ConnectionOwner bus);
+  void WatchBus(GDBusConnection* bus);
 
   static gboolean OnSignal(gpointer session);
-  static void OnConnected(GObject* source, GAsyncResult* result, gpointer session);
-  static void OnClosed(GDBusConnection* bus, gboolean, GError*, gpointer session);
 
   const std::optional<double> wait_seconds_;
   const Listener listener_;
@@ -52,9 +50,7 @@ class LaunchSession {
   size_t reports_told_ = 0;
   bool hopeless_told_ = false;
   GlibOwner<GMainLoop> loop_;
-  CancellableOwner connecting_;
-  ConnectionOwner bus_;
-  gulong closed_handler_ = 0;
+  std::optional<LiveBus> bus_;
   std::optional<NameWatch> service_watch_;
   std::optional<NameWatch> client_watch_;
   guint signal_source_ = 0;

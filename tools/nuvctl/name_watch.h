@@ -5,6 +5,7 @@
 #include <string>
 
 #include "glib_handles.h"
+#include "signal_watch.h"
 
 // In place of g_bus_watch_name_on_connection(), which complains aloud about a connection that closes just then. Says
 // nothing about a closed connection.
@@ -20,11 +21,9 @@ class NameWatch {
 
  private:
   static void OnFirstAnswer(GObject* bus, GAsyncResult* result, gpointer watch);
-  static void OnOwnerChanged(GDBusConnection*, const char* sender, const char* path, const char* interface,
-                             const char* signal, GVariant* arguments, gpointer watch);
+  void OnOwnerChanged(GVariant* arguments) const;
 
-  GDBusConnection* const bus_;
   const OwnerFunction on_owner_;
   const CancellableOwner asking_;
-  guint subscription_ = 0;
+  const SignalWatch changes_;  // from before the first answer on
 };
