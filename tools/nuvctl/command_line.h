@@ -39,6 +39,7 @@ struct Options {
   std::string group;
 
   InnerChoice inner;
+  std::optional<std::string> request_file;
 };
 
 struct Verb;

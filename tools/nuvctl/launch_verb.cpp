@@ -6,6 +6,7 @@
 #include "app_choice.h"
 #include "launch_functions.h"
 #include "launch_run.h"
+#include "request_launch.h"
 
 namespace {
 
@@ -58,10 +59,12 @@ void AddLaunchArguments(CLI::App& command, Options& options) {
   auto* plain = command.add_flag_callback(
       "--plain", [&options] { options.launch.shape = CallbackShape::kPlain; }, "Use the nuv_launch_app functions");
   plain->excludes(webapp);
+  AddRequestArgument(command, options);  // goes with what follows only
   AddWaitArgument(command, options);
 }
 
 Report RunLaunch(const Options& options) {
+  if (options.request_file) return RunRequestLaunch(options);
   LaunchChoice choice = options.launch;
   choice.by_title = options.run_title.has_value();
   const LaunchFunction* function = FindLaunchFunction(choice, options.caller_id.has_value());
