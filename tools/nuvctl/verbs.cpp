@@ -6,6 +6,7 @@
 #include "launch_verb.h"
 #include "list_verb.h"
 #include "lookup_verbs.h"
+#include "running_verbs.h"
 #include "service_verbs.h"
 
 const std::vector<Verb>& Verbs() {
@@ -30,6 +31,8 @@ const std::vector<Verb>& Verbs() {
       {"count", "Count one more launch of an application", AddCountArguments, RunCount},
       {"version", "Have the service set an application's version", AddVersionArguments, RunVersion},
       {"command", "Send the service a command", AddCommandArguments, RunCommandVerb},
+      {"status", "Tell whether an application runs", AddStatusArguments, RunStatus},
+      {"showing", "Show the application that is on the screen", AddShowingArguments, RunShowing},
   };
   return verbs;
 }
