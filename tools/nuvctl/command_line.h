@@ -9,6 +9,7 @@
 #include "inner_choice.h"
 #include "launch_functions.h"
 #include "list_choice.h"
+#include "pin_choice.h"
 #include "report.h"
 
 struct Options {
@@ -40,6 +41,7 @@ struct Options {
 
   InnerChoice inner;
   std::optional<std::string> request_file;
+  PinChoice pin;
 };
 
 struct Verb;

@@ -6,6 +6,8 @@
 #include "launch_verb.h"
 #include "list_verb.h"
 #include "lookup_verbs.h"
+#include "pin_verb.h"
+#include "preload_verb.h"
 #include "running_verbs.h"
 #include "service_verbs.h"
 
@@ -33,6 +35,8 @@ const std::vector<Verb>& Verbs() {
       {"command", "Send the service a command", AddCommandArguments, RunCommandVerb},
       {"status", "Tell whether an application runs", AddStatusArguments, RunStatus},
       {"showing", "Show the application that is on the screen", AddShowingArguments, RunShowing},
+      {"preload", "Start an application without showing it", AddPreloadArguments, RunPreload},
+      {"pin", "Have the user asked for the PIN before a launch", AddPinArguments, RunPin},
   };
   return verbs;
 }
