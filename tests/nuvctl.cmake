@@ -13,7 +13,7 @@ target_link_libraries(nuvctl_test_support PUBLIC nuv_test_support nlohmann_json:
 add_dependencies(nuvctl_test_support nuvctl nuv-simulator)
 
 foreach(name nuvctl_faults_test nuvctl_launch_test nuvctl_pin_test nuvctl_preload_test nuvctl_request_test
-             nuvctl_status_test nuvctl_usage_test nuvctl_verbs_test)
+             nuvctl_status_test nuvctl_usage_test nuvctl_verbs_test nuvctl_watch_test)
   nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuvctl_test_support)
 endforeach()
 

@@ -42,6 +42,7 @@ struct Options {
   InnerChoice inner;
   std::optional<std::string> request_file;
   PinChoice pin;
+  std::optional<double> watch_seconds;
 };
 
 struct Verb;

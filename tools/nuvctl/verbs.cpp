@@ -10,6 +10,7 @@
 #include "preload_verb.h"
 #include "running_verbs.h"
 #include "service_verbs.h"
+#include "watch_verb.h"
 
 const std::vector<Verb>& Verbs() {
   static const std::vector<Verb> verbs = {
@@ -37,6 +38,7 @@ const std::vector<Verb>& Verbs() {
       {"showing", "Show the application that is on the screen", AddShowingArguments, RunShowing},
       {"preload", "Start an application without showing it", AddPreloadArguments, RunPreload},
       {"pin", "Have the user asked for the PIN before a launch", AddPinArguments, RunPin},
+      {"watch", "Show what the service does, line by line", AddWatchArguments, RunWatch},
   };
   return verbs;
 }
