@@ -52,6 +52,7 @@ bool PlainCatalogue::Lookup(const char* app_id, nuv_app_info_s& info) {
   sqlite3_bind_int(statement, 6, 0);
   const bool found = sqlite3_step(statement) == SQLITE_ROW;
   if (found) {
+    memset(&info, 0, sizeof info);
     ReadRecord(statement, info);
     while (sqlite3_step(statement) == SQLITE_ROW) {
     }

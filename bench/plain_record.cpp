@@ -15,16 +15,16 @@ const char* TextOf(sqlite3_stmt* statement, int column) {
 }
 
 void CopyText(char* member, sqlite3_stmt* statement, int column) {
-  const char* t = TextOf(statement, column);
-  memcpy(member, t, strnlen(t, kCopied));
+  const char* const text = TextOf(statement, column);
+  memcpy(member, text, strnlen(text, kCopied));
 }
 
 void CopyIcon(nuv_app_info_s& info, sqlite3_stmt* statement) {
   const char* const icon = TextOf(statement, 24);
-  size_t n = strnlen(icon, kCopied);
+  const size_t length = strnlen(icon, kCopied);
   for (char* member : {info.app_icon_path, info.app_panel_icon_path, info.extra_icon_path, info.firstscreen_icon_dir,
                        info.ambient_icon_path}) {
-    memcpy(member, icon, n);
+    memcpy(member, icon, length);
   }
 }
 

@@ -19,7 +19,7 @@
 
 namespace bench {
 
-// Fills the record from the statement's row. As in the library, texts are cut at 127 characters.
+// Fills a cleared record from the statement's row. As in the library, texts are cut at 127 characters.
 void ReadRecord(sqlite3_stmt* statement, nuv_app_info_s& info);
 
 }  // namespace bench
