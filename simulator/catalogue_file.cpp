@@ -22,8 +22,11 @@ Catalogue::Value ReadValue(const Column& column, const json& value) {
     throw CatalogueError("has to be a text");
   }
   if (value.is_boolean()) return std::int64_t{value.get<bool>()};
-  if (value.is_number_integer()) return value.get<std::int64_t>();
-  throw CatalogueError("has to be an integer");
+  if (!value.is_number_integer()) throw CatalogueError("has to be an integer");
+  if (value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX) {
+    throw CatalogueError("is larger than a column can hold");
+  }
+  return value.get<std::int64_t>();
 }
 
 Catalogue::App ReadApp(const json& object) {

@@ -151,6 +151,7 @@ TEST_F(SimulatorDatabaseTest, ABadCatalogueIsRefusedWithThePlace) {
       {R"({"apps": [{"id": 5}]})", "apps[0].id has to be a text"},
       {R"({"apps": [{"id": "a", "titel": "x"}]})", "apps[0].titel: there is no such column"},
       {R"({"apps": [{"id": "a", "is_lock": "1"}]})", "apps[0].is_lock has to be an integer"},
+      {R"({"apps": [{"id": "a", "size": 9223372036854775808}]})", "apps[0].size is larger than a column can hold"},
       {R"({"config": {"a": 1}})", "config.a has to be a text"},
   };
   for (const BadCatalogue& bad : kBad) {
