@@ -10,6 +10,10 @@ if(NUV_SANITIZE)
     -fno-sanitize-recover=all)
   target_link_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE})
 endif()
+# A fuzzer sees by this which code an input reaches.
+if(NUV_BUILD_FUZZERS)
+  target_compile_options(nuv_build_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # Where the loader does not look by itself, what is installed finds the libraries beside it, and the linker finds the
 # platform library that the client library needs.
