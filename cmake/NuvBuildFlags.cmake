@@ -6,7 +6,7 @@ target_compile_options(nuv_build_flags INTERFACE
 target_compile_definitions(nuv_build_flags INTERFACE
   GLIB_VERSION_MIN_REQUIRED=GLIB_VERSION_2_66 GLIB_VERSION_MAX_ALLOWED=GLIB_VERSION_2_74)
 if(NUV_SANITIZE)
-  target_compile_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE} -fno-omit-frame-pointer
+  target_compile_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE} -fno-omit-frame-pointer -g1
     -fno-sanitize-recover=all)
   target_link_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE})
 endif()
