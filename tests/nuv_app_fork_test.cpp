@@ -8,8 +8,8 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "process.h"
 #include "nuv_db_api/nuv_db_statement.h"
+#include "process.h"
 
 namespace {
 

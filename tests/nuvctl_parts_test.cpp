@@ -200,7 +200,7 @@ TEST(ExitStatuses, OfTheManPageAreThoseOfTheHelp) {
 TEST(ManPage, DescribesEachVerb) {
   const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
   for (const Verb& verb : Verbs()) {
-    EXPECT_NE(page.find(std::string("\n*nuvctl ") + verb.name + "* "), std::string::npos) << verb.name;
+    EXPECT_NE(page.find(std::string("\n*nuvctl ") + verb.name + "*"), std::string::npos) << verb.name;
     EXPECT_TRUE(page.find(std::string("\n## ") + verb.name + "\n") != std::string::npos ||
                 page.find(std::string("\n## ") + verb.name + ", ") != std::string::npos ||
                 page.find(std::string(", ") + verb.name + "\n") != std::string::npos)
