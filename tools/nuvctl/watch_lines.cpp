@@ -15,7 +15,7 @@ struct Field {
   FieldType type;
 };
 
-constexpr size_t kMostFields = 5;
+constexpr size_t kMostFields = 6;
 
 struct Signal {
   const char* name;
@@ -37,6 +37,10 @@ constexpr Signal kSignals[] = {
      {{"app", kText}, {"event", kNamed}, {"result", kNamed}, {"index", kNumber}, {"delivery", kText}}},
     {"AppStarted", "started", "(si)", {{"app", kText}, {"pid", kNumber}}},
     {"AppStopped", "stopped", "(sii)", {{"app", kText}, {"pid", kNumber}, {"exit_status", kNumber}}},
+    {"LaunchDelivered",
+     "delivered",
+     "(sissss)",
+     {{"app", kText}, {"pid", kNumber}, {"payload", kText}, {"caller", kText}, {"uri", kText}, {"extra_data", kText}}},
     {"ForegroundChanged", "front", "(s)", {{"app", kText}}},
 };
 
