@@ -1,5 +1,5 @@
-// The least that a launch needs of a service: it answers "heartbeat" and "launch_app", and sends a result for one
-// application. Prints a line when it owns its name.
+// The least that a client needs of a service: it answers "heartbeat", "launch_app" and "nuv_update_app_count", and
+// sends a result for one application. Prints a line when it owns its names.
 #include <gio/gio.h>
 
 #include <cstdint>
@@ -24,6 +24,10 @@ constexpr const char* kIntrospection =
     "<arg direction='in' type='i'/><arg direction='in' type='i'/><arg direction='in' type='i'/>"
     "<arg direction='in' type='i'/><arg direction='in' type='i'/><arg direction='in' type='i'/>"
     "<arg direction='in' type='i'/><arg direction='in' type='i'/><arg direction='in' type='aay'/></method>"
+    "</interface>"
+    "<interface name='org.kelvo.tv.corvane.server.interface'>"
+    "<method name='heartbeat'/>"
+    "<method name='nuv_update_app_count'><arg direction='in' type='s'/><arg direction='out' type='i'/></method>"
     "</interface></node>";
 
 // Enough for the client to be at rest again after its call.
@@ -64,16 +68,21 @@ void OnMethodCall(GDBusConnection* connection, const char*, const char*, const c
       g_timeout_add(kResultDelayMs, SendResult, new Result(result));
     }
   }
-  g_dbus_method_invocation_return_value(invocation, nullptr);
+  const bool update = g_str_equal(method, "nuv_update_app_count");
+  g_dbus_method_invocation_return_value(invocation, update ? g_variant_new("(i)", 0) : nullptr);
 }
 
 void OnBusAcquired(GDBusConnection* connection, const char*, gpointer node) {
   static const GDBusInterfaceVTable kTable = {OnMethodCall, nullptr, nullptr, {}};
-  g_dbus_connection_register_object(connection, bench::kServicePath, static_cast<GDBusNodeInfo*>(node)->interfaces[0],
-                                    &kTable, nullptr, nullptr, nullptr);
+  GDBusInterfaceInfo** const interfaces = static_cast<GDBusNodeInfo*>(node)->interfaces;
+  g_dbus_connection_register_object(connection, bench::kServicePath, interfaces[0], &kTable, nullptr, nullptr, nullptr);
+  g_dbus_connection_register_object(connection, bench::kInnerServicePath, interfaces[1], &kTable, nullptr, nullptr,
+                                    nullptr);
 }
 
 void OnNameAcquired(GDBusConnection*, const char*, gpointer) {
+  static int missing = 2;
+  if (--missing > 0) return;
   puts("ready");
   fflush(stdout);
 }
@@ -84,6 +93,8 @@ int main() {
   GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(kIntrospection, nullptr);
   g_bus_own_name(G_BUS_TYPE_SYSTEM, bench::kServiceName, G_BUS_NAME_OWNER_FLAGS_NONE, OnBusAcquired, OnNameAcquired,
                  nullptr, node, nullptr);
+  g_bus_own_name(G_BUS_TYPE_SYSTEM, bench::kInnerServiceName, G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, OnNameAcquired,
+                 nullptr, nullptr, nullptr);
   g_main_loop_run(g_main_loop_new(nullptr, FALSE));
   return 0;
 }

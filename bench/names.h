@@ -9,6 +9,11 @@ constexpr const char* kServiceName = "org.kelvo.tv.litecorvane.server";
 constexpr const char* kServicePath = "/org/kelvo/tv/litecorvane/server";
 constexpr const char* kServiceInterface = "org.kelvo.tv.litecorvane.server.interface";
 
+// What the inner side asks.
+constexpr const char* kInnerServiceName = "org.kelvo.tv.corvane.server";
+constexpr const char* kInnerServicePath = "/org/kelvo/tv/corvane/server";
+constexpr const char* kInnerServiceInterface = "org.kelvo.tv.corvane.server.interface";
+
 inline std::string ClientName(const std::string& object) {
   return "org.kelvo.tv.corvane.launcherclient." + object;
 }

@@ -64,12 +64,26 @@ GVariant* LaunchRequest(const PlainLaunch& launch) {
   return g_variant_new_tuple(members, G_N_ELEMENTS(members));
 }
 
-void Call(GDBusConnection* connection, const char* method, GVariant* parameters, GDBusCallFlags flags, int timeout_ms) {
+struct Service {
+  const char* name;
+  const char* path;
+  const char* interface;
+};
+
+constexpr Service kService = {kServiceName, kServicePath, kServiceInterface};
+constexpr Service kInnerService = {kInnerServiceName, kInnerServicePath, kInnerServiceInterface};
+
+GVariant* CallForReply(GDBusConnection* connection, const Service& service, const char* method, GVariant* parameters,
+                       GDBusCallFlags flags, int timeout_ms) {
   GError* error = nullptr;
-  GVariant* reply = g_dbus_connection_call_sync(connection, kServiceName, kServicePath, kServiceInterface, method,
+  GVariant* reply = g_dbus_connection_call_sync(connection, service.name, service.path, service.interface, method,
                                                 parameters, nullptr, flags, timeout_ms, nullptr, &error);
   if (reply == nullptr) Fail(method, error);
-  g_variant_unref(reply);
+  return reply;
+}
+
+void Heartbeat(GDBusConnection* connection, const Service& service) {
+  g_variant_unref(CallForReply(connection, service, "heartbeat", nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, 10000));
 }
 
 }  // namespace
@@ -82,11 +96,23 @@ GDBusConnection* SystemBus() {
 }
 
 void PlainHeartbeat(GDBusConnection* connection) {
-  Call(connection, "heartbeat", nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, 10000);
+  Heartbeat(connection, kService);
 }
 
 void PlainLaunchApp(GDBusConnection* connection, const PlainLaunch& launch) {
-  Call(connection, "launch_app", LaunchRequest(launch), G_DBUS_CALL_FLAGS_NONE, 15000);
+  g_variant_unref(
+      CallForReply(connection, kService, "launch_app", LaunchRequest(launch), G_DBUS_CALL_FLAGS_NONE, 15000));
+}
+
+int PlainUpdate(GDBusConnection* connection, const char* app_id) {
+  Heartbeat(connection, kInnerService);
+  GVariant* const members[] = {g_variant_new_string(app_id)};
+  GVariant* const reply = CallForReply(connection, kInnerService, "nuv_update_app_count",
+                                       g_variant_new_tuple(members, 1), G_DBUS_CALL_FLAGS_NONE, 10000);
+  int state = -1;
+  if (g_variant_is_of_type(reply, G_VARIANT_TYPE("(i)"))) g_variant_get(reply, "(i)", &state);
+  g_variant_unref(reply);
+  return state;
 }
 
 }  // namespace bench

@@ -21,4 +21,7 @@ struct PlainLaunch {
 void PlainHeartbeat(GDBusConnection* connection);
 void PlainLaunchApp(GDBusConnection* connection, const PlainLaunch& launch);
 
+// A heartbeat of the inner side's service, and a launch that it counts: its answer.
+int PlainUpdate(GDBusConnection* connection, const char* app_id);
+
 }  // namespace bench
