@@ -16,4 +16,4 @@ nuv_add_test(simulator_terminal_test SOURCES simulator_terminal_test.cpp LIBRARI
 # The library in a program of its own, on the platform calls of the host edition.
 nuv_add_client(launch_client nuv_platform_host)
 nuv_add_test(simulator_client_test SOURCES simulator_client_test.cpp LIBRARIES nuv_simulator_fixture)
-add_dependencies(simulator_client_test launch_client)
+add_dependencies(simulator_client_test launch_client inner_writer)

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <algorithm>
+
 #include "simulator_fixture.h"
 
 namespace {
@@ -192,6 +194,23 @@ TEST_F(SimulatorClientTest, AnAndroidApplicationsStatusIsTheServices) {
   StartWith({});
   EXPECT_THAT(Run({"status", "droid.app", "launch", "droid.app", "status", "droid.app", "status", "no.app"}),
               ElementsAre("status droid.app 0", "result droid.app 600", "status droid.app 1", "status no.app failed"));
+}
+
+TEST_F(SimulatorClientTest, TwoProcessesUpdatingARowBesideItLoseNothing) {
+  Start({}, R"({"apps": [{"id": "app", "use_count": 0}]})");
+  constexpr int kTimes = 40;
+  const std::vector<std::string> forwards = {NUV_TEST_DIR "/inner_writer", std::to_string(kTimes), "forward"};
+  const std::vector<std::string> writes = {NUV_TEST_DIR "/inner_writer", std::to_string(kTimes)};
+  const Process::Environment environment = {{"NUV_HOST_DIR", directory_.path()}};
+  TempDir other;
+  Process first(forwards, files_.path(), environment);
+  Process second(writes, other.path(), environment);
+  ASSERT_EQ(first.Wait(Milliseconds(60000)), 0) << first.Errors();
+  ASSERT_EQ(second.Wait(Milliseconds(60000)), 0) << second.Errors();
+  const std::string results = first.Output() + second.Output();
+  EXPECT_EQ(std::count(results.begin(), results.end(), '.'), 2 * kTimes) << results;
+  EXPECT_EQ(Query("select use_count from widgetinfo"), std::to_string(2 * kTimes));
+  EXPECT_EQ(Query("pragma integrity_check"), "ok");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// Counts launches of the application "app" in the database: inner_writer TIMES, or 0 for without end. Says "ready",
-// then one character for each result: "." for a launch that was counted, "b" for a busy database, "x" for any other
-// failure.
+// Counts launches of the application "app": inner_writer TIMES [forward], or 0 for without end. Writes the database by
+// itself, or with "forward" asks the service first. Says "ready", then one character for each result: "." for a launch
+// that was counted, "b" for a busy database, "x" for any other failure.
 #include <nuv/nuv_inner_app_database.h>
 #include <unistd.h>
 
@@ -15,12 +15,13 @@ void Say(const char* text) {
 
 }  // namespace
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
   const int times = atoi(arguments[1]);
+  const auto update = count > 2 ? nuv_inner_update_app_count : nuv_db_update_app_count;
   if (nuv_inner_db_init() != 0) return 1;
   Say("ready\n");
   for (int i = 0; times == 0 || i < times; ++i) {
-    const int result = nuv_db_update_app_count("app");
+    const int result = update("app");
     Say(result == 0 ? "." : result == -2 ? "b" : "x");
   }
 }
