@@ -28,7 +28,7 @@ nuv_add_white_box_test(nuv_fork_test)
 # Programs that tests start: they use the library as everybody does.
 function(nuv_add_client name)
   add_executable(${name} clients/${name}.cpp)
-  set_property(GLOBAL APPEND PROPERTY NUV_TEST_PROGRAMS ${name})
+  set_property(GLOBAL APPEND PROPERTY NUV_TEST_CLIENTS ${name})
   target_link_libraries(${name} PRIVATE nuv_launcher_api nuv_build_flags Threads::Threads ${ARGN})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
 endfunction()

@@ -31,7 +31,7 @@ nuv_add_script_test(PlatformHeadersCompileAlone
 # What keeps ThreadSanitizer quiet about GLib must not keep it quiet about us.
 if(NUV_SANITIZE MATCHES "thread")
   add_executable(planted_race packaging/planted_race.cpp)
-  add_dependencies(nuv_library_tests planted_race)
+  add_dependencies(nuv_thread_tests planted_race)
   target_link_libraries(planted_race PRIVATE PkgConfig::GIO nuv_build_flags)
   set_target_properties(planted_race PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   nuv_add_script_test(ThreadSanitizerReportsAPlantedRace $<TARGET_FILE:planted_race>)
