@@ -4,6 +4,7 @@
 #include <nuv_common/nuv_lock.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 
 #include "catalogue_log.h"
@@ -18,7 +19,19 @@ extern "C" const char* __tsan_default_options() {
 
 namespace {
 
+using sqlite_faults::Executed;
+using sqlite_faults::LiveStatements;
 using sqlite_faults::Openings;
+
+// Called in fork() once the library has prepared for it: the handlers that are registered first are called last.
+std::function<void()> when_library_is_prepared;
+__attribute__((constructor(102))) void RegisterBeforeTheLibrary() {
+  pthread_atfork(
+      [] {
+        if (when_library_is_prepared) when_library_is_prepared();
+      },
+      nullptr, nullptr);
+}
 
 int Find(const char* id) {
   nuv_app_info_s info = {};
@@ -39,12 +52,24 @@ class CatalogueFork : public DatabaseTest {
       if (waiting_.exchange(true)) return;
       WaitUntil([this] { return go_on_.load(); });
     });
-    query_ = std::async(std::launch::async, [] { return Find("app"); });
+    query_ = std::async(std::launch::async, [this] {
+      const int result = Find("app");
+      Rest(answered_);
+      return result;
+    });
     ASSERT_TRUE(WaitUntil([this] { return waiting_.load(); }));
+  }
+
+  // What a thread does at its end where the test wants it still while the process forks.
+  void Rest(std::atomic<bool>& arrived) {
+    arrived = true;
+    WaitUntil([this] { return !rest_.load(); });
   }
 
   std::atomic<bool> waiting_{false};
   std::atomic<bool> go_on_{false};
+  std::atomic<bool> rest_{false};
+  std::atomic<bool> answered_{false};
   std::future<int> query_;
 };
 
@@ -120,14 +145,27 @@ TEST_F(CatalogueFork, WorksInAWriteAheadLog) {
   EXPECT_EQ(0, InChild([] { return Find("later"); }));
 }
 
+// ThreadSanitizer's allocator does not survive a fork in the middle of another thread's allocation, so the other
+// threads have come to rest when the process is copied.
 TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
   auto locker = LockDatabase();
+  rest_ = true;
   StartBusyQuery();
+  std::atomic<bool> released{false};
   auto release = std::async(std::launch::async, [&] {
     locker->KillAndWait();
     go_on_ = true;
+    Rest(released);
   });
+  bool query_was_over = false;
+  when_library_is_prepared = [&] {
+    query_was_over = !Executed().empty() && LiveStatements() == 0;
+    WaitUntil([&] { return answered_ && released; });
+  };
   EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  when_library_is_prepared = nullptr;
+  EXPECT_TRUE(query_was_over);
+  rest_ = false;
   EXPECT_EQ(0, query_.get());
   release.get();
 }
