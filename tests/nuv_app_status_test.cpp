@@ -7,7 +7,7 @@
 
 #include "effects.h"
 #include "fake_apps.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_database_test.h"
 
 namespace {
@@ -131,8 +131,8 @@ TEST_F(StatusTest, AsksForAnAndroidApplicationByItself) {
 
 TEST_F(StatusTest, TakesTheLockOfTheInnerSideOnly) {
   const auto ask = [this] { EXPECT_EQ(0, nuv_get_app_status("web", &status_)); };
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, ask));
-  EXPECT_TRUE(WaitsWhileHeld(g_inner_Mute, ask));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, ask));
+  EXPECT_TRUE(TakesMutex(g_inner_Mute, ask));
 }
 
 TEST_F(StatusTest, AnswersManyThreads) {

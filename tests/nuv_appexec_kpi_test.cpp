@@ -3,7 +3,7 @@
 #include <nuv_common/nuv_lock.h>
 
 #include "effects.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_database_test.h"
 
 namespace {
@@ -119,7 +119,7 @@ TEST_F(KpiTest, ReportsARefusalOfTheServiceAndAnUnusableLink) {
 }
 
 TEST_F(KpiTest, DoesNotWaitForALaunchOfAnotherThread) {
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [] { EXPECT_EQ(0, Send("package")); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [] { EXPECT_EQ(0, Send("package")); }));
 }
 
 }  // namespace

@@ -243,8 +243,8 @@ TEST_F(InnerAppList, NeedsPlacesForItsResults) {
 }
 
 TEST_F(InnerAppList, TakesTheInnerMutexOnly) {
-  EXPECT_TRUE(WaitsFor(g_inner_Mute, [this] { Get(); }));
-  EXPECT_TRUE(PassesBy(g_Mute, [this] { Get(); }));
+  EXPECT_TRUE(TakesMutex(g_inner_Mute, [this] { Get(); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [this] { Get(); }));
 }
 
 }  // namespace

@@ -187,11 +187,11 @@ TEST_P(InnerQuery, AnyOtherStepResultEndsIt) {
 TEST_P(InnerQuery, TakesTheInnerMutexOrNoneAndNeverTheOther) {
   const auto call = [] { EXPECT_EQ(GetParam().none, GetParam().call("none")); };
   if (GetParam().locks) {
-    EXPECT_TRUE(WaitsFor(g_inner_Mute, call));
+    EXPECT_TRUE(TakesMutex(g_inner_Mute, call));
   } else {
-    EXPECT_TRUE(PassesBy(g_inner_Mute, call));
+    EXPECT_TRUE(LeavesMutexAlone(g_inner_Mute, call));
   }
-  EXPECT_TRUE(PassesBy(g_Mute, call));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, call));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, InnerQuery, ::testing::ValuesIn(kQueries),

@@ -141,8 +141,8 @@ TEST_P(InnerWrite, AConstraintIsAFailure) {
 
 TEST_P(InnerWrite, OnlyTheWriteOfAValueLocksAndAsksForTheRepairMarker) {
   const auto call = [] { GetParam().call("app"); };
-  EXPECT_EQ(GetParam().locks, WaitsFor(g_inner_Mute, call));
-  EXPECT_TRUE(PassesBy(g_Mute, call));
+  EXPECT_EQ(GetParam().locks, TakesMutex(g_inner_Mute, call));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, call));
   DisConnect_Inner();
   ASSERT_EQ(0, nuv_inner_db_init());
   fake_platform::SetRepairMarker(true);

@@ -129,12 +129,12 @@ TEST_F(InnerDb, AQueryTriesAgainAfterAFailedOpening) {
 }
 
 TEST_F(InnerDb, InitWaitsForTheInnerMutexAndTheExchangesDoNot) {
-  EXPECT_TRUE(WaitsFor(g_inner_Mute, [] { nuv_inner_db_init(); }));
-  EXPECT_TRUE(PassesBy(g_inner_Mute, [] {
+  EXPECT_TRUE(TakesMutex(g_inner_Mute, [] { nuv_inner_db_init(); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_inner_Mute, [] {
     nuv_db_ro_exchange();
     nuv_db_rw_exchange();
   }));
-  EXPECT_TRUE(PassesBy(g_Mute, [] {
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [] {
     nuv_inner_db_init();
     nuv_db_ro_exchange();
     nuv_db_rw_exchange();

@@ -76,10 +76,10 @@ TEST_F(InnerValueUpdate, ABusyDatabaseGivesMinusTwo) {
 }
 
 TEST_F(InnerValueUpdate, ReopensBeforeItWaitsForTheMutex) {
-  EXPECT_TRUE(PassesBy(g_Mute, [] { nuv_inner_update_app_by_key_value("app", kVersion, "1.5"); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [] { nuv_inner_update_app_by_key_value("app", kVersion, "1.5"); }));
   Forget();
   std::atomic<bool> ended{false};
-  pthread_mutex_lock(&g_inner_Mute);
+  g_inner_Mute.lock();
   std::thread thread([&] {
     EXPECT_EQ(0, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
     ended = true;
@@ -87,7 +87,7 @@ TEST_F(InnerValueUpdate, ReopensBeforeItWaitsForTheMutex) {
   EXPECT_TRUE(WaitUntil([] { return LogLines() == Join({kStart, kConnected, {"4 Start"}}); }));
   EXPECT_FALSE(WaitUntil([&] { return ended.load(); }, Milliseconds(100)));
   EXPECT_EQ("1.5", Version());
-  pthread_mutex_unlock(&g_inner_Mute);
+  g_inner_Mute.unlock();
   thread.join();
   EXPECT_EQ("2.0", Version());
 }

@@ -8,7 +8,7 @@
 
 #include "effects.h"
 #include "fake_apps.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 
@@ -238,8 +238,8 @@ TEST_F(AppControlCall, EndsAnExceptionOfACallbackAtTheEdge) {
 }
 
 TEST_F(AppControlCall, DoesNotWaitForALaunchOfAnotherThread) {
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [this] { EXPECT_EQ(0, Launch(SimpleRequest())); }));
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [] { EXPECT_EQ(-1, nuv_launch_app_ex(nullptr, nullptr, nullptr)); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [this] { EXPECT_EQ(0, Launch(SimpleRequest())); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [] { EXPECT_EQ(-1, nuv_launch_app_ex(nullptr, nullptr, nullptr)); }));
 }
 
 TEST_F(AppControlCall, TwoThreadsMayBeInItAtOnce) {

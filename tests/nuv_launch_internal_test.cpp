@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "effects.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_database_test.h"
 
 namespace {
@@ -226,7 +226,7 @@ TEST_F(InternalLaunch, TellsTheCallbackTheResultAsANotification) {
 }
 
 TEST_F(InternalLaunch, DoesNotWaitForALaunchOfAnotherThread) {
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [this] {
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [this] {
     EXPECT_EQ(0, Launch("package"));
     EXPECT_EQ(-1, Launch("nobody"));
   }));

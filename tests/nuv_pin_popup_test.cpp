@@ -8,7 +8,7 @@
 
 #include "effects.h"
 #include "fake_apps.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_test.h"
 #include "negative_threads.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
@@ -276,7 +276,7 @@ TEST_F(PinPopup, WithoutABusSendsAndSpendsNothing) {
 
 TEST_F(PinPopup, DoesNotWaitForALaunchOfAnotherThread) {
   _NUV_LAUNCHER_DATA record = Record();
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [&] { EXPECT_EQ(0, nuv_launch_Pin_Popup(0, 2, record)); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [&] { EXPECT_EQ(0, nuv_launch_Pin_Popup(0, 2, record)); }));
 }
 
 TEST_F(PinPopup, MayBeAskedForByManyThreads) {

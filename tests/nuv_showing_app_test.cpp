@@ -9,7 +9,7 @@
 
 #include "effects.h"
 #include "fake_apps.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_database_test.h"
 #include "nuv_launcher_api/nuv_running_apps.h"
 
@@ -209,8 +209,8 @@ TEST_F(ShowingTest, ThrowsForAVisibleApplicationWithoutAPlatformId) {
 
 TEST_F(ShowingTest, TakesTheLockOfTheInnerSideOnly) {
   fake_platform::SetRunningApps({{"kelvo.two", kVisible}});
-  EXPECT_TRUE(EndsWhileHeld(g_Mute, [] { EXPECT_EQ("two", Ask()); }));
-  EXPECT_TRUE(WaitsWhileHeld(g_inner_Mute, [] { EXPECT_EQ("two", nuv_get_showing_appid()); }));
+  EXPECT_TRUE(LeavesMutexAlone(g_Mute, [] { EXPECT_EQ("two", Ask()); }));
+  EXPECT_TRUE(TakesMutex(g_inner_Mute, [] { EXPECT_EQ("two", nuv_get_showing_appid()); }));
 }
 
 class IteratorTest : public ShowingTest {

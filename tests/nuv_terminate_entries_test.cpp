@@ -7,7 +7,7 @@
 #include <ostream>
 
 #include "effects.h"
-#include "held_lock.h"
+#include "held_mutex.h"
 #include "launch_database_test.h"
 
 namespace {
@@ -101,11 +101,11 @@ TEST_P(TerminateTest, ReportsAnUnusableLink) {
 TEST_P(TerminateTest, WaitsForALaunchOnlyToReadTheCatalogueByRunTitle) {
   const auto call = [] { EXPECT_EQ(0, GetParam().call(GetParam().known)); };
   if (GetParam().waits) {
-    EXPECT_TRUE(WaitsWhileHeld(g_Mute, call));
+    EXPECT_TRUE(TakesMutex(g_Mute, call));
   } else {
-    EXPECT_TRUE(EndsWhileHeld(g_Mute, call));
+    EXPECT_TRUE(LeavesMutexAlone(g_Mute, call));
   }
-  EXPECT_TRUE(EndsWhileHeld(g_inner_Mute, call));
+  EXPECT_TRUE(LeavesMutexAlone(g_inner_Mute, call));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, TerminateTest, ValuesIn(kTerminates),

@@ -1,28 +1,56 @@
 // The library's named process-wide mutexes and the helpers of its private ones.
 #pragma once
 
+#include <nuv_common/nuv_thread_safety.h>
 #include <pthread.h>
 
 #include <new>
 #include <utility>
 
+inline constexpr pthread_mutex_t kPlainMutex = PTHREAD_MUTEX_INITIALIZER;
+inline constexpr pthread_mutex_t kRecursiveMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
+// A POSIX mutex that the analysis of locks knows.
+class NUV_CAPABILITY Mutex {
+ public:
+  constexpr explicit Mutex(pthread_mutex_t initial = kPlainMutex) : m_mutex(initial) {}
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock() NUV_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
+  bool try_lock() NUV_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
+  bool try_lock_until(const timespec& deadline) NUV_TRY_ACQUIRE(true) {
+    return pthread_mutex_timedlock(&m_mutex, &deadline) == 0;
+  }
+  void unlock() NUV_RELEASE() { pthread_mutex_unlock(&m_mutex); }
+
+  // As it was made, whoever held it: for a forked child, in which that thread does not exist.
+  void Renew(const pthread_mutex_t& initial) { m_mutex = initial; }
+
+  // For what waits on a condition.
+  operator pthread_mutex_t&() { return m_mutex; }  // NOLINT(google-explicit-constructor): it is one
+
+ private:
+  pthread_mutex_t m_mutex;
+};
+
 // Held by a launch for its whole run, and by the read side of the application database. The thread that holds it may
 // enter again: a failure callback runs while it is held and may launch.
-extern pthread_mutex_t g_Mute;
+extern Mutex g_Mute;
 
 // Held by the queries and changes of the inner side of the application database.
-extern pthread_mutex_t g_inner_Mute;
+extern Mutex g_inner_Mute;
 
 // Locks a mutex for the life of the guard.
-class CNUVClientAutoLock {
+class NUV_SCOPED_CAPABILITY CNUVClientAutoLock {
  public:
-  explicit CNUVClientAutoLock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-  ~CNUVClientAutoLock() { pthread_mutex_unlock(&m_mutex); }
+  explicit CNUVClientAutoLock(Mutex& mutex) NUV_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
+  ~CNUVClientAutoLock() NUV_RELEASE() { m_mutex.unlock(); }
   CNUVClientAutoLock(const CNUVClientAutoLock&) = delete;
   CNUVClientAutoLock& operator=(const CNUVClientAutoLock&) = delete;
 
  private:
-  pthread_mutex_t& m_mutex;
+  Mutex& m_mutex;
 };
 
 // An object that lives as long as the process: its destructor never runs, so a thread that outlives static

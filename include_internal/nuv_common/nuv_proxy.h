@@ -10,6 +10,7 @@
 
 #include <gio/gio.h>
 #include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_lock.h>
 #include <pthread.h>
 #include <sys/types.h>
 
@@ -17,7 +18,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -101,13 +101,13 @@ class CNUVGdbus {
   };
 
   bool ProbeService();
-  int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable);
+  int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) NUV_REQUIRES(m_proxyMutex);
   bool Connect();
-  bool StartListener();
+  bool StartListener() NUV_REQUIRES(m_proxyMutex);
   bool CreateListenerThread();
-  void JoinEndedListeners();
+  void JoinEndedListeners() NUV_REQUIRES(m_proxyMutex);
   void WaitForListener();
-  void RetireListener();
+  void RetireListener() NUV_REQUIRES(m_proxyMutex);
   unsigned int Generation() const;
   std::shared_ptr<ListenerRun> CurrentRun() const;
 
@@ -121,36 +121,38 @@ class CNUVGdbus {
   ListenerHandles TakeListenerHandles();
   bool OnObsoleteListener() const;
 
-  pthread_t m_thread;         // the listener; 0 when none runs
-  std::string m_processName;  // executable of this process
-  std::string m_objectName;   // "obj" and the process id
+  // The handshake's mutex and condition live as long as the link: a listener may be later than its creator's wait.
+  Mutex m_waitMutex;
+  pthread_cond_t m_waitCond;
+  Mutex m_monitorMutex;
+  Mutex m_proxyMutex;
+  mutable Mutex m_stateMutex;
+
+  pthread_t m_thread NUV_GUARDED_BY(m_stateMutex);        // the listener; 0 when none runs
+  std::string m_processName;                              // executable of this process
+  std::string m_objectName NUV_GUARDED_BY(m_stateMutex);  // "obj" and the process id
   std::map<int32_t, _NUV_PROXY_ASYNC_EVENT> m_asyncEventMap;
   AsyncCallback m_asyncCallback;
   void* m_userData;
-  std::string m_introspectionXml;
+  std::string m_introspectionXml NUV_GUARDED_BY(m_stateMutex);
   std::atomic<bool> m_proxyCreated;
   std::string m_name;
   std::string m_server;
-  int32_t m_waitFlag;  // 1 until a listener has registered its object, then 0 for good
-  GMainLoopHandle m_mainLoop;
-  unsigned int m_registrationId;
-  unsigned int m_ownerId;
-  GNodeInfoHandle m_nodeInfo;
-  GDBusInterfaceVTable m_vtable;
-  GConnectionHandle m_connection;
-  GConnectionHandle m_ownConnection;  // the connection that the client object is registered on
-  // The handshake's mutex and condition live as long as the link: a listener may be later than its creator's wait.
-  pthread_mutex_t m_waitMutex;
-  pthread_cond_t m_waitCond;
-  pthread_mutex_t m_monitorMutex;
-  pthread_mutex_t m_proxyMutex;
+  int32_t m_waitFlag NUV_GUARDED_BY(m_waitMutex);  // 1 until a listener has registered its object, then 0 for good
+  GMainLoopHandle m_mainLoop NUV_GUARDED_BY(m_stateMutex);
+  unsigned int m_registrationId NUV_GUARDED_BY(m_stateMutex);
+  unsigned int m_ownerId NUV_GUARDED_BY(m_stateMutex);
+  GNodeInfoHandle m_nodeInfo NUV_GUARDED_BY(m_stateMutex);
+  GDBusInterfaceVTable m_vtable NUV_GUARDED_BY(m_stateMutex);
+  GConnectionHandle m_connection NUV_GUARDED_BY(m_stateMutex);
+  GConnectionHandle m_ownConnection
+      NUV_GUARDED_BY(m_stateMutex);  // the connection that the client object is registered on
 
   ServiceNames m_service;  // settled by the constructor
 
-  mutable std::mutex m_stateMutex;
-  std::shared_ptr<ListenerRun> m_run;       // the current listener's
-  unsigned int m_generation = 0;            // counts the connections made
-  std::vector<pthread_t> m_retiredThreads;  // listeners of earlier connections, not yet joined; under m_proxyMutex
+  std::shared_ptr<ListenerRun> m_run NUV_GUARDED_BY(m_stateMutex);       // the current listener's
+  unsigned int m_generation NUV_GUARDED_BY(m_stateMutex) = 0;            // counts the connections made
+  std::vector<pthread_t> m_retiredThreads NUV_GUARDED_BY(m_proxyMutex);  // of earlier connections, not yet joined
 };
 
 // Executable path of the calling process; empty when it cannot be read.

@@ -27,19 +27,19 @@ class DefaultContext {
 
 // The listener's own mutex. The listener before this one ends soon, unless it is in a caller's callback: nobody is made
 // to wait for that one.
-class MonitorLock {
+class NUV_SCOPED_CAPABILITY MonitorLock {
  public:
-  MonitorLock(pthread_mutex_t& mutex, ListenerRun& run) : m_mutex(mutex) {
+  MonitorLock(Mutex& mutex, ListenerRun& run) NUV_ACQUIRE(mutex) : m_mutex(mutex) {
     timespec deadline{};
     clock_gettime(CLOCK_REALTIME, &deadline);
     deadline.tv_nsec += kPatienceNs;
     deadline.tv_sec += deadline.tv_nsec / kSecondNs;
     deadline.tv_nsec %= kSecondNs;
-    if (pthread_mutex_timedlock(&m_mutex, &deadline) == 0) return;
+    if (m_mutex.try_lock_until(deadline)) return;
     run.Settle();
-    pthread_mutex_lock(&m_mutex);
+    m_mutex.lock();
   }
-  ~MonitorLock() { pthread_mutex_unlock(&m_mutex); }
+  ~MonitorLock() NUV_RELEASE() { m_mutex.unlock(); }
   MonitorLock(const MonitorLock&) = delete;
   MonitorLock& operator=(const MonitorLock&) = delete;
 
@@ -47,7 +47,7 @@ class MonitorLock {
   static constexpr long kSecondNs = 1000000000;
   static constexpr long kPatienceNs = 800000000;
 
-  pthread_mutex_t& m_mutex;
+  Mutex& m_mutex;
 };
 
 // Runs a function in a context as soon as that is next dispatched.
@@ -137,7 +137,7 @@ void* CNUVGdbus::m_Monitor(void* instance) {
 
 // The run of the calling thread, or null where a later listener has taken its place already.
 std::shared_ptr<ListenerRun> CNUVGdbus::JoinAsListener() {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   return pthread_equal(m_thread, pthread_self()) != 0 ? m_run : nullptr;
 }
 
@@ -159,7 +159,7 @@ void CNUVGdbus::RunListener(const std::shared_ptr<ListenerRun>& run) {
 bool CNUVGdbus::ParseIntrospection() {
   std::string document;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     document = m_introspectionXml;
     const size_t mark = document.find("%s");
     if (mark != std::string::npos) document.replace(mark, 2, m_objectName);
@@ -176,7 +176,7 @@ bool CNUVGdbus::ParseIntrospection() {
     NUV_ERROR("introspection created error ");
     return false;
   }
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   if (m_run.get() != t_run) return false;
   m_nodeInfo = std::move(nodeInfo);
   return true;
@@ -194,7 +194,7 @@ void CNUVGdbus::OwnName(ListenerRun& run) {
   unsigned int ownerId = g_bus_own_name(G_BUS_TYPE_SYSTEM, name.c_str(), kNameFlags, m_OnbusAcquired, m_OnnameAcquired,
                                         nullptr, this, nullptr);
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     if (m_run.get() == &run) m_ownerId = std::exchange(ownerId, 0);
   }
   if (ownerId != 0) g_bus_unown_name(ownerId);
@@ -204,7 +204,7 @@ void CNUVGdbus::RunLoop(ListenerRun& run) {
   const GMainLoopHandle loop(g_main_loop_new(run.context.get(), FALSE));
   bool current = false;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     current = m_run.get() == &run;
     if (current) m_mainLoop.reset(g_main_loop_ref(loop.get()));
   }
@@ -245,7 +245,7 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
   std::string objectName;
   GConnectionHandle own = ShareConnection(connection);
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     std::swap(m_ownConnection, own);
     if (m_nodeInfo != nullptr) nodeInfo.reset(g_dbus_node_info_ref(m_nodeInfo.get()));
     vtable = m_vtable;
@@ -270,7 +270,7 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
   }
   bool current = true;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     current = t_run == nullptr || m_run.get() == t_run;
     if (current) m_registrationId = id;
   }
@@ -303,7 +303,7 @@ void CNUVGdbus::m_DestroyMessageMonitor() {
 
 CNUVGdbus::ListenerHandles CNUVGdbus::TakeListenerHandles() {
   ListenerHandles handles;
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   handles.mainLoop = std::move(m_mainLoop);
   handles.ownerId = std::exchange(m_ownerId, 0);
   handles.nodeInfo = std::move(m_nodeInfo);
@@ -325,6 +325,6 @@ void CNUVGdbus::ListenerHandles::GiveBack() {
 }
 
 bool CNUVGdbus::OnObsoleteListener() const {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   return t_run != nullptr && m_run.get() != t_run;
 }

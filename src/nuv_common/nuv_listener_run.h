@@ -2,10 +2,10 @@
 #pragma once
 
 #include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_lock.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <utility>
 
 struct ListenerRun {
@@ -20,18 +20,20 @@ struct ListenerRun {
   // Settled: a result can be delivered from here on, or it is known that none will be soon.
   void Settle() {
     {
-      const std::lock_guard<std::mutex> lock(m_mutex);
+      const CNUVClientAutoLock lock(m_mutex);
       m_settled = true;
     }
     m_changed.notify_all();
   }
   void WaitSettled(std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, limit, [this] { return m_settled; });
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const CNUVClientAutoLock lock(m_mutex);
+    while (!m_settled && m_changed.wait_until(m_mutex, deadline) != std::cv_status::timeout) {
+    }
   }
 
  private:
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  bool m_settled = false;
+  Mutex m_mutex;
+  std::condition_variable_any m_changed;
+  bool m_settled NUV_GUARDED_BY(m_mutex) = false;
 };

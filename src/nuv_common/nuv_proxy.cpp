@@ -67,7 +67,8 @@ std::string getProcessName() {
 }
 
 CNUVGdbus::CNUVGdbus(const std::string& name, const std::string& server, AsyncCallback callback, void* userData)
-    : m_thread(0),
+    : m_waitCond(PTHREAD_COND_INITIALIZER),
+      m_thread(0),
       m_asyncCallback(callback),
       m_userData(userData),
       m_proxyCreated(false),
@@ -76,11 +77,7 @@ CNUVGdbus::CNUVGdbus(const std::string& name, const std::string& server, AsyncCa
       m_waitFlag(1),
       m_registrationId(0),
       m_ownerId(0),
-      m_vtable(),
-      m_waitMutex(PTHREAD_MUTEX_INITIALIZER),
-      m_waitCond(PTHREAD_COND_INITIALIZER),
-      m_monitorMutex(PTHREAD_MUTEX_INITIALIZER),
-      m_proxyMutex(PTHREAD_MUTEX_INITIALIZER) {
+      m_vtable() {
   NUV_INFO("CNUVGdbus [%s] constructor.", name.c_str());
   m_processName = getProcessName();
   if (m_processName.empty()) m_processName = "no_name";
@@ -108,16 +105,16 @@ void CNUVGdbus::ReleaseClientObject() {
   unsigned int registrationId = 0;
   GConnectionHandle connection;
   if (!IsForkedChild()) {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     if (m_registrationId != 0 && m_ownConnection != nullptr) {
       registrationId = std::exchange(m_registrationId, 0);
       connection = std::move(m_ownConnection);
     }
   }
   if (connection != nullptr) g_dbus_connection_unregister_object(connection.get(), registrationId);
-  if (!IsForkedChild() && pthread_mutex_trylock(&m_proxyMutex) == 0) {
+  if (!IsForkedChild() && m_proxyMutex.try_lock()) {
     JoinEndedListeners();
-    pthread_mutex_unlock(&m_proxyMutex);
+    m_proxyMutex.unlock();
   }
   NUV_INFO("CNUVGdbus [%s] destructor end", m_name.c_str());
 }
@@ -149,7 +146,7 @@ bool CNUVGdbus::ProbeService() {
 int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) {
   m_proxyCreated = false;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     m_introspectionXml = introspectionXml;
     m_vtable = vtable;
   }
@@ -170,7 +167,7 @@ bool CNUVGdbus::Connect() {
   NUV_INFO("getting gdus connection.");
   GConnectionHandle previous;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     previous = std::move(m_connection);
   }
   previous.reset();  // the shared connection is only made anew when nobody holds the closed one
@@ -185,7 +182,7 @@ bool CNUVGdbus::Connect() {
   NUV_INFO("getpid %d", getpid());
   GConnectionHandle privateBus(bus.context == nullptr ? nullptr : ShareConnection(bus.connection.get()));
   auto run = std::make_shared<ListenerRun>(std::move(bus.context), std::move(privateBus));
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   m_connection = std::move(bus.connection);
   m_run = std::move(run);
   m_objectName = "obj" + std::to_string(getpid());
@@ -216,7 +213,7 @@ void CNUVGdbus::JoinEndedListeners() {
 bool CNUVGdbus::CreateListenerThread() {
   const AllSignalsBlocked guard;
   // The new thread starts by taking this lock, and so finds its own id in m_thread.
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   if (pthread_create(&m_thread, nullptr, m_Monitor, this) == 0) return true;
   m_thread = 0;
   return false;
@@ -234,7 +231,7 @@ void CNUVGdbus::WaitForListener() {
       gettimeofday(&now, nullptr);
       const timespec deadline{now.tv_sec + kListenerWaitSeconds, now.tv_usec * 1000};
       NUV_INFO("TAKE_TRY timedwait start.");
-      pthread_cond_timedwait(&m_waitCond, &m_waitMutex, &deadline);
+      pthread_cond_timedwait(&m_waitCond, &static_cast<pthread_mutex_t&>(m_waitMutex), &deadline);
       NUV_INFO("TAKE_TRY timedwait end.");
     }
     registered = m_waitFlag == 0;
@@ -259,7 +256,7 @@ void CNUVGdbus::GiveProxy() {
   m_DestroyMessageMonitor();
   GConnectionHandle connection;
   {
-    const std::lock_guard<std::mutex> lock(m_stateMutex);
+    const CNUVClientAutoLock lock(m_stateMutex);
     connection = std::move(m_connection);
   }
   if (connection != nullptr) NUV_ERROR("release the nuv api gdbus connection.");
@@ -270,7 +267,7 @@ void CNUVGdbus::GiveProxy() {
 
 CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
   Endpoint endpoint;
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   endpoint.connection = ShareConnection(m_connection.get());
   endpoint.objectName = m_objectName;
   endpoint.listenerId = static_cast<int32_t>(m_thread);
@@ -278,17 +275,17 @@ CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
 }
 
 int32_t CNUVGdbus::ListenerId() const {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   return static_cast<int32_t>(m_thread);
 }
 
 std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   return m_run;
 }
 
 unsigned int CNUVGdbus::Generation() const {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
+  const CNUVClientAutoLock lock(m_stateMutex);
   return m_generation;
 }
 

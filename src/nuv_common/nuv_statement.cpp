@@ -4,7 +4,7 @@
 
 namespace {
 
-void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& origin) {
+void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   if (side.statement == nullptr) return;
   NUV_INFO_FROM(origin, "finalize %s", name);
   sqlite3_finalize(side.statement);
@@ -12,18 +12,18 @@ void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& or
 }
 
 // The connection's own words, which a result code alone does not give.
-void LogSqliteMessage(const DatabaseSide& side, const LogOrigin& origin) {
+void LogSqliteMessage(const DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   NUV_ERROR_FROM(origin, NUV_RED "SQLite: %s" NUV_PLAIN, sqlite3_errmsg(side.connection));
 }
 
-bool HasStatement(const DatabaseSide& side, const LogOrigin& origin) {
+bool HasStatement(const DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   if (side.statement != nullptr) return true;
   NUV_ERROR_FROM(origin, NUV_RED "%s is NULL" NUV_PLAIN, side.statementName);
   return false;
 }
 
 // Steps until the database is not busy, the tries are used up, or the statement has vanished.
-int StepUntilAnswered(DatabaseSide& side, const LogOrigin& origin) {
+int StepUntilAnswered(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   for (int tries = 1;; ++tries) {
     const int code = sqlite3_step(side.statement);
     if (code != SQLITE_BUSY) return code;
@@ -39,7 +39,7 @@ int StepUntilAnswered(DatabaseSide& side, const LogOrigin& origin) {
 }
 
 // Prepares until the database is not busy or the tries are used up.
-int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& origin) {
+int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   for (int tries = 1;; ++tries) {
     const int code = sqlite3_prepare_v2(side.connection, sql, -1, &side.statement, nullptr);
     if (code != SQLITE_BUSY) return code;
@@ -106,7 +106,7 @@ int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) {
   return code;
 }
 
-StatementTurn::~StatementTurn() {
+StatementTurn::~StatementTurn() NUV_UNANALYSED {
   FinalizeStatement(m_side, m_side.statementName, NUV_HERE);
 }
 
@@ -114,15 +114,15 @@ bool WaitForTurnBeforeFork(DatabaseSide& side) {
   timespec limit = {};
   clock_gettime(CLOCK_REALTIME, &limit);
   limit.tv_sec += 1;
-  return pthread_mutex_timedlock(&side.turn, &limit) == 0;
+  return side.turn.try_lock_until(limit);
 }
 
 void EndTurnAfterFork(DatabaseSide& side) {
-  pthread_mutex_unlock(&side.turn);
+  side.turn.unlock();
 }
 
-void ForgetConnectionInChild(DatabaseSide& side) {
-  side.turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+void ForgetConnectionInChild(DatabaseSide& side) NUV_UNANALYSED {
+  side.turn.Renew(kRecursiveMutex);
   side.connection = nullptr;
   side.statement = nullptr;
 }

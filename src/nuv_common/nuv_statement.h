@@ -1,6 +1,7 @@
 // The statement cycle of the application database: what the reading and the writing side of the library have in common.
 #pragma once
 
+#include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 #include <pthread.h>
 #include <sqlite3.h>
@@ -19,31 +20,31 @@ int OutOfMemory(const LogOrigin& origin);
 struct DatabaseSide {
   const char* statementName;  // as log lines have it
   void (*waitBeforeRetry)();
-  sqlite3*& connection;
-  sqlite3_stmt*& statement;
+  sqlite3*& connection NUV_GUARDED_BY(turn);
+  sqlite3_stmt*& statement NUV_GUARDED_BY(turn);
   // A leaf: nothing but SQLite and the log is called under it.
-  pthread_mutex_t turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+  Mutex turn{kRecursiveMutex};
 };
 
 // Opens the database at path without ever creating it: SQLite's code. A connection may be there after a failure, too.
-int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag);
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) NUV_REQUIRES(side.turn);
 
 // Closes what a failed opening left, and logs its reason.
-void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin);
+void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
 
 // Compiles sql into the side's statement: 0, kDatabaseFailed or kDatabaseBusy. No statement is left after a failure.
-int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin);
+int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) NUV_REQUIRES(side.turn);
 
 // Advances the side's statement by one row and returns SQLite's code; SQLite's general error where there is no
 // statement. Every result but a row ends the statement: it is finalized and null.
-int StepWithRetry(DatabaseSide& side, const LogOrigin& origin);
+int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
 
 // One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
 // a turn.
-class DatabaseTurn {
+class NUV_SCOPED_CAPABILITY DatabaseTurn {
  public:
-  explicit DatabaseTurn(DatabaseSide& side) : m_side(side) { pthread_mutex_lock(&side.turn); }
-  ~DatabaseTurn() { pthread_mutex_unlock(&m_side.turn); }
+  explicit DatabaseTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) : m_side(side) { side.turn.lock(); }
+  ~DatabaseTurn() NUV_RELEASE() { m_side.turn.unlock(); }
   DatabaseTurn(const DatabaseTurn&) = delete;
   DatabaseTurn& operator=(const DatabaseTurn&) = delete;
 
@@ -53,16 +54,16 @@ class DatabaseTurn {
 
 // A turn for one statement, from prepare to finalize. A statement that an exception left live is finalized at the end:
 // it would keep the service from writing.
-class StatementTurn : private DatabaseTurn {
+class NUV_SCOPED_CAPABILITY StatementTurn : private DatabaseTurn {
  public:
-  explicit StatementTurn(DatabaseSide& side) : DatabaseTurn(side) {}
-  ~StatementTurn();
+  explicit StatementTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) NUV_UNANALYSED : DatabaseTurn(side) {}
+  ~StatementTurn() NUV_RELEASE();
 };
 
 // What fork() does to a side. The parent's query is let finish, at most a second long, so that the child does not find
 // SQLite in the middle of a call. The child forgets the connection: using or closing it would touch the parent's locks.
-bool WaitForTurnBeforeFork(DatabaseSide& side);
-void EndTurnAfterFork(DatabaseSide& side);
+bool WaitForTurnBeforeFork(DatabaseSide& side) NUV_TRY_ACQUIRE(true, side.turn);
+void EndTurnAfterFork(DatabaseSide& side) NUV_RELEASE(side.turn);
 void ForgetConnectionInChild(DatabaseSide& side);
 
 template <DatabaseSide& Side>
@@ -73,12 +74,12 @@ class ForkHandlers {
  private:
   static inline thread_local bool hasTurn = false;
 
-  static void Before() { hasTurn = WaitForTurnBeforeFork(Side); }
-  static void InParent() {
+  static void Before() NUV_UNANALYSED { hasTurn = WaitForTurnBeforeFork(Side); }
+  static void InParent() NUV_UNANALYSED {
     if (hasTurn) EndTurnAfterFork(Side);
   }
   // The turn is made anew; it is ended first for those who keep account of locks, such as ThreadSanitizer.
-  static void InChild() {
+  static void InChild() NUV_UNANALYSED {
     if (hasTurn) EndTurnAfterFork(Side);
     ForgetConnectionInChild(Side);
   }

@@ -11,7 +11,7 @@
 namespace {
 
 // Reads all rows: whether the first column of one of them is the id. Rows behind the match are only stepped through.
-bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin) {
+bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin) NUV_REQUIRES(readSide.turn) {
   bool found = false;
   std::string id;
   while (cycle.NextRow()) {

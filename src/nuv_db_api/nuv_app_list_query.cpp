@@ -17,7 +17,7 @@ constexpr int kFirstDownloadIndex = 300;
 // the two that come on top: the memory is of no use.
 constexpr int kLongList = 2000;
 
-void LimitCachesFor(int count) {
+void LimitCachesFor(int count) NUV_REQUIRES(readSide.turn) {
   if (count > kLongList) LimitCaches();
 }
 

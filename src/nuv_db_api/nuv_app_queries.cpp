@@ -24,7 +24,7 @@ std::string ColumnStatement(const char* key, const std::string& clause) {
   return std::string("  select ") + key + "  from widgetinfo" + clause;
 }
 
-void SkipRows(StatementCycle& cycle) {
+void SkipRows(StatementCycle& cycle) NUV_REQUIRES(readSide.turn) {
   while (cycle.NextRow()) {
   }
 }

@@ -159,7 +159,7 @@ constexpr InnerMember<bool> kInnerFlags[] = {
 };
 
 // What strncpy() does, at half its cost.
-void CopyText(char* member, unsigned column) {
+void CopyText(char* member, unsigned column) NUV_REQUIRES(readSide.turn) {
   const char* text = GetStringFromResult(column);
   const size_t length = strnlen(text, kCopied);
   memcpy(member, text, length);

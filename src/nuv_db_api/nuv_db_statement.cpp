@@ -13,11 +13,15 @@ void WaitForWriter() {
   usleep(10000);
 }
 
+}  // namespace
+
 DatabaseSide readSide = {"g_pStmt", WaitForWriter, g_pConnection, g_pStmt};
+
+namespace {
 
 [[maybe_unused]] const int registered = ForkHandlers<readSide>::Register();
 
-int ConnectToDatabase() {
+int ConnectToDatabase() NUV_REQUIRES(readSide.turn) {
   const char* directory = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
   if (directory == nullptr) {
     NUV_ERROR(NUV_RED "path variable %d has no value" NUV_PLAIN, NUV_PATH_APP_DATABASE_DIR);
@@ -84,7 +88,7 @@ void GetValueByDBPosition(unsigned col, std::string& out) {
   out = GetStringFromResult(col);
 }
 
-StatementCycle::StatementCycle() : m_turn(readSide) {}
+StatementCycle::StatementCycle() NUV_UNANALYSED : m_turn(readSide) {}
 
 int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) {
   const int result = Prepare(sql);

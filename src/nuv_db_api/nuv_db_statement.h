@@ -13,41 +13,43 @@
 
 #include "nuv_common/nuv_statement.h"
 
-extern sqlite3* g_pConnection;  // null until opened
-extern sqlite3_stmt* g_pStmt;   // null where no statement is live
+extern DatabaseSide readSide;
+extern sqlite3* g_pConnection NUV_GUARDED_BY(readSide.turn);  // null until opened
+extern sqlite3_stmt* g_pStmt NUV_GUARDED_BY(readSide.turn);   // null where no statement is live
 
 // Opens the database unless one is open, whatever its path: 0, or -1.
-int Connect(const std::string& path);
+int Connect(const std::string& path) NUV_REQUIRES(readSide.turn);
 
 // Connects and compiles sql into g_pStmt: 0, -1 or, when the database stayed busy, -2. What g_pStmt held is dropped.
-int Prepare(const std::string& sql);
+int Prepare(const std::string& sql) NUV_REQUIRES(readSide.turn);
 
 // Binds record i to parameter i + 1. Texts are not copied: the list has to outlive the statement.
-void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds);
+void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) NUV_REQUIRES(readSide.turn);
 
 // Advances g_pStmt by a row: SQLITE_ROW while there is one, else the statement is gone. SQLITE_ERROR without statement.
-int Step();
+int Step() NUV_REQUIRES(readSide.turn);
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value);
 
 // Makes the connection do with a megabyte for pages and one for sorting: half of SQLite's usual.
 // Without a connection it does nothing.
-void LimitCaches();
+void LimitCaches() NUV_REQUIRES(readSide.turn);
 
 // Values of the current row. The text is never null and is SQLite's: it lives until the next step.
-char* GetStringFromResult(unsigned col);
-int GetIntegerFromResult(unsigned col);
-void GetValueByDBPosition(unsigned col, std::string& out);
+char* GetStringFromResult(unsigned col) NUV_REQUIRES(readSide.turn);
+int GetIntegerFromResult(unsigned col) NUV_REQUIRES(readSide.turn);
+void GetValueByDBPosition(unsigned col, std::string& out) NUV_REQUIRES(readSide.turn);
 
 // One statement from prepare to finalize, undisturbed by other threads.
-class StatementCycle {
+class NUV_SCOPED_CAPABILITY StatementCycle {
  public:
-  StatementCycle();
+  StatementCycle() NUV_ACQUIRE(readSide.turn);
+  ~StatementCycle() NUV_RELEASE() NUV_UNANALYSED = default;
 
   // Prepares and binds: the result of Prepare().
-  int Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds);
-  bool NextRow();
+  int Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) NUV_REQUIRES(readSide.turn);
+  bool NextRow() NUV_REQUIRES(readSide.turn);
 
   // After the last row.
   bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }

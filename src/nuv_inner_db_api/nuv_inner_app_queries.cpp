@@ -84,7 +84,8 @@ constexpr UsageCheck kMostUsed = {"most used", "use_count", "is most used app or
 constexpr UsageCheck kRecentlyUsed = {"recently used", "launch_date", "is recently used app", "check db finish"};
 
 // Whether the id is among the first rows; the rest of them are only stepped through.
-bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check, const LogOrigin& origin) {
+bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check, const LogOrigin& origin)
+    NUV_REQUIRES(innerSide.turn) {
   bool found = false;
   std::string id;
   while (cycle.NextRow()) {

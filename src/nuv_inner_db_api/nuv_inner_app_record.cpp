@@ -187,7 +187,7 @@ static_assert(offsetof(_APPSINFO_T, id) == 80);
 static_assert(offsetof(_APPSINFO_T, reserved_tinyint_14) == 80 + 32 * sizeof(std::string));
 
 template <typename Members>
-void Fill(_APPSINFO_T& info, const Members& members) {
+void Fill(_APPSINFO_T& info, const Members& members) NUV_REQUIRES(innerSide.turn) {
   for (const auto& member : members) GetValueByPosition(member.column, info.*member.member);
 }
 

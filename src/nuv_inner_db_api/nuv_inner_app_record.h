@@ -3,5 +3,7 @@
 
 #include <nuv/nuv_inner_app_database.h>
 
+#include "nuv_inner_db_api/nuv_db_connection.h"
+
 // From a row of all InnerColumn. Every member is overwritten.
-void m_GetAppInfoFromRow(_APPSINFO_T& info);
+void m_GetAppInfoFromRow(_APPSINFO_T& info) NUV_REQUIRES(innerSide.turn);

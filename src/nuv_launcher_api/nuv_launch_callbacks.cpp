@@ -4,15 +4,14 @@
 #include <pthread.h>
 
 #include <map>
-#include <mutex>
 
 namespace {
 
 // Callers and listeners use the table at the same time, the listeners even while the process exits.
 struct LaunchTable {
-  std::mutex mutex;
-  std::map<int32_t, nuv_launcher_user_callback> launcher_cb_map;
-  uint32_t launcher_event_key = 0;  // wraps like the 32-bit signed number that it is sent as
+  Mutex mutex;
+  std::map<int32_t, nuv_launcher_user_callback> launcher_cb_map NUV_GUARDED_BY(mutex);
+  uint32_t launcher_event_key NUV_GUARDED_BY(mutex) = 0;  // wraps like the 32-bit signed number that it is sent as
 };
 
 // Made when the library is loaded: a child forked while another thread was making it would wait for that thread for
@@ -24,10 +23,10 @@ LaunchTable& Table() {
 }
 
 // A child of fork() finds the table whole and its lock free.
-void LockTable() {
+void LockTable() NUV_UNANALYSED {
   Table().mutex.lock();
 }
-void UnlockTable() {
+void UnlockTable() NUV_UNANALYSED {
   Table().mutex.unlock();
 }
 
@@ -37,24 +36,24 @@ void UnlockTable() {
 
 int32_t TakeLaunchEvent() {
   LaunchTable& table = Table();
-  const std::lock_guard<std::mutex> lock(table.mutex);
+  const CNUVClientAutoLock lock(table.mutex);
   return static_cast<int32_t>(table.launcher_event_key++);
 }
 
 void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback) {
   LaunchTable& table = Table();
-  const std::lock_guard<std::mutex> lock(table.mutex);
+  const CNUVClientAutoLock lock(table.mutex);
   table.launcher_cb_map[event] = callback;
 }
 
 void ForgetLaunchCallback(int32_t event) {
   LaunchTable& table = Table();
-  const std::lock_guard<std::mutex> lock(table.mutex);
+  const CNUVClientAutoLock lock(table.mutex);
   table.launcher_cb_map.erase(event);
 }
 
 nuv_launcher_user_callback FindLaunchCallback(int32_t event) {
   LaunchTable& table = Table();
-  const std::lock_guard<std::mutex> lock(table.mutex);
+  const CNUVClientAutoLock lock(table.mutex);
   return table.launcher_cb_map[event];
 }

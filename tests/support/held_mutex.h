@@ -11,7 +11,7 @@
 #include "process.h"
 
 // Whether the call ends within the limit although another thread holds the mutex. It has ended afterwards in any case.
-inline bool EndsWhileHeld(pthread_mutex_t& mutex, const std::function<void()>& call, Milliseconds limit) {
+inline bool EndsWhileHeld(Mutex& mutex, const std::function<void()>& call, Milliseconds limit) {
   std::atomic<bool> started{false};
   std::future<void> ending;
   bool ended = false;
@@ -28,10 +28,10 @@ inline bool EndsWhileHeld(pthread_mutex_t& mutex, const std::function<void()>& c
   return ended;
 }
 
-inline bool TakesMutex(pthread_mutex_t& mutex, const std::function<void()>& call) {
+inline bool TakesMutex(Mutex& mutex, const std::function<void()>& call) {
   return !EndsWhileHeld(mutex, call, Milliseconds(100));
 }
 
-inline bool LeavesMutexAlone(pthread_mutex_t& mutex, const std::function<void()>& call) {
+inline bool LeavesMutexAlone(Mutex& mutex, const std::function<void()>& call) {
   return EndsWhileHeld(mutex, call, Milliseconds(10000));
 }

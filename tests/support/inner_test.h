@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "database_test.h"
+#include "held_mutex.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "private_bus.h"
 #include "recording_service.h"
@@ -78,26 +79,6 @@ inline const std::vector<std::string> kAllSleeps(49, "sleep 1");
 
 constexpr int kFlagsReadOnly = 0x8001;
 constexpr int kFlagsReadWrite = 0x8002;
-
-// Whether a call of another thread waits for a mutex that this thread holds meanwhile.
-inline bool EndsWhileHeld(pthread_mutex_t& mutex, const std::function<void()>& call, Milliseconds limit) {
-  std::atomic<bool> ended{false};
-  pthread_mutex_lock(&mutex);
-  std::thread thread([&] {
-    call();
-    ended = true;
-  });
-  const bool passed = WaitUntil([&] { return ended.load(); }, limit);
-  pthread_mutex_unlock(&mutex);
-  thread.join();
-  return passed;
-}
-inline bool WaitsFor(pthread_mutex_t& mutex, const std::function<void()>& call) {
-  return !EndsWhileHeld(mutex, call, Milliseconds(100));
-}
-inline bool PassesBy(pthread_mutex_t& mutex, const std::function<void()>& call) {
-  return EndsWhileHeld(mutex, call, Milliseconds(10000));
-}
 
 // A statement with its "?" replaced by the values, which are separated by blanks.
 inline std::string Fill(std::string statement, const std::string& values) {

@@ -9,8 +9,8 @@
 inline bool LockIsFree() {
   bool free = false;
   std::thread([&free] {
-    free = pthread_mutex_trylock(&g_Mute) == 0;
-    if (free) pthread_mutex_unlock(&g_Mute);
+    free = g_Mute.try_lock();
+    if (free) g_Mute.unlock();
   }).join();
   return free;
 }
@@ -18,8 +18,9 @@ inline bool LockIsFree() {
 // Whether the calling thread has taken it, and only once. Not to be asked under one of the library's other locks, as it
 // is taken anew.
 inline bool LockIsHeldOnce() {
-  if (LockIsFree() || pthread_mutex_unlock(&g_Mute) != 0) return false;
+  pthread_mutex_t& mutex = g_Mute;
+  if (LockIsFree() || pthread_mutex_unlock(&mutex) != 0) return false;
   const bool once = LockIsFree();
-  pthread_mutex_lock(&g_Mute);
+  pthread_mutex_lock(&mutex);
   return once;
 }
