@@ -14,6 +14,7 @@ function(nuv_add_database_test name)
   nuv_add_white_box_test(${name} nuv_database_test ${ARGN})
 endfunction()
 
+nuv_add_database_test(left_behind_test)
 nuv_add_database_test(nuv_app_checks_test)
 nuv_add_database_test(nuv_app_damage_test)
 add_dependencies(nuv_app_damage_test catalogue_writer)

@@ -3,6 +3,7 @@ add_library(nuv_white_box STATIC
   support/fake_apps.cpp
   support/fake_platform.cpp
   support/faults.cpp
+  support/left_behind.cpp
   support/recording_service.cpp)
 target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>
   nuv_test_support PRIVATE nuv_build_flags)

@@ -1,0 +1,110 @@
+#include "left_behind.h"
+
+#include <dirent.h>
+#include <nuv_common/nuv_lock.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "nuv_db_api/nuv_db_statement.h"
+#include "nuv_inner_db_api/nuv_db_connection.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using Named = std::map<std::string, std::string>;
+
+// The entries of a directory of numbers, each with what the function knows of it; those that vanish meanwhile, and
+// whatever the function does not want, are left out.
+template <typename Describe>
+Named Numbered(const char* directory, Describe describe) {
+  Named entries;
+  const std::unique_ptr<DIR, int (*)(DIR*)> open(opendir(directory), closedir);
+  while (const dirent* entry = readdir(open.get())) {
+    const std::string number = entry->d_name;
+    if (number[0] == '.' || number == std::to_string(dirfd(open.get()))) continue;
+    const std::string description = describe(std::string(directory) + "/" + number);
+    if (!description.empty()) entries.emplace(number, description);
+  }
+  return entries;
+}
+
+Named Descriptors() {
+  return Numbered("/proc/self/fd", [](const std::string& path) {
+    std::array<char, 512> target{};
+    return readlink(path.c_str(), target.data(), target.size() - 1) < 0 ? std::string() : std::string(target.data());
+  });
+}
+
+Named Threads() {
+  return Numbered("/proc/self/task", [](const std::string& path) {
+    std::string name;
+    std::getline(std::ifstream(path + "/comm"), name);
+    return name;
+  });
+}
+
+void AddDescriptors(const Named& before, Lines& lines) {
+  for (const auto& [number, target] : Descriptors()) {
+    const auto known = before.find(number);
+    if (known != before.end() && known->second == target) continue;
+    lines.push_back("descriptor " + number + " of " + target);
+  }
+}
+
+// A thread may still get its name.
+void AddThreads(const Named& before, Lines& lines) {
+  for (const auto& [id, name] : Threads()) {
+    if (before.count(id) == 0) lines.push_back("thread " + id + " " + name);
+  }
+}
+
+void AddStatements(sqlite3* connection, Lines& lines) {
+  if (connection == nullptr) return;
+  for (sqlite3_stmt* statement = sqlite3_next_stmt(connection, nullptr); statement != nullptr;
+       statement = sqlite3_next_stmt(connection, statement)) {
+    lines.push_back(std::string("statement ") + sqlite3_sql(statement));
+  }
+}
+
+// Locks and what they guard. A mutex that its holder may enter again shows only to another thread.
+void AddHeld(Lines& lines) {
+  const auto take = [&lines](const char* name, pthread_mutex_t& mutex, auto look) {
+    if (pthread_mutex_trylock(&mutex) != 0) {
+      lines.push_back(std::string("lock ") + name);
+      return;
+    }
+    look();
+    pthread_mutex_unlock(&mutex);
+  };
+  take("g_Mute", g_Mute, [] {});
+  take("g_inner_Mute", g_inner_Mute, [] {});
+  take("turn of the read side", readSide.turn, [&] { AddStatements(g_pConnection, lines); });
+  take("turn of the inner side", innerSide.turn, [&] { AddStatements(g_pConnection_Inner, lines); });
+}
+
+}  // namespace
+
+LeftBehind::LeftBehind() : descriptors_(Descriptors()), threads_(Threads()) {}
+
+std::vector<std::string> LeftBehind::LookOnce() const {
+  Lines lines;
+  AddDescriptors(descriptors_, lines);
+  AddThreads(threads_, lines);
+  std::thread([&lines] { AddHeld(lines); }).join();
+  return lines;
+}
+
+std::vector<std::string> LeftBehind::Now(Milliseconds limit) const {
+  Lines lines;
+  WaitUntil(
+      [&] {
+        lines = LookOnce();
+        return lines.empty();
+      },
+      limit);
+  return lines;
+}
