@@ -8,6 +8,11 @@ add_library(nuv_white_box STATIC
 target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>
   nuv_test_support PRIVATE nuv_build_flags)
 
+# Looks after each test, in every program that it is linked into.
+add_library(nuv_left_behind_listener OBJECT support/left_behind_listener.cpp)
+target_link_libraries(nuv_left_behind_listener PRIVATE nuv_test_support nuv_build_flags)
+target_link_libraries(nuv_white_box INTERFACE $<TARGET_OBJECTS:nuv_left_behind_listener>)
+
 function(nuv_add_white_box_test name)
   nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuv_white_box ${ARGN})
 endfunction()
