@@ -56,6 +56,7 @@ target_link_options(nuv_showing_app_test PRIVATE LINKER:--wrap=calloc)
 nuv_add_database_test(nuv_launch_internal_test)
 nuv_add_database_test(nuv_terminate_entries_test)
 nuv_add_database_test(nuv_appexec_kpi_test)
+nuv_add_database_test(nuv_contract_test)
 
 # With the shared library, as a program uses it: nothing that is watched orders the threads.
 nuv_add_client(catalogue_writer PkgConfig::SQLITE)

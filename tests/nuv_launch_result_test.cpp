@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 #include <ostream>
 #include <stdexcept>
@@ -324,6 +325,27 @@ TEST_F(ResultTest, CallbacksRunOneAtATimeOnOneThread) {
   ASSERT_TRUE(heard_.WaitFor(50));
   for (int i = 0; i < 50; ++i) EXPECT_EQ("notify app 900 0 " + std::to_string(i), heard_.Texts()[i]);
   for (const std::thread::id id : heard_.Threads()) EXPECT_EQ(heard_.Threads().front(), id);
+}
+
+std::atomic<bool> in_callback{false};
+std::atomic<bool> may_leave{false};
+void WaitInCallback(const char* app_id, nuv_notify_event_e event, int reserved, int result, void* heard) {
+  in_callback = true;
+  WaitUntil([] { return may_leave.load(); });
+  OnNotify(app_id, event, reserved, result, heard);
+}
+
+TEST_F(ResultTest, ACallbackThatBlocksHoldsUpResultsAndNoLaunch) {
+  WarmUp();
+  ASSERT_EQ(0, nuv_launch_webapp("slow", nullptr, nullptr, WaitInCallback, &heard_));
+  service_->SendToClient(service_->Launches().at(0), {900, 0});
+  ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  EXPECT_FALSE(service_->SendResult(service_->Launches().at(1), {900, 0}, 300));
+  EXPECT_TRUE(heard_.Texts().empty());
+  may_leave = true;
+  ASSERT_TRUE(heard_.WaitFor(2));
+  EXPECT_EQ((std::vector<std::string>{"notify slow 900 0 0", "notify app 900 0 0"}), heard_.Texts());
 }
 
 }  // namespace

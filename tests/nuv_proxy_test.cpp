@@ -129,6 +129,17 @@ TEST_F(LinkTest, WithoutHeartbeatStaysUsableWhileItsConnectionIsOpen) {
   EXPECT_EQ(1, Call("anything"));
 }
 
+TEST_F(LinkTest, ProbesForTenSecondsAtMostAndThenGoesOn) {
+  StartService();
+  ASSERT_EQ(1, Get());
+  service_->AnswerTo("heartbeat", {RecordingService::Answer::kSilence, ""});
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(9900));
+  EXPECT_LE(waited, std::chrono::milliseconds(12000));
+}
+
 TEST_F(LinkTest, IsUsableWithoutAnyService) {
   ASSERT_EQ(1, Get());
   EXPECT_EQ(1, Get());
@@ -146,6 +157,16 @@ TEST_F(LinkTest, IsUnusableWithoutBus) {
   bus_.Start();
   StartService();
   EXPECT_EQ(1, Get());
+}
+
+TEST_F(LinkTest, WaitsForABusThatDoesNotAnswerUntilItDoes) {
+  bus_.Pause();
+  std::atomic<int> result{-1};
+  std::thread connecting([&] { result = Get(); });
+  EXPECT_FALSE(WaitUntil([&] { return result != -1; }, Milliseconds(500)));
+  bus_.Resume();
+  connecting.join();
+  EXPECT_EQ(1, result);
 }
 
 TEST_F(LinkTest, IsUnusableWhenTheBusGivesNeitherConnectionNorError) {
