@@ -120,6 +120,25 @@ TEST_F(NamedMutex, OfTheInnerSideHoldsUpTheseFunctionsAndNoOther) {
   ExpectWaiting(g_inner_Mute, Named::kInner);
 }
 
+TEST_F(NamedMutex, WithoutBusAndDatabaseTheseFunctionsWork) {
+  nuv_db_ro_exchange();
+  bus_.Kill();
+  fake_platform::SetDatabaseDirectory(std::nullopt);
+  sqlite_faults::Forget();
+  const CNUVClientAutoLock launches(g_Mute);
+  const CNUVClientAutoLock inner(g_inner_Mute);
+  std::set<std::string> working = {"ParseStringToList", "GetStrAppType", "nuv_inner_check_app_installing"};
+  std::thread([&working] {
+    for (const Function& function : kFunctions) {
+      if (working.count(function.name) == 0) continue;
+      if (function.call() == function.results.parent) working.erase(function.name);
+    }
+  }).join();
+  EXPECT_TRUE(working.empty());
+  EXPECT_TRUE(sqlite_faults::Openings().empty());
+  EXPECT_TRUE(sqlite_faults::Prepared().empty());
+}
+
 bool InnerMutexIsFree() {
   if (!g_inner_Mute.try_lock()) return false;
   g_inner_Mute.unlock();

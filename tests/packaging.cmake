@@ -1,5 +1,5 @@
-# What an integrator relies on: the exported functions, the way the libraries are linked, who includes whom, headers
-# that compile alone, and an installation that works by itself.
+# What an integrator relies on: the exported functions, their contract, the way the libraries are linked, who includes
+# whom, headers that compile alone, and an installation that works by itself.
 set(packaging ${CMAKE_CURRENT_SOURCE_DIR}/packaging)
 
 # nuv_add_script_test(NAME COMMAND...)
@@ -18,6 +18,10 @@ nuv_add_script_test(LibraryExportsTheListedFunctions
 
 nuv_add_script_test(LayersAreKept ${packaging}/check_layers ${PROJECT_SOURCE_DIR})
 nuv_add_script_test(LayerCheckFindsPlantedViolations ${packaging}/check_layers_finds ${PROJECT_SOURCE_DIR})
+
+# Documentation that tests hold.
+nuv_add_script_test(ContractNamesItsTests ${packaging}/check_contract ${PROJECT_SOURCE_DIR})
+nuv_add_script_test(ContractCheckFindsPlantedGaps ${packaging}/check_contract_finds ${PROJECT_SOURCE_DIR})
 
 set(compilers ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER})
 nuv_add_script_test(InstalledHeadersCompileAlone
