@@ -9,18 +9,23 @@
  *
  *   Threads    Any thread may call. The functions of one process take turns at the database, one query at a time. A
  *              function that is marked "serialised with launches" also waits for a launch that another thread has in
- *              flight, which may take 25 s; the others never do.
+ *              flight, which may take 25 s and longer (see nuv/nuv_launcher_api.h); the others never do.
  *   Blocking   The first query of a process opens the database, which stays open. A database that the service is
- *              writing to is tried again every 10 ms, at most 50 times for the statement and 50 times for each row:
- *              about half a second each. A healthy lookup takes well under a millisecond.
+ *              writing to is tried 50 times, every 10 ms, for the statement and again for its first row: at most 0.98 s
+ *              for a lookup or a check, 1.96 s for a list, which counts first. A healthy lookup takes well under a
+ *              millisecond. The service is never asked.
  *   Ownership  Arguments are copied; what is handed out belongs to the caller. Arrays are one block from malloc(),
- * which the caller gives back with free(). Errors     0 found or done; -1 not found, a bad argument, or a database that
- * cannot be read; -2 the database stayed busy. While the set is being reset or its packages are being repaired every
- * function returns -1 and leaves the database alone. Each failure is in the platform log, with SQLite's own message.
- *   Fork       A child of fork() opens a connection of its own with its first query.
+ *              which the caller gives back with free().
+ *   Errors     0 found or done; -1 not found, a bad argument, or a database that cannot be read; -2 the database stayed
+ *              busy. While the set is being reset or its packages are being repaired every function returns -1 and
+ *              leaves the database alone. Each failure is in the platform log, with SQLite's own message. The next call
+ *              tries again, also where the database could not be opened.
+ *   Fork       A child of fork() opens a connection of its own with its first query. fork() waits, at most a second,
+ *              for a query that another thread has under way.
  *   Memory     A function that runs out of memory returns -1.
  *
- * None of these functions takes a callback, and none leaves a statement open, so none keeps the service from writing.
+ * None of these functions takes a callback, all of them may be called from one, and none leaves a statement open, so
+ * none keeps the service from writing.
  */
 #ifndef NUV_APP_DATABASE_H
 #define NUV_APP_DATABASE_H
@@ -67,7 +72,7 @@ NUV_API int nuv_check_app_is_need_uninstall(const char* app_id);
  */
 NUV_API int nuv_get_isp_bound_widget_list(nuv_app_info_s** list, int* count);
 
-/** Lists the hybrid-TV applications, like nuv_get_isp_bound_widget_list(). */
+/** Lists the hybrid-TV applications, like nuv_get_isp_bound_widget_list(). Serialised with launches. */
 NUV_API int nuv_get_hybrid_widget_list(nuv_app_info_s** list, int* count);
 
 #ifdef __cplusplus
@@ -76,7 +81,7 @@ NUV_API int nuv_get_hybrid_widget_list(nuv_app_info_s** list, int* count);
 #include <string>
 
 /**
- * Finds an application by its id, its kelvo id or its package name.
+ * Finds an application by its id, its kelvo id or its package name. Not serialised with launches.
  *
  * @param app_id null or empty is refused
  * @param info   receives the first match, as for nuv_get_app_info_by_runtitle()
@@ -87,7 +92,7 @@ NUV_API int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info);
 NUV_API int GetAppInfoByRuntitle(nuv_app_info_s* info, const char* runtitle);
 
 /**
- * Lists installed, visible applications: filtered, ordered and by pages.
+ * Lists installed, visible applications: filtered, ordered and by pages. Not serialised with launches.
  *
  * @param filter     which applications
  * @param view_mode  their order

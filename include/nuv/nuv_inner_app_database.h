@@ -10,20 +10,25 @@
  *
  *   Threads    Any thread may call. The functions of one process take turns at the connection, one query at a time; a
  *              function that is marked "serialised" also waits for the whole of a forwarded change of another thread,
- *              its calls of the service included.
- *   Blocking   A database that another process is writing to is tried again every second, at most 50 times for the
- *              statement and 50 times for each row: about 49 s each. A forwarded call takes at most 20 s more: a probe
- *              of the service and the call, of at most 10 s each; the first one of a process also connects and waits at
- *              most 10 s. A healthy lookup takes well under a millisecond.
+ *              its calls of the service included. None waits for a launch.
+ *   Blocking   A database that another process is using is tried 50 times, every second, for the statement (49 s) and
+ *              again for its first row or its change (49 s): at most 98 s for a query or a change, 196 s for the
+ *              list, which counts first. A function that asks the service takes at most 20 s for that: a probe of the
+ *              service and the call, of at most 10 s each. The first one of a process sends no probe: it connects,
+ *              which takes as long as the bus takes to accept it, without a limit, and waits at most 11 s. A healthy
+ *              lookup takes well under a millisecond.
+ *   Ownership  Arguments are copied; what is handed out belongs to the caller.
  *   Errors     0 done or found; -1 not found, refused, or a database that cannot be opened or read; -2 the database
  *              stayed busy. While the set's packages are being repaired the functions return -1 and leave the database
- *              alone, except where said otherwise. Each failure is in the platform log, with SQLite's own message.
+ *              alone, except where said otherwise. Each failure is in the platform log, with SQLite's own message. The
+ *              next call tries again, also where the database could not be opened.
  *   Paths      The path of the database is cut at 127 characters; the log says so.
  *   Fork       A child of fork() opens a connection of its own. It cannot reach the service where its parent had
- *              connected to the bus: forwarded changes are then made locally.
+ *              connected to the bus: forwarded changes are then made locally. fork() waits, at most a second, for a
+ *              query that another thread has under way.
  *   Memory     A function that runs out of memory returns -1.
  *
- * None of these functions takes a callback, and none leaves a statement open.
+ * None of these functions takes a callback, all of them may be called from one, and none leaves a statement open.
  */
 #ifndef NUV_INNER_APP_DATABASE_H
 #define NUV_INNER_APP_DATABASE_H
@@ -124,18 +129,21 @@ typedef enum APPSINFO_UPDATE_KEY_e {
   APPSINFO_UPDATE_RANGE_MAX_ = 0x7fffffff       /**< not a field: every 32-bit value is representable */
 } APPSINFO_UPDATE_KEY_e;
 
-/** Opens the connection read-write, unless one is open: 0, or -1. Does not ask whether packages are being repaired. */
+/**
+ * Opens the connection read-write, unless one is open: 0, or -1. Does not ask whether packages are being repaired.
+ * Serialised. Waits for no other process.
+ */
 NUV_API int nuv_inner_db_init();
 
 /**
  * Switches the connection to read-write where its last opening was read-only; otherwise does nothing. Whether opening
- * succeeded shows in the next query.
+ * succeeded shows in the next query. Waits for no other process. Does not ask whether packages are being repaired.
  */
 NUV_API void nuv_db_rw_exchange();
 
 /**
  * Switches the connection to read-only where its last opening was read-write; otherwise does nothing. Before the first
- * opening it opens the connection read-only.
+ * opening it opens the connection read-only. Otherwise like nuv_db_rw_exchange().
  */
 NUV_API void nuv_db_ro_exchange();
 
@@ -152,7 +160,9 @@ NUV_API int nuv_inner_get_app_info_by_id(const std::string& app_id, _APPSINFO_T&
 /** Finds an application by its kelvo id, like nuv_inner_get_app_info_by_id(). Serialised. */
 NUV_API int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& info, bool installed_only);
 
-/** Finds an application by its run title, like nuv_inner_get_app_info_by_id(); installed_only leaves hidden ones out.
+/**
+ * Finds an application by its run title, like nuv_inner_get_app_info_by_id(); installed_only leaves hidden ones out.
+ * Not serialised.
  */
 NUV_API int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T& info, bool installed_only);
 
@@ -180,7 +190,8 @@ NUV_API int nuv_inner_get_all_app_list(_APPSINFO_T** list, int* count);
 
 /**
  * Writes the change of a field that takes no value into the database, without asking the service and whether or not
- * packages are being repaired.
+ * packages are being repaired. Not serialised. The connection has to be read-write: one that is read-only, or that this
+ * call has to open, makes it fail with -1.
  *
  * @param key APPSINFO_UPDATE_IS_UPDATED; any other is refused
  * @return 0 done, also when no application has the id
@@ -188,7 +199,8 @@ NUV_API int nuv_inner_get_all_app_list(_APPSINFO_T** list, int* count);
 NUV_API int nuv_db_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key);
 
 /**
- * Writes a field into the database, without asking the service. Serialised.
+ * Writes a field into the database, without asking the service. Serialised. The connection has to be read-write, as for
+ * nuv_db_update_app_by_key().
  *
  * @param key APPSINFO_UPDATE_AIT_IDS to APPSINFO_UPDATE_RUN_TITLE; any other is refused
  * @return 0 done, also when no application has the id
@@ -198,14 +210,19 @@ NUV_API int nuv_db_update_app_by_key_value(const std::string& app_id, APPSINFO_U
 
 /**
  * Writes one more launch, and the local time as its date, into the database, without asking the service and whether or
- * not packages are being repaired.
+ * not packages are being repaired. Not serialised. The connection has to be read-write, as for
+ * nuv_db_update_app_by_key().
+ *
+ * @return 0 done, also when no application has the id
  */
 NUV_API int nuv_db_update_app_count(const std::string& app_id);
 
 /**
  * Asks the service for the change, and makes it locally where the service answers -1 or cannot be asked. Serialised. A
- * change that the service made although its answer came too late is made twice.
+ * change that the service made although its answer came too late is made twice. At most 118 s: 20 s for the service and
+ * 98 s for the change.
  *
+ * @param app_id empty is refused
  * @return the service's answer, or the result of nuv_db_update_app_by_key()
  */
 NUV_API int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key);
@@ -213,30 +230,40 @@ NUV_API int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDA
 /** Counts a launch, like nuv_inner_update_app_by_key(). Serialised. */
 NUV_API int nuv_inner_update_app_count(const std::string& app_id);
 
-/** Opens the connection anew, read-write, and does what nuv_db_update_app_by_key_value() does. */
+/**
+ * Opens the connection anew, read-write, and does what nuv_db_update_app_by_key_value() does. Serialised, except for
+ * the opening. An empty app_id is refused.
+ */
 NUV_API int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key,
                                               const std::string& value);
 
-/** Asks the service to change the version: its answer, or -1. Never written locally. */
+/** Asks the service to change the version: its answer, or -1. Never written locally. Not serialised. At most 20 s. */
 NUV_API int nuv_inner_update_app_version(const std::string& app_id, const std::string& version);
 
-/** Sends the service a command, whose number and texts are its own: 0 when it could be sent, -1 when not. */
+/**
+ * Sends the service a command, whose number and texts are its own: 0 whenever the bus can be reached, even where the
+ * service cannot, or refuses; else -1. Not serialised. At most 20 s.
+ */
 NUV_API int nuv_inner_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                                   const std::string& data);
 
-/** Withdrawn: returns -1. */
+/** Withdrawn: returns -1 at once. */
 NUV_API int nuv_inner_check_app_installing(const std::string& app_id);
 
-/** What nuv_inner_update_app_count() asks the service: its answer, or -1. The database is left alone. */
+/**
+ * What nuv_inner_update_app_count() asks the service: its answer, or -1 (it cannot be reached, refused, did not
+ * answer in time or with another type). The database is left alone, and repairs are not asked for. Not serialised. At
+ * most 20 s.
+ */
 NUV_API int nuv_dbus_update_app_count(const std::string& app_id);
 
-/** What nuv_inner_update_app_version() asks the service. */
+/** What nuv_inner_update_app_version() asks the service, like nuv_dbus_update_app_count(). */
 NUV_API int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version);
 
-/** What nuv_inner_update_app_by_key() asks the service: its answer, or -1. The database is left alone. */
+/** What nuv_inner_update_app_by_key() asks the service, like nuv_dbus_update_app_count(). */
 NUV_API int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key);
 
-/** What nuv_inner_nuv_command() sends. */
+/** What nuv_inner_nuv_command() sends, with its result. Repairs are not asked for. */
 NUV_API int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                                  const std::string& data);
 

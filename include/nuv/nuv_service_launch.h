@@ -2,14 +2,15 @@
  * Launching and terminating on behalf of others, the PIN dialog, and which application shows: what the service's own
  * components use beside nuv/nuv_launcher_api.h. C++17.
  *
- * Threads, blocking, ownership, callbacks, fork and exit are as in nuv/nuv_launcher_api.h, except that no function here
- * is serialised with launches. A function that looks an application up reads the catalogue (nuv/nuv_app_database.h and
- * nuv/nuv_inner_app_database.h say how long that may take).
+ * Threads, blocking, ownership, callbacks, fork, exit and restart are as in nuv/nuv_launcher_api.h. No function here is
+ * serialised with launches, so a callback of a request that failed runs without a lock.
  *
  * Exported as well, but declared with the platform's own header, because its record is the platform's:
  *   int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer);
- * It takes the id of the first visible application that the database knows into a buffer of 255 bytes, as an iterator
- * of aul_app_get_running_app_info(). A running application without a platform id makes it throw std::logic_error.
+ * It takes the id of the first visible application that the database knows into a buffer of 255 bytes, which is to
+ * begin with a zero byte, as an iterator of aul_app_get_running_app_info(): -1 ends the walk (the id is there, or the
+ * buffer is null), 0 goes on. It asks the database about each visible application, which takes at most 98 s
+ * (nuv/nuv_inner_app_database.h says when). A visible one without a platform id makes it throw std::logic_error.
  */
 #ifndef NUV_SERVICE_LAUNCH_H
 #define NUV_SERVICE_LAUNCH_H
@@ -61,12 +62,15 @@ struct _NUV_LAUNCHER_DATA {
 };
 
 /**
- * Launches an application with the given options, under the id that the catalogue has for it.
+ * Launches an application with the given options, under the id that the catalogue has for it. Fails like
+ * nuv_launch_webapp(). Before the launch the catalogue is read, which takes at most 1 s (see nuv/nuv_app_database.h).
  *
- * @param app_id    id, kelvo id or package name. Null: -1, and no callback. Unknown: the callback is called at once
- * with (app_id, 903, 0, 400, user_data), and -1.
- * @param payload   launch payload; null counts as empty
+ * @param app_id    id, kelvo id or package name. Null: -1, and no callback. Unknown, or the catalogue cannot be read:
+ *                  the callback is called at once with (app_id, 903, 0, 400, user_data), and -1.
+ * @param payload   launch payload, sent as it is; null counts as empty
  * @param callback  hears the outcome, or null
+ * @param user_data passed to the callback
+ * @param opinion   the options, which stay the caller's
  * @return 0 when the service accepted the request; -1 otherwise
  */
 NUV_API int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_notify_cb callback,
@@ -77,7 +81,8 @@ NUV_API int nuv_terminate_app_internal(const char* app_id, const std::string& ca
 
 /**
  * Has the common-UI application ask the user for the PIN before a launch. The outcome arrives at the record's callback
- * like that of any launch.
+ * like that of any launch. Takes at most 10 s, for the probe of the service, and what the platform takes to start the
+ * application.
  *
  * @param reserved ignored
  * @param app_type type of the application, handed to the common-UI application
@@ -87,13 +92,16 @@ NUV_API int nuv_terminate_app_internal(const char* app_id, const std::string& ca
  */
 extern "C" NUV_API int nuv_launch_Pin_Popup(int reserved, int app_type, _NUV_LAUNCHER_DATA& record);
 
-/** nuv_get_android_app_status_client(), with the argument checked beforehand. */
+/** nuv_get_android_app_status_client(), with the argument checked beforehand. At most 20 s. */
 NUV_API int nuv_get_android_app_status_internal(const char* app_id, int& status);
 
 /** What nuv_get_current_showing_app() does. */
 NUV_API int nuv_get_current_showing_app_client(char** app_id);
 
-/** Id of the application that shows, or of the HbbTV application that runs; empty when there is none. */
+/**
+ * Id of the application that shows, cut at 254 bytes, or of the HbbTV application that runs, cut at 255 bytes; empty
+ * when there is none. Otherwise as nuv_get_current_showing_app().
+ */
 NUV_API std::string nuv_get_showing_appid();
 
 #endif  // NUV_SERVICE_LAUNCH_H
