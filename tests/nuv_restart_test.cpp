@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 
+#include "faults.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
@@ -282,6 +283,22 @@ TEST_F(RestartTest, DoesNotWaitForACallbackOfTheOldListener) {
   ASSERT_TRUE(WaitUntil([this] { return service_->SendResult(service_->Launches().back(), {901, 0}); }));
   ASSERT_TRUE(heard_.WaitFor(2));
   EXPECT_EQ((std::vector<std::string>{"notify slow 900 0 0", "notify app 901 0 0"}), heard_.Texts());
+}
+
+TEST_F(RestartTest, WaitsASecondAtMostForANewListenerThatIsHeldUp) {
+  StartService();
+  LaunchAndHear();
+  faults::before_register_object = [] { WaitUntil([] { return may_leave.load(); }); };
+  RestartBus();
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(900));
+  EXPECT_LT(waited, std::chrono::milliseconds(3000));
+  may_leave = true;
+  ASSERT_TRUE(WaitUntil([this] { return service_->SendResult(service_->Launches().back(), {901, 0}); }));
+  EXPECT_TRUE(heard_.WaitFor(2));
+  faults::before_register_object = nullptr;
 }
 
 std::atomic<int> launched_in_callback{-7};
