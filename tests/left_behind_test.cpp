@@ -63,6 +63,12 @@ TEST_F(LeftBehindTest, SeesADescriptorAlsoInThePlaceOfAnother) {
   EXPECT_EQ(Lines{"descriptor " + std::to_string(first) + " of /dev/zero"}, before.Now(kOnce));
   close(first);
   EXPECT_EQ(Lines{}, before.Now(kOnce));
+  const int kept = open("/dev/null", O_RDONLY);
+  EXPECT_EQ(Lines{}, before.Now(kOnce));
+  const int again = dup(kept);
+  close(kept);
+  EXPECT_EQ(Lines{}, before.Now(kOnce)) << "the same under another number";
+  close(again);
 }
 
 TEST_F(LeftBehindTest, SeesAThreadUntilItHasEnded) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <thread>
 
 #include "nuv_db_api/nuv_db_statement.h"
@@ -47,11 +48,25 @@ Named Threads() {
   });
 }
 
+// What was closed and opened again may have another number.
 void AddDescriptors(const Named& before, Lines& lines) {
-  for (const auto& [number, target] : Descriptors()) {
-    const auto known = before.find(number);
-    if (known != before.end() && known->second == target) continue;
-    lines.push_back("descriptor " + number + " of " + target);
+  std::multiset<std::string> gone;
+  const Named now = Descriptors();
+  const auto differs = [](const Named& from, const std::string& number, const std::string& target) {
+    const auto same = from.find(number);
+    return same == from.end() || same->second != target;
+  };
+  for (const auto& [number, target] : before) {
+    if (differs(now, number, target)) gone.insert(target);
+  }
+  for (const auto& [number, target] : now) {
+    if (!differs(before, number, target)) continue;
+    const auto moved = gone.find(target);
+    if (moved == gone.end()) {
+      lines.push_back("descriptor " + number + " of " + target);
+    } else {
+      gone.erase(moved);
+    }
   }
 }
 

@@ -14,7 +14,7 @@ class LeftBehind {
   LeftBehind();
 
   // What there is now and was not there before, one line each, by name:
-  //   "descriptor 7 of socket:[4711]"   open now
+  //   "descriptor 7 of socket:[4711]"   open now, and not only under another number
   //   "thread 4712 gdbus"               running now
   //   "statement select id from ..."    live on either connection, whether or not it was there before
   //   "lock g_Mute"                     not to be had at once by another thread: a named mutex or a side's turn
