@@ -34,7 +34,7 @@ nuv_add_database_test(nuv_db_step_test)
 # Lists hand out memory: it is watched and runs out.
 add_library(nuv_memory_faults STATIC support/memory_faults.cpp)
 target_link_libraries(nuv_memory_faults PRIVATE nuv_build_flags)
-target_link_options(nuv_memory_faults INTERFACE LINKER:--wrap=malloc,--wrap=free)
+target_link_options(nuv_memory_faults INTERFACE LINKER:--wrap=malloc,--wrap=calloc,--wrap=strdup,--wrap=free)
 
 function(nuv_add_list_test name)
   nuv_add_database_test(${name} nuv_memory_faults)

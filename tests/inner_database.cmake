@@ -17,3 +17,13 @@ nuv_add_client(inner_writer)
 nuv_add_database_test(nuv_inner_kill_test)
 nuv_add_database_test(nuv_inner_threads_test)
 nuv_add_database_test(nuv_inner_damage_test)
+
+# Every exported function, with whatever it needs failing in turn.
+add_library(nuv_exported_calls STATIC support/exported_calls.cpp)
+target_link_libraries(nuv_exported_calls PUBLIC nuv_database_test PRIVATE nuv_build_flags)
+target_compile_definitions(nuv_exported_calls PRIVATE NUV_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+
+# GLib's own pools would hide from AddressSanitizer a value that is not released.
+set(NUV_NO_POOLS ENVIRONMENT G_SLICE=always-malloc)
+nuv_add_test(nuv_allocation_failure_test SOURCES nuv_allocation_failure_test.cpp support/sqlite_memory.cpp
+  LIBRARIES nuv_exported_calls nuv_memory_faults TIMEOUT 180 ${NUV_NO_POOLS})

@@ -15,6 +15,8 @@
  *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail.
  *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted
  *              launch comes later, through the callback. Each failure is in the platform log.
+ *   Memory     A function that runs out of memory returns -1. GLib, in whose memory requests travel, ends the process
+ *              where it gets none for itself.
  *   Fork       In a child of fork() that has not exec'ed each function that asks the service returns -1 at once, where
  *              the parent had connected to the bus. The parent goes on undisturbed.
  *   Exit       Results that arrive after exit() has begun are not delivered. exit() does not wait for a callback.
@@ -31,7 +33,8 @@
  *   nuv_launch_app). Other serialised calls wait for that callback.
  *   Either kind of callback may call every function of the library. It has to return: a thread must not be ended in it.
  *   An exception that leaves a callback is caught and logged.
- *   Where the link to the bus cannot be made, and where a function says so, a request fails without a callback.
+ *   Where the link to the bus cannot be made, where memory runs out, and where a function says so, a request fails
+ *   without a callback.
  */
 #ifndef NUV_LAUNCHER_API_H
 #define NUV_LAUNCHER_API_H

@@ -12,6 +12,7 @@
  *   Errors     0 done, -1 not done: the bus or the service cannot be reached, the service refused or did not answer
  *              in time, its answer has another type than agreed, or a text is not valid UTF-8. Output arguments are
  *              then left as they were. Each failure is in the platform log.
+ *   Memory     A function that runs out of memory returns -1.
  *   Fork       In a child of fork() without exec each function that asks the service returns -1 at once, where the
  *              parent had connected to the bus.
  *

@@ -2,8 +2,9 @@
  * Launching and terminating on behalf of others, the PIN dialog, and which application shows: what the service's own
  * components use beside nuv/nuv_launcher_api.h. C++17.
  *
- * Threads, blocking, ownership, callbacks, fork, exit and restart are as in nuv/nuv_launcher_api.h. No function here is
- * serialised with launches, so a callback of a request that failed runs without a lock.
+ * Threads, blocking, ownership, callbacks, memory, fork, exit and restart are as in nuv/nuv_launcher_api.h, but for
+ * nuv_get_showing_appid(), which has no result for it and lets std::bad_alloc pass. No function here is serialised with
+ * launches, so a callback of a request that failed runs without a lock.
  *
  * Exported as well, but declared with the platform's own header, because its record is the platform's:
  *   int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer);

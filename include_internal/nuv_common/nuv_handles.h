@@ -25,6 +25,11 @@ using GMainContextHandle = Handle<GMainContext, g_main_context_unref>;
 using GMainLoopHandle = Handle<GMainLoop, g_main_loop_unref>;
 using GTextHandle = Handle<char, g_free>;
 
+// Takes a floating value, or a further reference to another one; null stays null.
+inline GVariantHandle OwnVariant(GVariant* value) {
+  return GVariantHandle(value == nullptr ? nullptr : g_variant_ref_sink(value));
+}
+
 // A further reference to an object that somebody else owns.
 inline GConnectionHandle ShareConnection(GDBusConnection* connection) {
   return GConnectionHandle(connection == nullptr ? nullptr : static_cast<GDBusConnection*>(g_object_ref(connection)));

@@ -45,7 +45,7 @@ int CNUVGdbus::MethodCall(std::string method, GVariant* parameters, GVariant** r
                           int* isTimeOutError) {
   // The parent's other threads may have held any lock of the link when this process was forked.
   if (RefuseInForkedChild()) {
-    const GVariantHandle consumed(parameters == nullptr ? nullptr : g_variant_ref_sink(parameters));
+    const GVariantHandle consumed = OwnVariant(parameters);
     return 0;
   }
   return MethodCall(CurrentEndpoint(), method, parameters, reply, timeoutMs, isTimeOutError);
@@ -53,7 +53,7 @@ int CNUVGdbus::MethodCall(std::string method, GVariant* parameters, GVariant** r
 
 int CNUVGdbus::MethodCall(const Endpoint& endpoint, const std::string& method, GVariant* parameters, GVariant** reply,
                           int timeoutMs, int* isTimeOutError) {
-  const GVariantHandle owned(parameters == nullptr ? nullptr : g_variant_ref_sink(parameters));
+  const GVariantHandle owned = OwnVariant(parameters);
   NUV_INFO("obj %s , method call %s", endpoint.objectName.c_str(), method.c_str());
   if (endpoint.connection == nullptr) {
     NUV_ERROR("connection is NULL");

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "nuv_common/nuv_listener_run.h"
+#include "nuv_common/nuv_out_of_memory.h"
 
 namespace {
 
@@ -223,9 +224,13 @@ void CNUVGdbus::m_OnbusAcquired(GDBusConnection* connection, const char* name, v
   }
   NUV_INFO("onbus acquired! %s", name);
   if (link->OnObsoleteListener()) return;
-  if (link->RegisterObject(connection)) {
-    NUV_INFO("register object succeed,Created monitor!");
-    link->WakeCreator();
+  try {
+    if (link->RegisterObject(connection)) {
+      NUV_INFO("register object succeed,Created monitor!");
+      link->WakeCreator();
+    }
+  } catch (const std::bad_alloc&) {
+    OutOfMemory(NUV_HERE);  // no exception may pass through GLib
   }
   // The name is asked for when this handler has returned, so the run settles one dispatch later.
   if (t_run != nullptr) {

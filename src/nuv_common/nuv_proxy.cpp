@@ -246,6 +246,7 @@ void CNUVGdbus::WaitForListener() {
 }
 
 void CNUVGdbus::RetireListener() {
+  m_retiredThreads.reserve(m_retiredThreads.size() + 1);  // memory must not run out between taking and keeping
   ListenerHandles handles = TakeListenerHandles();
   handles.GiveBack();
   if (handles.thread != 0) m_retiredThreads.push_back(handles.thread);

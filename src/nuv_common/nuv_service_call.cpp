@@ -8,10 +8,11 @@ namespace {
 constexpr int kTimeoutMs = 10000;
 
 ServiceReply Call(CNUVGdbus& link, const char* method, GVariant* parameters) {
+  const GVariantHandle owned = OwnVariant(parameters);
   ServiceReply result;
   GVariant* reply = nullptr;
   int isTimeOutError = 0;
-  result.succeeded = link.MethodCall(method, parameters, &reply, kTimeoutMs, &isTimeOutError) == 1;
+  result.succeeded = link.MethodCall(method, owned.get(), &reply, kTimeoutMs, &isTimeOutError) == 1;
   result.reply.reset(reply);
   return result;
 }

@@ -55,11 +55,6 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
 
 }  // namespace
 
-int OutOfMemory(const LogOrigin& origin) {
-  NUV_ERROR_FROM(origin, NUV_RED "out of memory" NUV_PLAIN);
-  return kDatabaseFailed;
-}
-
 int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) {
   return sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
 }
@@ -104,6 +99,13 @@ int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) {
   }
   FinalizeStatement(side, side.statementName, origin);
   return code;
+}
+
+const char* TextOfColumn(const DatabaseSide& side, unsigned column) {
+  const unsigned char* text = sqlite3_column_text(side.statement, static_cast<int>(column));
+  if (text != nullptr || side.statement == nullptr) return reinterpret_cast<const char*>(text);
+  if (sqlite3_errcode(sqlite3_db_handle(side.statement)) == SQLITE_NOMEM) throw std::bad_alloc();
+  return nullptr;
 }
 
 StatementTurn::~StatementTurn() NUV_UNANALYSED {

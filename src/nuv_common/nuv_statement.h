@@ -6,14 +6,13 @@
 #include <pthread.h>
 #include <sqlite3.h>
 
+#include "nuv_common/nuv_out_of_memory.h"
+
 // A busy database is asked this often in all.
 constexpr int kMaxRetryCount = 50;
 
 constexpr int kDatabaseFailed = -1;
 constexpr int kDatabaseBusy = -2;
-
-// The failure result of a function that ran out of memory.
-int OutOfMemory(const LogOrigin& origin);
 
 // One side's connection and current statement, and what differs between the sides. Nothing here is locked but by a
 // DatabaseTurn.
@@ -38,6 +37,10 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
 // Advances the side's statement by one row and returns SQLite's code; SQLite's general error where there is no
 // statement. Every result but a row ends the statement: it is finalized and null.
 int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+
+// The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step. Making
+// a text of a value that is none takes memory: std::bad_alloc.
+const char* TextOfColumn(const DatabaseSide& side, unsigned column) NUV_REQUIRES(side.turn);
 
 // One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
 // a turn.

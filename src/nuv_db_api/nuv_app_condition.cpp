@@ -1,5 +1,7 @@
 #include "nuv_db_api/nuv_app_condition.h"
 
+#include "nuv_common/nuv_statement.h"
+
 namespace {
 
 constexpr int kTypes[] = {2, 4};
@@ -23,7 +25,7 @@ int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin
   return 0;
 }
 
-int GetStrAppType(int app_type, std::string& text, std::vector<_NUVDB_BIND_T>& binds) {
+int GetStrAppType(int app_type, std::string& text, std::vector<_NUVDB_BIND_T>& binds) try {
   NUV_INFO("Start to get app type");
   if (static_cast<unsigned>(app_type) > 127) {
     NUV_ERROR(NUV_RED "in param app_type is error" NUV_PLAIN);
@@ -32,4 +34,6 @@ int GetStrAppType(int app_type, std::string& text, std::vector<_NUVDB_BIND_T>& b
   text = MarksOf(app_type, kTypes, binds);
   NUV_INFO("Type:%s", text.c_str());
   return 0;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }

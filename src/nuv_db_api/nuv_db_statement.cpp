@@ -76,8 +76,8 @@ void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value) {
 
 char* GetStringFromResult(unsigned col) {
   static char empty[] = "";
-  const unsigned char* text = sqlite3_column_text(g_pStmt, static_cast<int>(col));
-  return text == nullptr ? empty : reinterpret_cast<char*>(const_cast<unsigned char*>(text));
+  const char* text = TextOfColumn(readSide, col);
+  return text == nullptr ? empty : const_cast<char*>(text);
 }
 
 int GetIntegerFromResult(unsigned col) {

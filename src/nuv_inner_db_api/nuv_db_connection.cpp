@@ -103,8 +103,8 @@ void nuv_inner_bind_db(const std::vector<_NUVDB_INNER_BIND_T>& binds) {
 }
 
 void GetValueByPosition(unsigned column, std::string& out) {
-  const unsigned char* text = sqlite3_column_text(g_pStmt_Inner, static_cast<int>(column));
-  out = text == nullptr ? "" : reinterpret_cast<const char*>(text);
+  const char* text = TextOfColumn(innerSide, column);
+  out = text == nullptr ? "" : text;
 }
 
 void GetValueByPosition(unsigned column, int& out) {

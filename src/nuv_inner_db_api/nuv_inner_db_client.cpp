@@ -3,6 +3,7 @@
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_common/nuv_service_call.h"
 
 namespace {
@@ -34,7 +35,7 @@ bool ReadState(const ServiceReply& answer, int& state) {
 
 }  // namespace
 
-int nuv_dbus_update_app_count(const std::string& app_id) {
+int nuv_dbus_update_app_count(const std::string& app_id) try {
   NUV_INFO("Start, appid [%s]", app_id.c_str());
   CNUVGdbus* link = UsableLink(NUV_HERE);
   if (link == nullptr) return -1;
@@ -44,9 +45,11 @@ int nuv_dbus_update_app_count(const std::string& app_id) {
   if (ReadState(CallService(*link, "nuv_update_app_count", arguments), state))
     NUV_INFO("update app count state: [%d]", state);
   return state;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version) {
+int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version) try {
   NUV_INFO("Start appid [%s]", app_id.c_str());
   CNUVGdbus* link = UsableLink(NUV_HERE);
   if (link == nullptr) return -1;
@@ -56,9 +59,11 @@ int nuv_dbus_update_app_version(const std::string& app_id, const std::string& ve
   if (ReadState(CallService(*link, "nuv_update_app_version", arguments), state))
     NUV_INFO("update app version state : [%d]", state);
   return state;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) {
+int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) try {
   NUV_INFO("Start app[%s], key[%d]", app_id.c_str(), static_cast<int>(key));
   CNUVGdbus* link = UsableLink(NUV_HERE);
   if (link == nullptr) return -1;
@@ -68,9 +73,12 @@ int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e 
   if (ReadState(CallService(*link, "nuv_update_app_by_key", arguments), state))
     NUV_INFO("update app info by key state : [%d]", state);
   return state;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path, const std::string& data) {
+int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
+                         const std::string& data) try {
   NUV_INFO("Start cmd[%d] app_id[%s] pkg_path[%s] data[%s]", command, app_id.c_str(), pkg_path.c_str(), data.c_str());
   CNUVGdbus* link = UsableLink(NUV_HERE);
   if (link == nullptr) return -1;
@@ -78,4 +86,6 @@ int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::stri
   arguments.Number(command).Text(app_id.c_str()).Text(pkg_path.c_str()).Text(data.c_str());
   CallService(*link, "nuv_command", arguments);
   return 0;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }

@@ -9,7 +9,9 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_running_apps.h"
 
@@ -58,7 +60,7 @@ int nuv_get_android_app_status_internal(const char* app_id, int& status) {
   return nuv_get_android_app_status_client(app_id, status);
 }
 
-int nuv_get_app_status(const char* app_id, int* status) {
+int nuv_get_app_status(const char* app_id, int* status) try {
   const std::string id(app_id);
   _APPSINFO_T record;
   if (nuv_inner_get_app_info_by_id(id, record, true) != 0 || status == nullptr) {
@@ -70,9 +72,11 @@ int nuv_get_app_status(const char* app_id, int* status) {
   *status = running ? 1 : 0;
   NUV_INFO(NUV_YELLOW "App [%s] is %s." NUV_PLAIN, app_id, running ? "running" : "stopped");
   return 0;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer) {
+int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer) try {
   if (buffer == nullptr) return -1;
   char* showing = static_cast<char*>(buffer);
   if (*showing != '\0' || info->status != NUV_AUL_STATUS_VISIBLE) return 0;
@@ -81,6 +85,9 @@ int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer) {
   strncpy(showing, id.c_str(), kShowingIdSize);
   showing[kShowingIdSize - 1] = '\0';
   return -1;
+} catch (const std::bad_alloc&) {
+  OutOfMemory(NUV_HERE);
+  return 0;  // like any lookup that fails
 }
 
 std::string nuv_get_showing_appid() {
@@ -99,7 +106,7 @@ int nuv_get_current_showing_app(char** app_id) {
   return nuv_get_current_showing_app_client(app_id);
 }
 
-int nuv_get_current_showing_app_client(char** app_id) {
+int nuv_get_current_showing_app_client(char** app_id) try {
   if (app_id == nullptr) {
     NUV_ERROR(NUV_RED "in param is NULL" NUV_PLAIN);
     return -1;
@@ -118,4 +125,7 @@ int nuv_get_current_showing_app_client(char** app_id) {
   }
   NUV_INFO(NUV_YELLOW "Current showing app id [%s]." NUV_PLAIN, *app_id);
   return 0;
+} catch (const std::bad_alloc&) {
+  const Handle<char, free> unused(std::exchange(*app_id, nullptr));
+  return OutOfMemory(NUV_HERE);
 }

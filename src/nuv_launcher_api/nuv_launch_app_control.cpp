@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_cpu_inheritance.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
@@ -140,7 +141,7 @@ int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin
 
 }  // namespace
 
-int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, void* user_data) {
+int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, void* user_data) try {
   const CpuInheritance inheritance;
   if (request == nullptr) return RefuseRequest(callback, user_data, NUV_HERE);
   const PlatformText appId = TextOf(request, app_control_get_app_id);
@@ -154,4 +155,6 @@ int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, voi
   data.userData = user_data;
   ApplyRequest(request, data);
   return nuv_launch_app_client(data);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }

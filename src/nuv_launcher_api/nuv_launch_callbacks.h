@@ -16,6 +16,25 @@ void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callbac
 
 void ForgetLaunchCallback(int32_t event);
 
+// A callback that is kept for a request under way. It is forgotten again unless the request is accepted.
+class KeptLaunchCallback {
+ public:
+  KeptLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback) : m_event(event) {
+    KeepLaunchCallback(event, callback);
+  }
+  ~KeptLaunchCallback() {
+    if (!m_accepted) ForgetLaunchCallback(m_event);
+  }
+  KeptLaunchCallback(const KeptLaunchCallback&) = delete;
+  KeptLaunchCallback& operator=(const KeptLaunchCallback&) = delete;
+
+  void Accept() { m_accepted = true; }
+
+ private:
+  int32_t m_event;
+  bool m_accepted = false;
+};
+
 // The callback of an event number. An unknown number gets an entry without a callback. The entry stays: one request may
 // hear several events.
 nuv_launcher_user_callback FindLaunchCallback(int32_t event);

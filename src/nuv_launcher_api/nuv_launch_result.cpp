@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
@@ -122,7 +123,11 @@ void nuv_launcher_handle_event(GDBusConnection*, const char*, const char*, const
                                GVariant* parameters, GDBusMethodInvocation* invocation, void*) {
   NUV_MILESTONE("RECEIVED  %s ", methodName);
   if (strcmp(methodName, "app_launch_result") == 0) {
-    nuv_launcher_app_result(parameters, invocation);
+    try {
+      nuv_launcher_app_result(parameters, invocation);
+    } catch (const std::bad_alloc&) {
+      OutOfMemory(NUV_HERE);  // no exception may pass through GLib
+    }
     return;
   }
   // Nothing else is answered; the invocation, which holds the connection, is let go all the same.

@@ -4,6 +4,7 @@
 #include <nuv/nuv_service_launch.h>
 #include <nuv_common/nuv_log.h>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
@@ -38,7 +39,7 @@ _NUV_LAUNCHER_DATA MakeRecord(const char* app_id, const char* payload, const Lau
 }  // namespace
 
 int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_notify_cb callback, void* user_data,
-                            Launch_Opinion& opinion) {
+                            Launch_Opinion& opinion) try {
   const uintptr_t callbackNumber = reinterpret_cast<uintptr_t>(callback);
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s], cb [%p],user_data:[%p]." NUV_PLAIN, app_id, payload,
             reinterpret_cast<void*>(callbackNumber), user_data);
@@ -55,6 +56,8 @@ int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_
   data.callback = callbackNumber;
   data.userData = user_data;
   return nuv_launch_app_client(data);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
 int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id, const std::string& reason) {
@@ -63,7 +66,7 @@ int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id,
   return nuv_terminate_app_client(app_id, 0, caller_id, reason);
 }
 
-int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) {
+int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) try {
   NUV_ERROR("Terminate all apps start, caller id:[%s], reason:[%s], .", caller_id.c_str(), reason.c_str());
   int result = -1;
   CNUVGdbus* link = UsableLauncherProxy();
@@ -81,9 +84,11 @@ int nuv_terminate_allApps_internal(const std::string& caller_id, const std::stri
   }
   NUV_INFO("Terminate all apps end!!!");
   return result;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_get_extra_app(std::string& app_id) {
+int nuv_get_extra_app(std::string& app_id) try {
   CNUVGdbus* link = UsableLauncherProxy();
   if (link == nullptr) {
     NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
@@ -98,9 +103,11 @@ int nuv_get_extra_app(std::string& app_id) {
   app_id = text;
   NUV_INFO("Get_extra_app app id [%s].", app_id.c_str());
   return 0;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_notify_extra_app_changed(std::string app_id) {
+int nuv_notify_extra_app_changed(std::string app_id) try {
   CNUVGdbus* link = UsableLauncherProxy();
   if (link == nullptr) {
     NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
@@ -111,4 +118,6 @@ int nuv_notify_extra_app_changed(std::string app_id) {
   const ServiceReply answer = CallService(*link, "notify_extra_app_changed", arguments);
   ReportMissingReply(answer);
   return answer.succeeded && answer.reply != nullptr ? 0 : -1;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }

@@ -5,6 +5,7 @@
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_settings.h>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
@@ -37,12 +38,8 @@ namespace {
 
 constexpr int kLaunchTimeoutMs = 15000;
 
-// One "launch_app" call. True when the service accepted it.
-bool SendLaunch(CNUVGdbus& link, const _NUV_LAUNCHER_DATA& data, int32_t event, int* isTimeOutError) {
-  const CNUVGdbus::Endpoint endpoint = link.CurrentEndpoint();
-  GVariant* request = MakeLaunchRequest(endpoint, data, event);
-  // The result may arrive before the reply.
-  KeepLaunchCallback(event, {data.callback, data.userData});
+// One "launch_app" call, with a request that may be null. True when the service accepted it.
+bool SendLaunch(CNUVGdbus& link, const CNUVGdbus::Endpoint& endpoint, GVariant* request, int* isTimeOutError) {
   if (request == nullptr) {
     NUV_ERROR("launch_app: a text is not valid UTF-8");
     return false;
@@ -90,17 +87,22 @@ int nuv_launch_app_client(_NUV_LAUNCHER_DATA& data) {
     nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kNoLink));
     return -1;
   }
+  const CNUVGdbus::Endpoint endpoint = link->CurrentEndpoint();
+  const GVariantHandle request = OwnVariant(MakeLaunchRequest(endpoint, data, event));
+  // The result may arrive before the reply.
+  KeptLaunchCallback callback(event, {data.callback, data.userData});
   int isTimeOutError = 0;
-  if (SendLaunch(*link, data, event, &isTimeOutError)) {
+  if (SendLaunch(*link, endpoint, request.get(), &isTimeOutError)) {
+    callback.Accept();
     NUV_MILESTONE("Call launch app [%s] success", data.appId.c_str());
     return 0;
   }
   ReportFailedLaunch(data, isTimeOutError);
-  ForgetLaunchCallback(event);
   return -1;
 }
 
-int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id, const std::string& reason) {
+int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id,
+                             const std::string& reason) try {
   nuv_app_info_s info = {};
   if (app_id == nullptr || m_nuv_get_app_info(app_id, &info) != 0) {
     NUV_ERROR("app id is null or failed to get app info!");
@@ -114,9 +116,11 @@ int nuv_terminate_app_client(const char* app_id, int option, const std::string& 
   CallArguments arguments;
   arguments.Text(info.app_id).Number(option).Text(caller_id.c_str()).Text(reason.c_str());
   return ReportTerminate(CallService(*link, "terminate_app", arguments), NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_terminate_app_by_runtitle_client(const char* runtitle) {
+int nuv_terminate_app_by_runtitle_client(const char* runtitle) try {
   nuv_app_info_s info = {};
   if (runtitle == nullptr || nuv_get_app_info_by_runtitle(runtitle, &info) != 0) {
     NUV_ERROR("app id is null or failed to get app info!");
@@ -130,9 +134,11 @@ int nuv_terminate_app_by_runtitle_client(const char* runtitle) {
   CallArguments arguments;
   arguments.Text(runtitle);
   return ReportTerminate(CallService(*link, "terminate_app_by_runtitle", arguments), NUV_HERE);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) {
+int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) try {
   CNUVGdbus* link = UsableLauncherProxy();
   if (link == nullptr) {
     NUV_ERROR("get_launcher_proxy() error");
@@ -141,10 +147,12 @@ int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) {
   CallArguments arguments;
   arguments.Number(type);
   return ReportPlainCall(CallService(*link, "launch_systempopup", arguments));
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
 int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* caller_id, int preload_type,
-                                const char* pt) {
+                                const char* pt) try {
   NUV_INFO("send appexec kpi log with param");
   CNUVGdbus* link = UsableLauncherProxy();
   if (link == nullptr) {
@@ -154,9 +162,11 @@ int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* ca
   CallArguments arguments;
   arguments.Number(log_type).Text(app_id).Text(caller_id == nullptr ? "" : caller_id).Number(preload_type).Text(pt);
   return ReportPlainCall(CallService(*link, "send_appexec_kpi", arguments));
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
-int nuv_get_android_app_status_client(const char* app_id, int& status) {
+int nuv_get_android_app_status_client(const char* app_id, int& status) try {
   if (app_id == nullptr) {
     NUV_ERROR(NUV_RED "in param is NULL" NUV_PLAIN);
     return -1;
@@ -175,6 +185,8 @@ int nuv_get_android_app_status_client(const char* app_id, int& status) {
   g_variant_get(reply, "(i)", &status);
   NUV_INFO("get_android_app_status,app id [%s],status:[%d].", app_id, status);
   return 0;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }
 
 int nuv_set_launch_fail(std::string text) {

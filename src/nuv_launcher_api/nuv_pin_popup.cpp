@@ -3,6 +3,7 @@
 #include <nuv_common/nuv_log.h>
 #include <unistd.h>
 
+#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -29,7 +30,7 @@ _NUV_LAUNCHER_COMMUI_DATA MakeCommonUiData(const _NUV_LAUNCHER_DATA& record, int
 
 }  // namespace
 
-int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& record) {
+int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& record) try {
   CNUVGdbus* link = UsableLauncherProxy();
   if (link == nullptr) {
     NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
@@ -50,9 +51,13 @@ int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& rec
                 data.appId.c_str(), data.callerId.c_str(), data.payload.c_str(), data.entry.c_str(),
                 data.relocateBelowApp.c_str(), data.bForceLaunch, data.bBackground);
   // The result may arrive before the start of the dialog has been answered.
-  KeepLaunchCallback(event, {record.callback, record.userData});
-  if (ICAul::AulLaunchPINPopup("Launch_pin_code_opr_result", data)) return 0;
-  ForgetLaunchCallback(event);
+  KeptLaunchCallback callback(event, {record.callback, record.userData});
+  if (ICAul::AulLaunchPINPopup("Launch_pin_code_opr_result", data)) {
+    callback.Accept();
+    return 0;
+  }
   NUV_ERROR(NUV_RED "Call AulLaunchPINPopup failed error" NUV_PLAIN);
   return -1;
+} catch (const std::bad_alloc&) {
+  return OutOfMemory(NUV_HERE);
 }

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "fake_platform.h"
+#include "undisturbed.h"
 
 struct app_control_s {
   fake_platform::AppControl content;
@@ -87,6 +88,7 @@ std::vector<AppControl> SentRequests() {
 }  // namespace fake_platform
 
 int aul_app_is_running(const char* app_id) {
+  const Undisturbed undisturbed;
   AddEffect(std::string("running? ") + app_id);
   if (Get().common_ui_runs && strcmp(app_id, "org.kelvo.corvane-commui") == 0) return 1;
   const std::vector<RunningApp> running = Running();
@@ -94,7 +96,12 @@ int aul_app_is_running(const char* app_id) {
 }
 
 int aul_app_get_running_app_info(aul_app_info_iter_fn iter, void* data) {
-  for (const RunningApp& app : Running()) {
+  std::vector<RunningApp> running;
+  {
+    const Undisturbed undisturbed;
+    running = Running();
+  }
+  for (const RunningApp& app : running) {
     const aul_app_info info = {1, app.status, app.platform_id ? app.platform_id->c_str() : nullptr};
     if (iter(&info, data) < 0) break;
   }
@@ -102,46 +109,55 @@ int aul_app_get_running_app_info(aul_app_info_iter_fn iter, void* data) {
 }
 
 int GetRunningHbbtvApp(char** app_id) {
+  const Undisturbed undisturbed;
   const std::lock_guard<std::mutex> lock(Get().mutex);
   HandOut(Get().hbbtv_id, app_id);
   return Get().hbbtv_answer;
 }
 
 int app_control_create(app_control_h* request) {
+  const Undisturbed undisturbed;
   *request = new app_control_s;
   return 0;
 }
 
 int app_control_destroy(app_control_h request) {
+  const Undisturbed undisturbed;
   AddEffect("app_control destroyed");
   delete request;
   return 0;
 }
 
 int app_control_set_app_id(app_control_h request, const char* value) {
+  const Undisturbed undisturbed;
   request->content.app_id = value;
   return 0;
 }
 
 int app_control_set_operation(app_control_h request, const char* value) {
+  const Undisturbed undisturbed;
   request->content.operation = value;
   AddEffect(std::string("operation ") + value);
   return 0;
 }
 
 int app_control_get_app_id(app_control_h request, char** value) {
+  const Undisturbed undisturbed;
   return HandOut(request->content.app_id, value);
 }
 
 int app_control_get_operation(app_control_h request, char** value) {
+  const Undisturbed undisturbed;
   return HandOut(request->content.operation, value);
 }
 
 int app_control_get_uri(app_control_h request, char** value) {
+  const Undisturbed undisturbed;
   return HandOut(request->content.uri, value);
 }
 
 int app_control_add_extra_data(app_control_h request, const char* key, const char* value) {
+  const Undisturbed undisturbed;
   if (value == nullptr) return -1;
   AddEffect(std::string("extra ") + key + "=" + value);
   for (auto& [known, old] : request->content.extra_data) {
@@ -154,6 +170,7 @@ int app_control_add_extra_data(app_control_h request, const char* key, const cha
 }
 
 int app_control_get_extra_data(app_control_h request, const char* key, char** value) {
+  const Undisturbed undisturbed;
   *value = nullptr;
   for (const auto& [known, text] : request->content.extra_data) {
     if (known == key) return HandOut(text, value);
@@ -162,7 +179,11 @@ int app_control_get_extra_data(app_control_h request, const char* key, char** va
 }
 
 int app_control_foreach_extra_data(app_control_h request, app_control_extra_data_cb callback, void* user_data) {
-  const auto extra_data = request->content.extra_data;
+  decltype(request->content.extra_data) extra_data;
+  {
+    const Undisturbed undisturbed;
+    extra_data = request->content.extra_data;
+  }
   for (const auto& [key, value] : extra_data) {
     if (!callback(request, key.c_str(), user_data)) break;
   }
@@ -170,6 +191,7 @@ int app_control_foreach_extra_data(app_control_h request, app_control_extra_data
 }
 
 int app_control_send_launch_request(app_control_h request, app_control_reply_cb, void*) {
+  const Undisturbed undisturbed;
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().sent.push_back(request->content);

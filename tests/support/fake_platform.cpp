@@ -20,6 +20,8 @@
 #include <cstring>
 #include <mutex>
 
+#include "undisturbed.h"
+
 namespace {
 
 struct State {
@@ -126,6 +128,7 @@ void OnEffect(std::function<void(const std::string&)> hook) {
 using fake_platform::AddEffect;
 
 int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...) {
+  const Undisturbed undisturbed;
   va_list arguments;
   va_start(arguments, format);
   char* line = nullptr;
@@ -143,6 +146,7 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
 }
 
 int vconf_get_int(const char* key, int* value) {
+  const Undisturbed undisturbed;
   const std::lock_guard<std::mutex> lock(Get().mutex);
   if (strcmp(key, "db/nuv/factory_reset") != 0 || !Get().factory_reset) return -1;
   *value = *Get().factory_reset;
@@ -150,30 +154,36 @@ int vconf_get_int(const char* key, int* value) {
 }
 
 const char* nuv_platform_get_path(int variable) {
+  const Undisturbed undisturbed;
   const std::lock_guard<std::mutex> lock(Get().mutex);
   return variable == 24 && Get().database_directory ? Get().database_directory->c_str() : nullptr;
 }
 
 int vconf_set_str(const char* key, const char* value) {
+  const Undisturbed undisturbed;
   AddEffect(std::string("vconf ") + key + "=" + value);
   return Get().settings_fail ? -1 : 0;
 }
 
 int resource_set_cpu_inheritance(int tid, const char* destination, int priority) {
+  const Undisturbed undisturbed;
   AddEffect("cpu set " + std::string(tid == gettid() ? "self" : "other") + " " + destination + " " +
             std::to_string(priority));
   return 0;
 }
 
 int resource_clear_cpu_inheritance(int tid, const char* destination) {
+  const Undisturbed undisturbed;
   AddEffect("cpu clear " + std::string(tid == gettid() ? "self" : "other") + " " + destination);
   return 0;
 }
 
 void trace_begin(const char* text) {
+  const Undisturbed undisturbed;
   AddEffect(std::string("trace_begin ") + text);
 }
 void trace_end() {
+  const Undisturbed undisturbed;
   AddEffect("trace_end");
 }
 
@@ -187,6 +197,7 @@ Function* Real(Function*, const char* name) {
 }  // namespace
 
 extern "C" int stat(const char* path, struct stat* result) {
+  const Undisturbed undisturbed;
   static auto* const real = Real(stat, "stat");
   if (strcmp(path, "/opt/dbspace/pkgreinstall") != 0) return real(path, result);
   if (Get().repair_marker) return 0;
@@ -195,18 +206,21 @@ extern "C" int stat(const char* path, struct stat* result) {
 }
 
 extern "C" int usleep(useconds_t microseconds) {
+  const Undisturbed undisturbed;
   static auto* const real = Real(usleep, "usleep");
   AddEffect("usleep " + std::to_string(microseconds));
   return Get().sleeps_wait ? real(microseconds) : 0;
 }
 
 extern "C" unsigned sleep(unsigned seconds) {
+  const Undisturbed undisturbed;
   static auto* const real = Real(sleep, "sleep");
   AddEffect("sleep " + std::to_string(seconds));
   return Get().sleeps_wait ? real(seconds) : 0;
 }
 
 extern "C" int prctl(int option, ...) {
+  const Undisturbed undisturbed;
   va_list list;
   va_start(list, option);
   unsigned long a[4];

@@ -4,6 +4,12 @@
 #include <errno.h>
 #include <gio/gio.h>
 #include <pthread.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
 
 namespace faults {
 
@@ -12,6 +18,8 @@ bool bus_get_fails_without_error = false;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
 void (*before_register_object)() = nullptr;
+void (*at_start_of_thread)() = nullptr;
+bool condition_waits_are_short = false;
 
 }  // namespace faults
 
@@ -22,18 +30,79 @@ Function* Real(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+struct Planned {
+  std::mutex mutex;
+  faults::Fault fault{};  // without a function: none
+  bool happened = false;
+};
+
+// The library's listener may still call while the test process exits.
+Planned& Get() {
+  static Planned& planned = *new Planned;
+  return planned;
+}
+
+// Whether this call is the one that fails, and how.
+bool Fails(const char* function, faults::Fault* fault) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  faults::Fault& planned = Get().fault;
+  if (planned.function == nullptr || strcmp(planned.function, function) != 0 || --planned.nth != 0) return false;
+  *fault = planned;
+  Get().happened = true;
+  return true;
+}
+
+bool FailsWithError(const char* function, GError** error) {
+  faults::Fault fault{};
+  if (!Fails(function, &fault)) return false;
+  if (fault.domain != 0) g_set_error_literal(error, fault.domain, fault.code, "planned by the test");
+  return true;
+}
+
+struct ThreadStart {
+  void* (*body)(void*);
+  void* data;
+};
+
+void* StartThread(void* data) {
+  const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(data));
+  faults::at_start_of_thread();
+  return start->body(start->data);
+}
+
 }  // namespace
+
+namespace faults {
+
+void Plan(const Fault& fault) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().fault = fault;
+  Get().happened = false;
+}
+
+bool TakePlanned() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().fault = {};
+  return Get().happened;
+}
+
+}  // namespace faults
 
 extern "C" {
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* data) {
   if (faults::pthread_create_fails) return EAGAIN;
   static auto* const real = Real(pthread_create, "pthread_create");
+  faults::Fault fault{};
+  if (Fails("pthread_create", &fault)) return fault.code;
+  if (faults::at_start_of_thread != nullptr) {
+    return real(thread, attributes, StartThread, new ThreadStart{body, data});
+  }
   return real(thread, attributes, body, data);
 }
 
 GDBusConnection* g_bus_get_sync(GBusType type, GCancellable* cancellable, GError** error) {
-  if (faults::bus_get_fails_without_error) return nullptr;
+  if (faults::bus_get_fails_without_error || FailsWithError("g_bus_get_sync", error)) return nullptr;
   static auto* const real = Real(g_bus_get_sync, "g_bus_get_sync");
   return real(type, cancellable, error);
 }
@@ -47,10 +116,73 @@ GMainContext* g_main_context_new() {
 guint g_dbus_connection_register_object(GDBusConnection* connection, const gchar* path, GDBusInterfaceInfo* info,
                                         const GDBusInterfaceVTable* vtable, gpointer data, GDestroyNotify release,
                                         GError** error) {
-  if (faults::register_object_returns_zero) return 0;
+  if (faults::register_object_returns_zero || FailsWithError("g_dbus_connection_register_object", error)) return 0;
   if (faults::before_register_object != nullptr) faults::before_register_object();
   static auto* const real = Real(g_dbus_connection_register_object, "g_dbus_connection_register_object");
   return real(connection, path, info, vtable, data, release, error);
+}
+
+gchar* g_dbus_address_get_for_bus_sync(GBusType type, GCancellable* cancellable, GError** error) {
+  if (FailsWithError("g_dbus_address_get_for_bus_sync", error)) return nullptr;
+  static auto* const real = Real(g_dbus_address_get_for_bus_sync, "g_dbus_address_get_for_bus_sync");
+  return real(type, cancellable, error);
+}
+
+GDBusConnection* g_dbus_connection_new_for_address_sync(const gchar* address, GDBusConnectionFlags flags,
+                                                        GDBusAuthObserver* observer, GCancellable* cancellable,
+                                                        GError** error) {
+  if (FailsWithError("g_dbus_connection_new_for_address_sync", error)) return nullptr;
+  static auto* const real = Real(g_dbus_connection_new_for_address_sync, "g_dbus_connection_new_for_address_sync");
+  return real(address, flags, observer, cancellable, error);
+}
+
+GDBusNodeInfo* g_dbus_node_info_new_for_xml(const gchar* xml, GError** error) {
+  if (FailsWithError("g_dbus_node_info_new_for_xml", error)) return nullptr;
+  static auto* const real = Real(g_dbus_node_info_new_for_xml, "g_dbus_node_info_new_for_xml");
+  return real(xml, error);
+}
+
+GVariant* g_dbus_connection_call_sync(GDBusConnection* connection, const gchar* bus_name, const gchar* path,
+                                      const gchar* interface, const gchar* method, GVariant* parameters,
+                                      const GVariantType* reply_type, GDBusCallFlags flags, gint timeout_ms,
+                                      GCancellable* cancellable, GError** error) {
+  if (FailsWithError(strcmp(method, "heartbeat") == 0 ? "heartbeat" : "g_dbus_connection_call_sync", error)) {
+    if (parameters != nullptr) g_variant_unref(g_variant_ref_sink(parameters));
+    return nullptr;
+  }
+  static auto* const real = Real(g_dbus_connection_call_sync, "g_dbus_connection_call_sync");
+  return real(connection, bus_name, path, interface, method, parameters, reply_type, flags, timeout_ms, cancellable,
+              error);
+}
+
+ssize_t readlink(const char* path, char* buffer, size_t size) {
+  faults::Fault fault{};
+  if (Fails("readlink", &fault)) {
+    errno = fault.code;
+    return -1;
+  }
+  static auto* const real = Real(readlink, "readlink");
+  return real(path, buffer, size);
+}
+
+int pthread_join(pthread_t thread, void** result) {
+  static auto* const real = Real(pthread_join, "pthread_join");
+  const int code = real(thread, result);
+  faults::Fault fault{};
+  return Fails("pthread_join", &fault) ? fault.code : code;
+}
+
+int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* limit) {
+  static auto* const real = Real(pthread_cond_timedwait, "pthread_cond_timedwait");
+  if (!faults::condition_waits_are_short) return real(condition, mutex, limit);
+  constexpr long kTenthNs = 100000000;
+  constexpr long kSecondNs = 1000000000;
+  timespec soon{};
+  clock_gettime(CLOCK_REALTIME, &soon);
+  soon.tv_nsec += kTenthNs;
+  soon.tv_sec += soon.tv_nsec / kSecondNs;
+  soon.tv_nsec %= kSecondNs;
+  return real(condition, mutex, &soon);
 }
 
 }  // extern "C"

@@ -8,5 +8,18 @@ extern bool bus_get_fails_without_error;
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
 extern void (*before_register_object)();  // may hold up the listener; null: nothing
+extern void (*at_start_of_thread)();      // called by each new thread; null: nothing
+extern bool condition_waits_are_short;    // a tenth of a second, whatever the limit
+
+// A call that fails once without having done anything.
+struct Fault {
+  const char* function;  // one of those that faults.cpp has; the probe of the service: "heartbeat"
+  int nth;               // of its calls from now on, counted from 1
+  unsigned domain;       // of the GError; 0: none is set
+  int code;              // of the GError; errno, or the result, of a call that has none
+};
+void Plan(const Fault& fault);
+// Whether the planned call was made. There is no plan any more.
+bool TakePlanned();
 
 }  // namespace faults

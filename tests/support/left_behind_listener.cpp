@@ -14,13 +14,14 @@ struct Kept {
   int most;  // per process
 };
 
-// Each side keeps its connection, the link its bus and its listener, GLib its threads and their wake-up descriptors.
+// Each side keeps its connection, each of the two links its bus and its listener, GLib its threads and their wake-up
+// descriptors.
 const Kept kKeptByDesign[] = {
     {"descriptor .*/[.]corvane[.]db.*", 2},
     {"descriptor .*socket:.*", 2},
     {"descriptor .*eventfd.*", 6},
-    {"thread .* (gmain|gdbus|pool-.*)", 4},
-    {"thread .*", 1},
+    {"thread .* (gmain|gdbus|pool.*)", 4},
+    {"thread .*", 2},
 };
 
 std::vector<std::string> WithoutKept(std::vector<std::string> lines) {

@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <map>
 #include <mutex>
 #include <new>
 
+#include "undisturbed.h"
+
 extern "C" {
 void* __real_malloc(size_t bytes);
+void* __real_calloc(size_t count, size_t bytes);
+char* __real_strdup(const char* text);
 void __real_free(void* block);
 }
 
@@ -27,10 +32,24 @@ std::atomic<size_t> failing_malloc{0};
 std::atomic<size_t> failing_new{0};
 std::atomic<size_t> largest_request{0};
 
+struct Countdown {
+  bool active;
+  long requests;  // so far
+  long nth;
+  memory_faults::FailNth::Extent extent;
+};
+thread_local Countdown countdown = {};
+
 // Whether a request is one of those that fail.
 bool Fails(size_t bytes, const std::atomic<size_t>& failing) {
   largest_request = std::max<size_t>(largest_request, bytes);
-  return bytes == failing && bytes != 0;
+  return (bytes == failing && bytes != 0) || memory_faults::NextFails();
+}
+
+template <typename Block>
+Block* OutOfMemory() {
+  errno = ENOMEM;
+  return nullptr;
 }
 
 }  // namespace
@@ -55,16 +74,43 @@ size_t TakeLargestRequest() {
   return largest_request.exchange(0);
 }
 
+FailNth::FailNth(long nth, Extent extent) {
+  countdown = {true, 0, nth, extent};
+}
+
+FailNth::~FailNth() {
+  countdown.active = false;
+}
+
+bool FailNth::Reached() {
+  return countdown.requests >= countdown.nth;
+}
+
+bool NextFails() {
+  if (!countdown.active || Undisturbed::Now()) return false;
+  const long request = ++countdown.requests;
+  return request == countdown.nth || (countdown.extent == FailNth::kThatAndAllLater && request > countdown.nth);
+}
+
 }  // namespace memory_faults
 
 extern "C" {
 
 void* __wrap_malloc(size_t bytes) {
-  if (Fails(bytes, failing_malloc)) return nullptr;
+  if (Fails(bytes, failing_malloc)) return OutOfMemory<void>();
   void* block = __real_malloc(bytes);
+  const Undisturbed undisturbed;
   const std::lock_guard<std::mutex> lock(Get().mutex);
   Get().blocks[block] = bytes;
   return block;
+}
+
+void* __wrap_calloc(size_t count, size_t bytes) {
+  return memory_faults::NextFails() ? OutOfMemory<void>() : __real_calloc(count, bytes);
+}
+
+char* __wrap_strdup(const char* text) {
+  return memory_faults::NextFails() ? OutOfMemory<char>() : __real_strdup(text);
 }
 
 void __wrap_free(void* block) {

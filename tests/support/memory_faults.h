@@ -1,5 +1,6 @@
 // The memory that the code under test asks for, watched and let run out. Of malloc() and free() only calls from the
-// test program itself, to which the library's objects belong, are seen: those of other libraries are not.
+// test program itself, to which the library's objects belong, are seen: those of other libraries are not. SQLite's
+// are seen where the program has support/sqlite_memory.cpp.
 #pragma once
 
 #include <cstddef>
@@ -16,5 +17,23 @@ int LiveBlocks(size_t bytes);
 
 // The greatest number of bytes that was asked for, by malloc() or new, since it was last called.
 size_t TakeLargestRequest();
+
+// While this lives, of what the calling thread asks for, counted from 1, the nth request fails, or that one and all
+// that follow. Requests within an Undisturbed are neither counted nor failed.
+class FailNth {
+ public:
+  enum Extent { kOnlyThat, kThatAndAllLater };
+
+  FailNth(long nth, Extent extent);
+  ~FailNth();
+  FailNth(const FailNth&) = delete;
+  FailNth& operator=(const FailNth&) = delete;
+
+  // Whether there were as many requests.
+  static bool Reached();
+};
+
+// Asked for each request: whether it fails.
+bool NextFails();
 
 }  // namespace memory_faults

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <set>
 
+#include "undisturbed.h"
+
 namespace sqlite_faults {
 
 std::deque<int> open_codes;
@@ -118,12 +120,14 @@ extern "C" {
 int sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const char* vfs) {
   static auto* const real = Real(sqlite3_open_v2, "sqlite3_open_v2");
   {
+    const Undisturbed undisturbed;
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().openings.push_back({path, flags, vfs != nullptr});
     *connection = nullptr;
     if (const int code = Take(sqlite_faults::open_codes)) return code;
   }
   const int code = real(path, connection, flags, vfs);
+  const Undisturbed undisturbed;
   const std::lock_guard<std::mutex> lock(Get().mutex);
   if (*connection != nullptr) Get().connections.insert(*connection);
   return code;
@@ -141,8 +145,9 @@ int sqlite3_close(sqlite3* connection) {
 int sqlite3_prepare_v2(sqlite3* connection, const char* sql, int length, sqlite3_stmt** statement, const char** tail) {
   static auto* const real = Real(sqlite3_prepare_v2, "sqlite3_prepare_v2");
   if (!IsLibrarysCall(connection)) return real(connection, sql, length, statement, tail);
-  if (sqlite_faults::before_prepare) sqlite_faults::before_prepare(sql);
   {
+    const Undisturbed undisturbed;
+    if (sqlite_faults::before_prepare) sqlite_faults::before_prepare(sql);
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().prepared.emplace_back(sql);
     if (const int code = Take(sqlite_faults::prepare_codes)) return code;
@@ -155,6 +160,7 @@ int sqlite3_step(sqlite3_stmt* statement) {
   static auto* const real = Real(sqlite3_step, "sqlite3_step");
   if (!IsLibrarysCall(sqlite3_db_handle(statement))) return real(statement);
   {
+    const Undisturbed undisturbed;
     const std::lock_guard<std::mutex> lock(Get().mutex);
     if (const int code = Take(sqlite_faults::step_codes)) return code;
     if (sqlite3_stmt_busy(statement) == 0) NoteExecution(statement);

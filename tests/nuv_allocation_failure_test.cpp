@@ -1,0 +1,242 @@
+// Every function, with every request of memory failing in turn: the library's own (new, malloc(), calloc(), strdup())
+// and SQLite's.
+//
+// GLib's requests are left out: g_malloc() and everything made with it end the process when there is no memory, by
+// GLib's design. In the library these are the calls that make a GVariant (g_variant_new_*), a connection, a main
+// context or loop, a source, an owner of a name, a registered object or a parsed interface, and whatever GIO does
+// within g_bus_get_sync(), g_dbus_connection_new_for_address_sync() and g_dbus_connection_call_sync().
+#include <nuv/nuv_launcher_api.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "exported_calls_test.h"
+#include "faults.h"
+#include "memory_faults.h"
+#include "nuv_launcher_api/nuv_launcher_client.h"
+
+namespace {
+
+using memory_faults::FailNth;
+
+class AllocationFailure : public ExportedCallsTest {
+ protected:
+  Outcome RunFailing(const ExportedCall& call, long nth, FailNth::Extent extent) {
+    return Run(call, [&](const auto& body) {
+      const FailNth failing(nth, extent);
+      body();
+    });
+  }
+
+  // Requests of which every one fails alone. Of the others, of which SQLite makes hundreds, the runs in which all later
+  // requests fail, too, and the undisturbed ones in between take samples.
+  static constexpr long kFirst = 32;
+  static constexpr long kSample = 8;
+
+  // Lets every request of the call fail in turn.
+  void FailEach(const ExportedCall& call, FailNth::Extent extent, const Outcome& success, const LeftBehind& before) {
+    for (long nth = 1;; nth += extent == FailNth::kOnlyThat || nth < kFirst ? 1 : kSample, ++failed_) {
+      const Outcome outcome = RunFailing(call, nth, extent);
+      if (!FailNth::Reached()) return;
+      SCOPED_TRACE("request " + std::to_string(nth) + (extent == FailNth::kOnlyThat ? "" : " and all later ones"));
+      EXPECT_TRUE(outcome == success || HasFailed(call, outcome)) << outcome << " instead of " << success;
+      if (outcome.result == -1) {
+        EXPECT_TRUE(world_.HandedOutNoBlock());
+      }
+      EXPECT_EQ(std::vector<std::string>{}, Left(before));
+      if (nth <= kFirst || nth % kSample == 0) {
+        EXPECT_EQ(success, RunUndisturbed(call));
+      }
+    }
+  }
+
+  void FailEachOf(const std::function<bool(const ExportedCall&)>& wanted) {
+    for (const ExportedCall& call : ExportedCalls()) {
+      if (!wanted(call)) continue;
+      SCOPED_TRACE(NameOf(call));
+      const Outcome success = RunUndisturbed(call);
+      if (cold_) CloseDatabases();
+      const LeftBehind before;
+      for (const auto extent : {FailNth::kOnlyThat, FailNth::kThatAndAllLater}) {
+        FailEach(call, extent, success, before);
+      }
+      EXPECT_EQ(success, RunUndisturbed(call));
+    }
+    RecordProperty("failed_requests", failed_);
+  }
+};
+
+TEST_F(AllocationFailure, CoversEveryExportedFunction) {
+  EXPECT_EQ(std::vector<std::string>{}, FunctionsWithoutCall());
+  std::set<std::string> functions;
+  for (const ExportedCall& call : ExportedCalls()) functions.insert(call.function);
+  EXPECT_EQ(76u, functions.size());
+}
+
+// A call that failed anyhow would show little.
+TEST_F(AllocationFailure, EachCallSucceedsUndisturbed) {
+  const std::map<std::string, int> others = {
+      {"nuv_launch_app without an id", -1},
+      {"nuv_launch_app_ex without a request", -1},
+      {"nuv_launch_webapp_by_runtitle that is unknown", -1},
+      {"nuv_launch_app_internal without an id", -1},
+      {"nuv_launch_app_internal of an unknown application", -1},
+      {"nuv_get_running_appIter_func", -1},  // ends the walk
+      {"nuv_inner_check_most_used_app", 1},
+      {"nuv_inner_check_recently_used_app", 1},
+      {"nuv_inner_check_app_installing", -1},
+  };
+  for (const ExportedCall& call : ExportedCalls()) {
+    const auto other = others.find(NameOf(call));
+    EXPECT_EQ(other == others.end() ? 0 : other->second, RunUndisturbed(call).result) << NameOf(call);
+  }
+}
+
+TEST_F(AllocationFailure, WithoutDatabaseAndLinkGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) { return call.needs == kNothing; });
+}
+
+TEST_F(AllocationFailure, OfTheReadSideGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) { return call.needs == kReadSide; });
+}
+
+TEST_F(AllocationFailure, OfTheInnerSideGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) { return call.needs == kInnerSide; });
+}
+
+// The opening, and the reading of the schema behind it, are the same for every call.
+TEST_F(AllocationFailure, WhileADatabaseIsOpenedGivesTheDocumentedResult) {
+  cold_ = true;
+  const std::set<std::string> some = {"m_nuv_get_app_info", "GetAppsTableCount", "nuv_inner_db_init",
+                                      "nuv_inner_get_appid_by_title", "nuv_inner_update_app_by_key_value"};
+  FailEachOf([&](const ExportedCall& call) { return some.count(call.function) != 0; });
+}
+
+TEST_F(AllocationFailure, OfTheLauncherLinkGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) { return call.needs == kLauncherLink; });
+}
+
+TEST_F(AllocationFailure, OfALookupBeforeALaunchGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) {
+    return (call.needs & kLauncherLink) != 0 && (call.needs & (kReadSide | kInnerSide)) != 0;
+  });
+}
+
+TEST_F(AllocationFailure, OfTheInnerLinkGivesTheDocumentedResult) {
+  FailEachOf([](const ExportedCall& call) { return (call.needs & kInnerLink) != 0; });
+}
+
+const ExportedCall& CallOf(const std::string& function) {
+  return *std::find_if(ExportedCalls().begin(), ExportedCalls().end(),
+                       [&](const ExportedCall& call) { return call.function == function; });
+}
+
+class LinkAllocationFailure : public AllocationFailure {
+ protected:
+  static void GiveLinkBack() { get_launcher_proxy()->GiveProxy(); }
+
+  const ExportedCall& popup_ = CallOf("nuv_launch_systempopup_client");
+};
+
+// Each try goes on where the one before it failed.
+TEST_F(LinkAllocationFailure, WhileTheFirstLinkOfAProcessIsMadeGivesTheDocumentedResult) {
+  for (const char* function : {"nuv_launch_systempopup_client", "nuv_dbus_update_app_count"}) {
+    const ExportedCall& call = CallOf(function);
+    long nth = 1;
+    for (;; ++nth) {
+      const Outcome outcome = RunFailing(call, nth, FailNth::kOnlyThat);
+      if (!FailNth::Reached()) break;
+      EXPECT_EQ(-1, outcome.result) << function << ", request " << nth;
+    }
+    EXPECT_LT(5, nth) << function;
+    EXPECT_EQ(0, RunUndisturbed(call).result) << function;
+  }
+}
+
+TEST_F(LinkAllocationFailure, WhileALinkIsMadeAnewGivesTheDocumentedResult) {
+  const Outcome success = RunUndisturbed(popup_);
+  GiveLinkBack();
+  const LeftBehind before;
+  for (const auto extent : {FailNth::kOnlyThat, FailNth::kThatAndAllLater}) {
+    long nth = 1;
+    for (;; ++nth) {
+      const Outcome outcome = RunFailing(popup_, nth, extent);
+      if (!FailNth::Reached()) break;
+      EXPECT_EQ(-1, outcome.result) << "request " << nth;
+      EXPECT_EQ(success, RunUndisturbed(popup_)) << "request " << nth;
+      GiveLinkBack();
+      EXPECT_EQ(std::vector<std::string>{}, Left(before)) << "request " << nth;
+    }
+    EXPECT_LT(1, nth);
+    GiveLinkBack();
+  }
+}
+
+// A lost bus: the ended listener is kept until it can be joined, and the connection is a private one.
+TEST_F(LinkAllocationFailure, WhileALostLinkIsMadeAnewGivesTheDocumentedResult) {
+  const Outcome success = RunUndisturbed(popup_);
+  long nth = 1;
+  for (;; ++nth) {
+    world_.LoseBus();
+    const Outcome outcome = RunFailing(popup_, nth, FailNth::kOnlyThat);
+    const bool reached = FailNth::Reached();
+    EXPECT_EQ(reached ? -1 : 0, outcome.result) << "request " << nth;
+    EXPECT_EQ(success, RunUndisturbed(popup_)) << "request " << nth;
+    if (!reached) break;
+  }
+  EXPECT_LT(2, nth);
+}
+
+// A link without a listener is one whose listener is late: it carries calls, but no results.
+TEST_F(LinkAllocationFailure, OnTheListenerLeavesALinkWithoutResults) {
+  static std::atomic<long> nth{1};
+  static std::atomic<bool> reached{true};
+  const auto fail_in_thread = [] {
+    // Lives as long as the thread, and tells at its end.
+    static thread_local struct Failing {
+      ~Failing() {
+        if (FailNth::Reached()) reached = true;
+      }
+      FailNth fail{nth, FailNth::kOnlyThat};
+    } in_this_thread;
+  };
+  faults::condition_waits_are_short = true;
+  const Outcome success = RunUndisturbed(popup_);
+  GiveLinkBack();
+  const LeftBehind before;
+  for (; reached; ++nth) {
+    reached = false;
+    faults::at_start_of_thread = fail_in_thread;
+    EXPECT_EQ(success, RunUndisturbed(popup_)) << "request " << nth;
+    faults::at_start_of_thread = nullptr;
+    GiveLinkBack();  // joins the listener
+    EXPECT_EQ(std::vector<std::string>{}, Left(before)) << "request " << nth;
+  }
+  EXPECT_LT(4, nth);
+}
+
+// The callback of the first result makes the next one, of a request that nobody has made, find no memory.
+TEST_F(LinkAllocationFailure, OfAResultIsAnsweredAllTheSame) {
+  static std::unique_ptr<FailNth> failing;
+  static std::atomic<int> heard{0};
+  const auto on_result = [](const char*, nuv_notify_event_e, int, int, void*) {
+    failing = failing == nullptr ? std::make_unique<FailNth>(1, FailNth::kThatAndAllLater) : nullptr;
+    ++heard;
+  };
+  ASSERT_EQ(0, nuv_launch_webapp("an.application", "", "", on_result, nullptr));
+  const LaunchRequest launch = world_.service().Launches().at(0);
+  EXPECT_TRUE(world_.service().SendResult(launch, {}));
+  ASSERT_TRUE(WaitUntil([] { return heard == 1; }));
+  SentResult of_nobody;
+  of_nobody.event_offset = 1000;
+  EXPECT_TRUE(world_.service().SendResult(launch, of_nobody));
+  EXPECT_TRUE(WaitUntil([] { return fake_platform::Logged("\033[0;31mout of memory\033[0;m"); }));
+  EXPECT_TRUE(world_.service().SendResult(launch, {}));
+  EXPECT_TRUE(WaitUntil([] { return heard == 2; })) << "the listener has ended";
+}
+
+}  // namespace

@@ -1,0 +1,103 @@
+// The fixture of tests that disturb every exported function in turn, and look at what comes of it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "exported_calls.h"
+#include "fake_platform.h"
+#include "left_behind.h"
+#include "nuv_db_api/nuv_db_statement.h"
+#include "nuv_inner_db_api/nuv_db_connection.h"
+#include "nuv_launcher_api/nuv_launch_callbacks.h"
+#include "sqlite_faults.h"
+
+struct Outcome {
+  std::optional<int> result;  // nothing: std::bad_alloc
+  std::string handed_out;
+
+  bool operator==(const Outcome& other) const { return result == other.result && handed_out == other.handed_out; }
+  bool operator!=(const Outcome& other) const { return !(*this == other); }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+  return out << (outcome.result ? std::to_string(*outcome.result) : "std::bad_alloc") << " and what has the hash "
+             << std::hash<std::string>()(outcome.handed_out);
+}
+
+// Whether each lending of the CPU priority, and each trace, was ended.
+inline bool Balanced(const std::vector<std::string>& effects) {
+  int lent = 0;
+  int traces = 0;
+  for (const std::string& effect : effects) {
+    if (effect.rfind("cpu set", 0) == 0) ++lent;
+    if (effect.rfind("cpu clear", 0) == 0) --lent;
+    if (effect.rfind("trace_begin", 0) == 0) ++traces;
+    if (effect.rfind("trace_end", 0) == 0) --traces;
+  }
+  return lent == 0 && traces == 0;
+}
+
+class ExportedCallsTest : public ::testing::Test {
+ protected:
+  // As before the first query of the process.
+  static void CloseDatabases() {
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(g_pConnection));
+    EXPECT_EQ(SQLITE_OK, sqlite3_close(g_pConnection_Inner));
+    g_pConnection = nullptr;
+    g_pConnection_Inner = nullptr;
+    g_db_type = kReadWrite;
+  }
+
+  // Makes the call; disturbed(body) runs the body, which is no more than that.
+  template <typename Disturbed>
+  Outcome Run(const ExportedCall& call, Disturbed disturbed) {
+    world_.Renew();
+    if (cold_) CloseDatabases();
+    if (call.before != nullptr) call.before(world_);
+    fake_platform::Clear();
+    sqlite_faults::Forget();
+    Outcome outcome;
+    first_event_ = TakeLaunchEvent();
+    try {
+      disturbed([&] { outcome.result = call.call(world_); });
+    } catch (const std::bad_alloc&) {
+    }
+    if (outcome.result != 0) ExpectNoCallbackKept();
+    outcome.handed_out = world_.HandedOut();
+    return outcome;
+  }
+  Outcome RunUndisturbed(const ExportedCall& call) {
+    return Run(call, [](const auto& body) { body(); });
+  }
+
+  // A request that was not accepted has no result, and its callback is forgotten.
+  void ExpectNoCallbackKept() const {
+    const int32_t end = TakeLaunchEvent();
+    for (int32_t event = first_event_; event < end; ++event) EXPECT_EQ(0u, FindLaunchCallback(event).callback);
+  }
+
+  static bool HasFailed(const ExportedCall& call, const Outcome& outcome) {
+    if (!outcome.result) return call.throws;
+    return *outcome.result == call.failure || *outcome.result == call.other_failure;
+  }
+
+  // What a call left, its database connections aside where they are to be opened by each call.
+  std::vector<std::string> Left(const LeftBehind& before) {
+    EXPECT_EQ(0, sqlite_faults::LiveStatements());
+    EXPECT_TRUE(Balanced(fake_platform::Effects()));
+    if (cold_) CloseDatabases();
+    return before.Now();
+  }
+
+  World world_;
+  bool cold_ = false;
+  int32_t first_event_ = 0;
+  int failed_ = 0;  // calls or requests that were let fail
+};
