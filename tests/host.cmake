@@ -11,3 +11,8 @@ target_compile_definitions(host_exports_test PRIVATE
 foreach(name IN ITEMS host_log_line host_log_format host_log_sink host_guest_file host_trace_marker)
   nuv_add_test(${name}_test SOURCES ${name}_test.cpp LIBRARIES nuv_platform_host_objects)
 endforeach()
+
+nuv_add_test(host_call_failure_test SOURCES host_call_failure_test.cpp LIBRARIES nuv_platform_host_objects)
+target_link_options(host_call_failure_test PRIVATE
+  LINKER:--wrap=open,--wrap=fstat,--wrap=read,--wrap=write,--wrap=rename,--wrap=unlink,--wrap=opendir,--wrap=readdir
+  LINKER:--wrap=kill,--wrap=strdup)

@@ -27,3 +27,5 @@ target_compile_definitions(nuv_exported_calls PRIVATE NUV_SOURCE_DIR="${PROJECT_
 set(NUV_NO_POOLS ENVIRONMENT G_SLICE=always-malloc)
 nuv_add_test(nuv_allocation_failure_test SOURCES nuv_allocation_failure_test.cpp support/sqlite_memory.cpp
   LIBRARIES nuv_exported_calls nuv_memory_faults TIMEOUT 180 ${NUV_NO_POOLS})
+nuv_add_test(nuv_call_failure_test SOURCES nuv_call_failure_test.cpp LIBRARIES nuv_exported_calls TIMEOUT 180
+  ${NUV_NO_POOLS})
