@@ -38,8 +38,8 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
 // statement. Every result but a row ends the statement: it is finalized and null.
 int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
 
-// The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step. Making
-// a text of a value that is none takes memory: std::bad_alloc.
+// The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step.
+// Making a text of a value that is none takes memory: std::bad_alloc.
 const char* TextOfColumn(const DatabaseSide& side, unsigned column) NUV_REQUIRES(side.turn);
 
 // One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
