@@ -13,6 +13,7 @@ stop_all() {
 start_and_wait() {
   local name=$1 tries
   shift
+  rm -f "$work/$name.out"    # of an earlier one
   "$@" >"$work/$name.out" 2>"$work/$name.err" </dev/null &
   started+=($!)
   for ((tries = 0; tries < 400; ++tries)); do

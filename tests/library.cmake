@@ -41,3 +41,13 @@ endfunction()
 nuv_add_client(exit_client)
 nuv_add_client(stress_client)
 nuv_add_test(nuv_stress_test SOURCES nuv_stress_test.cpp TIMEOUT 180)
+
+# Everything at once, for as long as one likes: scripts/soak.
+nuv_add_client(soak_client nuv_platform_host)
+target_sources(soak_client PRIVATE clients/soak_actions.cpp clients/soak_ledger.cpp)
+# A sanitizer has a memory footprint of its own.
+if(NOT NUV_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME soak.ABriefOneBalances
+    COMMAND ${PROJECT_SOURCE_DIR}/scripts/soak 10s --build ${CMAKE_BINARY_DIR})
+  set_tests_properties(soak.ABriefOneBalances PROPERTIES TIMEOUT 300)
+endif()

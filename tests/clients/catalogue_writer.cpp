@@ -1,10 +1,11 @@
 // Writes to an application database until it is killed, like the service at work: catalogue_writer PATH MODE (a journal
-// mode of SQLite). In each transaction all columns of the pair that readers compare get the same number, and an
-// application comes or goes. Says "writing" after the first one.
+// mode of SQLite) [PAUSE] (between two transactions, in microseconds). In each transaction all columns of the pair that
+// readers compare get the same number, and an application comes or goes. Says "writing" after the first one.
 #include <sqlite3.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -26,7 +27,9 @@ std::string Change(int number) {
 
 }  // namespace
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
+  // Readers of a rollback journal need a gap.
+  const int pause_us = count > 3 ? atoi(arguments[3]) : 500;
   sqlite3* connection = nullptr;
   if (sqlite3_open(arguments[1], &connection) != SQLITE_OK) return 1;
   sqlite3_busy_timeout(connection, 60000);
@@ -37,6 +40,6 @@ int main(int, char** arguments) {
       puts("writing");
       fflush(stdout);
     }
-    usleep(500);  // readers of a rollback journal need a gap
+    usleep(pause_us);
   }
 }
