@@ -51,3 +51,9 @@ if(NOT NUV_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
     COMMAND ${PROJECT_SOURCE_DIR}/scripts/soak 10s --build ${CMAKE_BINARY_DIR})
   set_tests_properties(soak.ABriefOneBalances PROPERTIES TIMEOUT 300)
 endif()
+
+# A service that dies in the middle of a call.
+add_executable(mortal_service clients/mortal_service.cpp support/recording_service.cpp)
+set_property(GLOBAL APPEND PROPERTY NUV_TEST_CLIENTS mortal_service)
+target_link_libraries(mortal_service PRIVATE nuv_test_support nuv_build_flags Threads::Threads)
+set_target_properties(mortal_service PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)

@@ -12,6 +12,7 @@
 #include "faults.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
+#include "running_main_loop.h"
 
 namespace {
 
@@ -41,23 +42,6 @@ struct Footprint {
   size_t threads = Entries("/proc/self/task");
   size_t descriptors = Entries("/proc/self/fd");
   size_t heap = mallinfo2().uordblks;
-};
-
-// A host whose main thread's default context runs in the background, as a GLib program's does.
-class RunningMainLoop {
- public:
-  RunningMainLoop() : loop_(g_main_loop_new(nullptr, FALSE)), thread_([this] { g_main_loop_run(loop_); }) {
-    WaitUntil([this] { return g_main_loop_is_running(loop_) != FALSE; });
-  }
-  ~RunningMainLoop() {
-    g_main_loop_quit(loop_);
-    thread_.join();
-    g_main_loop_unref(loop_);
-  }
-
- private:
-  GMainLoop* loop_;
-  std::thread thread_;
 };
 
 class RestartTest : public LaunchTest {

@@ -17,6 +17,8 @@ class PrivateBus {
   const std::string& address() const { return address_; }
   const std::string& directory() const { return directory_.path(); }
 
+  pid_t pid() const { return daemon_->pid(); }
+
   void Kill();   // SIGKILL: every connection breaks
   void Start();  // again, on the same address
   void Restart() {

@@ -87,6 +87,11 @@ void RecordingService::AnswerTo(const std::string& method, Answer answer) {
   answers_[method] = std::move(answer);
 }
 
+void RecordingService::FallSilent() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  silent_ = true;
+}
+
 void RecordingService::Before(const std::string& method, std::function<void(const RecordedCall&)> hook) {
   const std::lock_guard<std::mutex> lock(mutex_);
   before_[method] = std::move(hook);
@@ -95,6 +100,11 @@ void RecordingService::Before(const std::string& method, std::function<void(cons
 void RecordingService::OnCall(std::function<void(const RecordedCall&)> hook) {
   const std::lock_guard<std::mutex> lock(mutex_);
   on_call_ = std::move(hook);
+}
+
+void RecordingService::OnAnswered(std::function<void(const RecordedCall&)> hook) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  on_answered_ = std::move(hook);
 }
 
 std::vector<RecordedCall> RecordingService::Calls() const {
@@ -171,18 +181,22 @@ void RecordingService::Handle(GDBusMessage* message) {
   Answer answer;
   std::function<void(const RecordedCall&)> on_call;
   std::function<void(const RecordedCall&)> before;
+  std::function<void(const RecordedCall&)> on_answered;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     calls_.push_back(call);
     const auto found = answers_.find(call.method);
     if (found != answers_.end()) answer = found->second;
+    if (silent_) answer.kind = Answer::kSilence;
     on_call = on_call_;
+    on_answered = on_answered_;
     const auto hook = before_.find(call.method);
     if (hook != before_.end()) before = hook->second;
   }
   if (on_call) on_call(call);
   if (before) before(call);
   Reply(message, answer);
+  if (on_answered) on_answered(call);
 }
 
 void RecordingService::Reply(GDBusMessage* message, const Answer& answer) const {

@@ -59,10 +59,14 @@ class RecordingService {
   RecordingService& operator=(const RecordingService&) = delete;
 
   void AnswerTo(const std::string& method, Answer answer);
+  // No call that arrives from now on is answered.
+  void FallSilent();
   // Called before a method is answered, on the bus thread.
   void Before(const std::string& method, std::function<void(const RecordedCall&)> hook);
   // Told of every call as it arrives.
   void OnCall(std::function<void(const RecordedCall&)> hook);
+  // Told of every call once its answer is on its way.
+  void OnAnswered(std::function<void(const RecordedCall&)> hook);
 
   std::vector<RecordedCall> Calls() const;  // heartbeats included
   std::vector<RecordedCall> CallsOf(const std::string& method) const;
@@ -74,6 +78,9 @@ class RecordingService {
   // Calls any method of the client object; null on failure.
   std::shared_ptr<GVariant> CallClient(const std::string& object_name, const char* method, GVariant* arguments,
                                        int timeout_ms, GError** error) const;
+  // Waits until everything has left for the bus. Not for the bus thread.
+  void Flush() const { g_dbus_connection_flush_sync(connection_, nullptr, nullptr); }
+  bool Closed() const { return g_dbus_connection_is_closed(connection_) != FALSE; }
   // Sends a method call to the client object without waiting.
   void SendToClient(const LaunchRequest& launch, const SentResult& result) const;
 
@@ -84,8 +91,10 @@ class RecordingService {
 
   mutable std::mutex mutex_;
   std::map<std::string, Answer> answers_;
+  bool silent_ = false;
   std::map<std::string, std::function<void(const RecordedCall&)>> before_;
   std::function<void(const RecordedCall&)> on_call_;
+  std::function<void(const RecordedCall&)> on_answered_;
   std::vector<RecordedCall> calls_;
   PrivateConnection owned_;  // gone before what its filter uses
   GDBusConnection* connection_ = nullptr;
