@@ -9,8 +9,12 @@
 #include <exception>
 
 // Calls a callback of the given type, unless it is null. What it throws ends here, in the log; only the unwinding of a
-// thread that ends goes on.
+// thread that ends goes on. A failed launch calls a callback of the other shape with the arguments of this one, which
+// is the contract, and which a sanitizer would not let pass.
 template <typename Callback, typename... Arguments>
+#ifdef __clang__
+__attribute__((no_sanitize("function")))
+#endif
 void CallUserCallback(uintptr_t callback, Arguments... arguments) {
   if (callback == 0) return;
   try {
