@@ -118,7 +118,8 @@ GVariant* Launch::Arguments() const {
                        preload, 0, 0, 0, 0, cb_type, deep_link, 0, background, skip_pin, &extra);
 }
 
-SimulatorTest::SimulatorTest(const std::string& policy) : bus_(policy), connection_(ConnectTo(bus_)) {}
+SimulatorTest::SimulatorTest(const std::string& policy, const std::string& base)
+    : bus_(policy, "", base), connection_(ConnectTo(bus_)) {}
 
 void SimulatorTest::Start(const std::vector<std::string>& options, const std::string& catalogue) {
   WriteFile(files_ / "catalogue.json", catalogue);

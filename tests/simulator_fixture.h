@@ -55,6 +55,7 @@ class ResultObject {
   void Appear();
 
   const std::string& name() const { return name_; }
+  std::string UniqueName() const { return g_dbus_connection_get_unique_name(connection_.get()); }
   const std::vector<ReceivedResult>& results() const { return results_; }
   bool WaitFor(std::size_t count) const;
   // Event and result of the only result that has come, waiting for it.
@@ -95,8 +96,8 @@ std::string ExtraBlock(const std::string& key, const std::string& value);
 
 class SimulatorTest : public ::testing::Test {
  protected:
-  // The policy is added to one that allows everything.
-  explicit SimulatorTest(const std::string& policy = "");
+  // The policy is added to the base.
+  explicit SimulatorTest(const std::string& policy = "", const std::string& base = PrivateBus::kEverythingAllowed);
 
   // Starts the simulator on the state directory and waits until it is ready. Without a catalogue it is empty.
   void Start(const std::vector<std::string>& options = {}, const std::string& catalogue = R"({"apps": []})");

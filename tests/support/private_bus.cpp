@@ -19,21 +19,18 @@ std::string DaemonConfig(const std::string& address, const std::string& policy, 
       std::string(service_dir.empty() ? "system" : "session") + "</type><listen>" + address +
       "</listen><auth>EXTERNAL</auth>\n";
   if (!service_dir.empty()) text += "<servicedir>" + service_dir + "</servicedir>\n";
-  text +=
-      "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
-      "<allow own=\"*\"/><allow user=\"*\"/></policy>\n" +
-      policy +
-      "<limit name=\"max_replies_per_connection\">50000</limit>"
-      "<limit name=\"max_match_rules_per_connection\">50000</limit>"
-      "<limit name=\"max_connections_per_user\">1000</limit></busconfig>\n";
+  text += policy +
+          "<limit name=\"max_replies_per_connection\">50000</limit>"
+          "<limit name=\"max_match_rules_per_connection\">50000</limit>"
+          "<limit name=\"max_connections_per_user\">1000</limit></busconfig>\n";
   return text;
 }
 
 }  // namespace
 
-PrivateBus::PrivateBus(const std::string& policy, const std::string& service_dir)
+PrivateBus::PrivateBus(const std::string& policy, const std::string& service_dir, const std::string& base)
     : config_(directory_ / "bus.conf"), address_("unix:path=" + (directory_ / "bus")) {
-  WriteFile(config_, DaemonConfig(address_, policy, service_dir));
+  WriteFile(config_, DaemonConfig(address_, base + policy, service_dir));
   setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
   Start();
 }

@@ -9,10 +9,15 @@
 
 class PrivateBus {
  public:
-  // Starts the daemon and points DBUS_SYSTEM_BUS_ADDRESS at it. The policy, in the daemon's own XML, is added to one
-  // that allows everything; service_dir, where given, holds activation files, and the daemon starts their programs by
-  // itself, as a session bus does.
-  explicit PrivateBus(const std::string& policy = "", const std::string& service_dir = "");
+  static constexpr const char* kEverythingAllowed =
+      "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
+      "<allow own=\"*\"/><allow user=\"*\"/></policy>\n";
+
+  // Starts the daemon and points DBUS_SYSTEM_BUS_ADDRESS at it. The policy, in the daemon's own XML, is added to the
+  // base; service_dir, where given, holds activation files, and the daemon starts their programs by itself, as a
+  // session bus does.
+  explicit PrivateBus(const std::string& policy = "", const std::string& service_dir = "",
+                      const std::string& base = kEverythingAllowed);
 
   const std::string& address() const { return address_; }
   const std::string& directory() const { return directory_.path(); }
