@@ -1,8 +1,22 @@
-# Flags that hold for every target of the project.
+# What makes a fault harder to use, for every target of the project, generated code included.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES C CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+add_library(nuv_hardening INTERFACE)
+target_compile_options(nuv_hardening INTERFACE -fstack-protector-strong -fstack-clash-protection)
+target_link_options(nuv_hardening INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+# The checked calls of the C library exist in optimized code only, and a sanitizer looks at the plain ones more closely.
+if(NOT NUV_SANITIZE)
+  set(optimized
+    $<AND:$<CONFIG:Release,RelWithDebInfo,MinSizeRel>,$<NOT:$<BOOL:$<TARGET_PROPERTY:NUV_NOT_OPTIMIZED>>>>)
+  target_compile_options(nuv_hardening INTERFACE $<${optimized}:-U_FORTIFY_SOURCE> $<${optimized}:-D_FORTIFY_SOURCE=3>)
+endif()
+
+# Flags that hold for every target with sources of our own.
 add_library(nuv_build_flags INTERFACE)
+target_link_libraries(nuv_build_flags INTERFACE nuv_hardening)
 target_compile_options(nuv_build_flags INTERFACE
-  -Wall -Wextra -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> -Wno-format-zero-length
-  -fstack-protector-strong)
+  -Wall -Wextra -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> -Wno-format-zero-length)
 target_compile_definitions(nuv_build_flags INTERFACE
   GLIB_VERSION_MIN_REQUIRED=GLIB_VERSION_2_66 GLIB_VERSION_MAX_ALLOWED=GLIB_VERSION_2_74)
 if(NUV_SANITIZE)

@@ -55,6 +55,17 @@ nuv_add_script_test(LibraryIsLinkedAsPromised
   "${base}|libnuv_platform_host[.]so[.]1|libsqlite3[.]so[.]0")
 nuv_add_script_test(PlatformLibraryIsLinkedAsPromised
   ${packaging}/check_library $<TARGET_FILE:nuv_platform_host> libnuv_platform_host.so.${PROJECT_VERSION_MAJOR} "${base}")
+# What is not optimized has no checked calls.
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  nuv_add_script_test(LibrariesAndProgramsAreHardened
+    ${packaging}/check_hardened $<TARGET_FILE:nuv_launcher_api> $<TARGET_FILE:nuv_platform_host>
+    $<TARGET_FILE:nuv-simulator> $<TARGET_FILE:nuvctl>)
+  if(NOT CMAKE_CROSSCOMPILING)
+    nuv_add_script_test(InstalledBelowUsrEverythingIsHardenedAndFoundByTheLoader
+      ${packaging}/check_installation ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${compilers}
+      ${CMAKE_GENERATOR})
+  endif()
+endif()
 nuv_add_script_test(ProgramsCanReplacePlatformCalls
   ${packaging}/check_interposition $<TARGET_FILE:nuv_launcher_api> $<TARGET_FILE:nuv_platform_host>)
 
