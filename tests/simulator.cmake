@@ -17,3 +17,8 @@ nuv_add_test(simulator_terminal_test SOURCES simulator_terminal_test.cpp LIBRARI
 nuv_add_client(launch_client nuv_platform_host)
 nuv_add_test(simulator_client_test SOURCES simulator_client_test.cpp LIBRARIES nuv_simulator_fixture)
 add_dependencies(simulator_client_test launch_client inner_writer)
+
+# A client that a peer floods.
+nuv_add_client(flood_client)
+nuv_add_test(simulator_flood_test SOURCES simulator_flood_test.cpp LIBRARIES nuv_simulator_fixture)
+add_dependencies(simulator_flood_test flood_client)
