@@ -7,14 +7,17 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <stdexcept>
 
 #include "fake_apps.h"
 #include "launch_test.h"
+#include "negative_threads.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
+#include "nuv_launcher_api/nuv_launcher_data.h"
 
 namespace {
 
@@ -187,6 +190,50 @@ TEST_F(ResultTest, OfAnEarlierListenerIsDropped) {
   ASSERT_TRUE(WaitUntil([] { return fake_platform::Logged("thread != manager_thread_id"); }));
   EXPECT_TRUE(heard_.Texts().empty());
   pthread_detach(keep_stack);
+}
+
+TEST_F(ResultTest, ReachesAListenerWhoseIdIsNegative) {
+  WarmUp();
+  const StacksOfNegativeThreads stacks;
+  for (int i = 0; i < 8 && get_launcher_proxy()->ListenerId() >= 0; ++i) {
+    get_launcher_proxy()->GiveProxy();
+    KeepFreeStack();
+    ASSERT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));
+  }
+  const LaunchRequest launch = Launch(1);
+  ASSERT_GT(0, launch.thread_id);
+  ASSERT_TRUE(service_->SendResult(launch, {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+TEST_F(ResultTest, FindsItsCallbackWhereEventNumbersWrap) {
+  LaunchEvents events{static_cast<uint32_t>(INT32_MAX) - 1};
+  for (const int32_t expected : {INT32_MAX - 1, INT32_MAX, INT32_MIN, INT32_MIN + 1})
+    EXPECT_EQ(expected, events.Take());
+  events.next = UINT32_MAX;
+  for (const int32_t expected : {-1, 0}) EXPECT_EQ(expected, events.Take());
+
+  LaunchRequest launch = Launch(1);
+  const nuv_launcher_user_callback callback = FindLaunchCallback(launch.event);
+  ForgetLaunchCallback(launch.event);
+  for (const int32_t event : {INT32_MAX, INT32_MIN, -1}) {
+    launch.event = event;
+    KeepLaunchCallback(event, callback);
+    ASSERT_TRUE(service_->SendResult(launch, {901, 0}));
+  }
+  ASSERT_TRUE(heard_.WaitFor(3));
+  EXPECT_EQ((std::vector<std::string>(3, "notify app 901 0 0")), heard_.Texts());
+}
+
+TEST(LaunchCallbacks, KeepEveryBitOfAnAddress) {
+  static_assert(sizeof nuv_launcher_user_callback::callback == sizeof(void (*)()));
+  static_assert(sizeof _NUV_LAUNCHER_DATA::callback == sizeof(void (*)()));
+  for (size_t bit = 0; bit < 8 * sizeof(uintptr_t); ++bit) {
+    const uintptr_t address = uintptr_t{1} << bit;
+    KeepLaunchCallback(7, {address, reinterpret_cast<void*>(address)});
+    EXPECT_EQ(address, FindLaunchCallback(7).callback);
+    EXPECT_EQ(reinterpret_cast<void*>(address), FindLaunchCallback(7).userData);
+  }
 }
 
 TEST_F(ResultTest, ForAnUnknownEventIsAnsweredAndLeavesAnEmptyEntry) {

@@ -11,7 +11,7 @@ namespace {
 struct LaunchTable {
   Mutex mutex;
   std::map<int32_t, nuv_launcher_user_callback> launcher_cb_map NUV_GUARDED_BY(mutex);
-  uint32_t launcher_event_key NUV_GUARDED_BY(mutex) = 0;  // wraps like the 32-bit signed number that it is sent as
+  LaunchEvents launcher_event_key NUV_GUARDED_BY(mutex);
 };
 
 // Made when the library is loaded: a child forked while another thread was making it would wait for that thread for
@@ -37,7 +37,7 @@ void UnlockTable() NUV_UNANALYSED {
 int32_t TakeLaunchEvent() {
   LaunchTable& table = Table();
   const CNUVClientAutoLock lock(table.mutex);
-  return static_cast<int32_t>(table.launcher_event_key++);
+  return table.launcher_event_key.Take();
 }
 
 void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback) {

@@ -8,6 +8,12 @@ struct nuv_launcher_user_callback {
   void* userData = nullptr;
 };
 
+// Event numbers in their order. They wrap as a 32-bit signed number does.
+struct LaunchEvents {
+  uint32_t next = 0;
+  int32_t Take() { return static_cast<int32_t>(next++); }
+};
+
 // The next event number; no two requests get the same.
 int32_t TakeLaunchEvent();
 
