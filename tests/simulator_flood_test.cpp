@@ -13,6 +13,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// A sanitizer has an allocator of its own, which keeps what is freed.
+constexpr bool kMemoryIsOurs = NUV_SANITIZED == 0;
+
 int Messages() {
   const char* given = getenv("NUV_FLOOD_MESSAGES");
   return given == nullptr ? 3000 : atoi(given);
@@ -105,22 +108,23 @@ TEST_F(FloodTest, NoneForComparison) {
 TEST_F(FloodTest, OfResultsForOthersLosesNothingAndLeavesNothingBehind) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_ + 1)}, Messages());
-  EXPECT_LT(Number(report, "kept_kb"), 500);
+  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500);
   EXPECT_EQ(Number(report, "forged"), 0);
 }
 
 TEST_F(FloodTest, OfUnknownEventsLosesNothingAndLeavesAnEmptyEntryEach) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_)}, Messages());
-  EXPECT_LT(Number(report, "kept_kb"), 500 + Messages() / 10);
+  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500 + Messages() / 10);
   EXPECT_EQ(Number(report, "forged"), 0);
 }
 
 TEST_F(FloodTest, OfHugeMessagesLosesNothingAndLeavesNothingBehind) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_ + 1), std::string(16 << 20, 'x')}, 8);
-  EXPECT_LT(Number(report, "kept_kb"), 500 + (16 << 10)) << "the connection's buffer is as large as the largest";
-  EXPECT_LT(Number(report, "peak_kb"), 6 * (16 << 10)) << "a few copies of one message, not of all";
+  if (kMemoryIsOurs)
+    EXPECT_LT(Number(report, "kept_kb"), 500 + (16 << 10)) << "the connection's buffer is as large as the largest";
+  if (kMemoryIsOurs) EXPECT_LT(Number(report, "peak_kb"), 6 * (16 << 10)) << "a few copies of one message, not of all";
 }
 
 TEST_F(FloodTest, OfForgedResultsIsHeardWhereThereIsNoPolicy) {
@@ -179,7 +183,7 @@ TEST_F(FloodWithPolicyTest, DoesNotArrive) {
   for (int event = 0; event < 5; ++event) Send({static_cast<int>(listener_), "forged.app", 900, event});
   const std::string report = Flood({static_cast<int>(listener_)}, Messages());
   EXPECT_EQ(Number(report, "forged"), 0);
-  EXPECT_LT(Number(report, "kept_kb"), 500);
+  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500);
 }
 
 }  // namespace
