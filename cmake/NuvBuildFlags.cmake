@@ -29,6 +29,13 @@ if(NUV_BUILD_FUZZERS)
   target_compile_options(nuv_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# On a 32-bit machine the host edition looks at files whose inode or offset needs 64 bits; else readdir() finds nothing in
+# such a directory. The library itself asks for no more of a file than whether it exists, by the plain name of stat().
+set(NUV_HOST_DEFINITIONS "")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set(NUV_HOST_DEFINITIONS _FILE_OFFSET_BITS=64)
+endif()
+
 # Where the loader does not look by itself, what is installed finds the libraries beside it, and the linker finds the
 # platform library that the client library needs.
 string(REGEX MATCH "^/(usr)?/?$" NUV_SYSTEM_PREFIX "${CMAKE_INSTALL_PREFIX}")

@@ -4,6 +4,7 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)  # what it says of GCC 7 is of no use here
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES NUV_SYSROOT)
 set(NUV_SYSROOT "" CACHE PATH "Where the armhf packages are unpacked")
 

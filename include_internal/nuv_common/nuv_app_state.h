@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+
 // What the columns of that name hold for an application that can be used.
 enum AppState {
   kInstalled = 3,      // install_state
@@ -11,8 +13,9 @@ enum AppState {
   kVisible = 0         // is_hidden
 };
 
-// Whether packages are being repaired. Only the marker's existence counts.
+// Whether packages are being repaired. Only the marker's existence counts: of a file that is there, a 32-bit process
+// may not be able to hear more.
 inline bool RepairMarkerExists() {
   struct stat marker;
-  return stat("/opt/dbspace/pkgreinstall", &marker) == 0;
+  return stat("/opt/dbspace/pkgreinstall", &marker) == 0 || errno == EOVERFLOW;
 }
