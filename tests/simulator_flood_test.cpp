@@ -13,9 +13,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A sanitizer has an allocator of its own, which keeps what is freed.
-constexpr bool kMemoryIsOurs = NUV_SANITIZED == 0;
-
 int Messages() {
   const char* given = getenv("NUV_FLOOD_MESSAGES");
   return given == nullptr ? 3000 : atoi(given);
@@ -56,6 +53,11 @@ class FloodTest : public SimulatorTest {
       if (word == name && words >> word) return std::stol(word);
     }
     return 0;
+  }
+
+  // A sanitizer has an allocator of its own, which keeps what is freed: its figures count for nothing.
+  static long Kb(const std::string& report, const std::string& what) {
+    return NUV_SANITIZED == 0 ? Number(report, what + "_kb") : 0;
   }
 
   std::string ClientName() const { return "org.kelvo.tv.corvane.launcherclient." + object_; }
@@ -108,23 +110,22 @@ TEST_F(FloodTest, NoneForComparison) {
 TEST_F(FloodTest, OfResultsForOthersLosesNothingAndLeavesNothingBehind) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_ + 1)}, Messages());
-  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500);
+  EXPECT_LT(Kb(report, "kept"), 500);
   EXPECT_EQ(Number(report, "forged"), 0);
 }
 
 TEST_F(FloodTest, OfUnknownEventsLosesNothingAndLeavesAnEmptyEntryEach) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_)}, Messages());
-  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500 + Messages() / 10);
+  EXPECT_LT(Kb(report, "kept"), 500 + Messages() / 10);
   EXPECT_EQ(Number(report, "forged"), 0);
 }
 
 TEST_F(FloodTest, OfHugeMessagesLosesNothingAndLeavesNothingBehind) {
   StartVictim();
   const std::string report = Flood({static_cast<int>(listener_ + 1), std::string(16 << 20, 'x')}, 8);
-  if (kMemoryIsOurs)
-    EXPECT_LT(Number(report, "kept_kb"), 500 + (16 << 10)) << "the connection's buffer is as large as the largest";
-  if (kMemoryIsOurs) EXPECT_LT(Number(report, "peak_kb"), 6 * (16 << 10)) << "a few copies of one message, not of all";
+  EXPECT_LT(Kb(report, "kept"), 500 + (16 << 10)) << "the connection's buffer is as large as the largest";
+  EXPECT_LT(Kb(report, "peak"), 6 * (16 << 10)) << "a few copies of one message, not of all";
 }
 
 TEST_F(FloodTest, OfForgedResultsIsHeardWhereThereIsNoPolicy) {
@@ -145,32 +146,69 @@ TEST_F(FloodTest, WhoTakesAClientsNameTakesItsResultsUntilHeLeaves) {
   ASSERT_TRUE(WaitUntil([&] { return simulator_->Output().find("delivered", results) != std::string::npos; }));
   victim_->Signal(SIGTERM);
   EXPECT_EQ(victim_->Wait(), 1);
-  EXPECT_EQ(Number(victim_->Output(), "lost"), 1) << victim_->Output();
+  EXPECT_GT(Number(victim_->Output(), "lost"), 0) << victim_->Output();
+  EXPECT_GT(Number(victim_->Output(), "launches"), Number(victim_->Output(), "lost")) << victim_->Output();
   EXPECT_EQ(Number(victim_->Output(), "forged"), 0);
 }
 
-// A reply counts only when it was asked for: the bus sees to that, with and without a policy.
-TEST_F(FloodTest, OfForgedRepliesIsStoppedByTheBus) {
-  StartVictim();
-  const Peer owner(bus_, kOtherUser);
-  char* unique = nullptr;
-  Variant reply(g_dbus_connection_call_sync(
-      owner.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner",
-      g_variant_new("(s)", ClientName().c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
-  ASSERT_TRUE(reply);
-  g_variant_get(reply.get(), "(s)", &unique);
-  for (guint32 serial = 1; serial < 3000; ++serial) {
-    GDBusMessage* message = g_dbus_message_new();
-    g_dbus_message_set_message_type(message, G_DBUS_MESSAGE_TYPE_ERROR);
-    g_dbus_message_set_destination(message, unique);
-    g_dbus_message_set_reply_serial(message, serial);
-    g_dbus_message_set_error_name(message, "org.kelvo.Error.Forged");
-    g_dbus_connection_send_message(attacker_->get(), message, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
-    g_object_unref(message);
-  }
-  g_free(unique);
-  attacker_->Settle();
-  Report();  // a reply that was believed would be a launch that failed
+// What a client hears of a call that a service never answers, when a stranger answers in its place.
+std::string AnswerOfAStranger(const PrivateBus& bus) {
+  const Peer service(bus, getuid());
+  EXPECT_EQ(service.Own("org.kelvo.tv.corvane.server"), kOwned);
+  const guint silent = g_dbus_connection_add_filter(
+      service.get(),
+      [](GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer) -> GDBusMessage* {
+        if (incoming == FALSE || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) {
+          return message;
+        }
+        g_object_unref(message);
+        return nullptr;
+      },
+      nullptr, nullptr);
+  const Peer client(bus, kUser);
+  GDBusMessage* call = g_dbus_message_new_method_call("org.kelvo.tv.corvane.server", "/org/kelvo/tv/corvane/server",
+                                                      "org.kelvo.tv.corvane.server.interface", "heartbeat");
+  guint32 serial = 0;
+  std::string answer;
+  g_dbus_connection_send_message_with_reply(
+      client.get(), call, G_DBUS_SEND_MESSAGE_FLAGS_NONE, 1000, &serial, nullptr,
+      [](GObject* connection, GAsyncResult* result, gpointer text) {
+        GDBusMessage* reply = g_dbus_connection_send_message_with_reply_finish(
+            reinterpret_cast<GDBusConnection*>(connection), result, nullptr);
+        *static_cast<std::string*>(text) = reply == nullptr ? "none" : g_dbus_message_get_error_name(reply);
+        if (reply != nullptr) g_object_unref(reply);
+      },
+      &answer);
+  g_object_unref(call);
+  g_dbus_connection_flush_sync(client.get(), nullptr, nullptr);
+  service.Settle();
+
+  const Peer stranger(bus, kOtherUser);
+  GDBusMessage* forged = g_dbus_message_new();
+  g_dbus_message_set_message_type(forged, G_DBUS_MESSAGE_TYPE_ERROR);
+  g_dbus_message_set_destination(forged, client.UniqueName().c_str());
+  g_dbus_message_set_reply_serial(forged, serial);
+  g_dbus_message_set_error_name(forged, "org.kelvo.Error.Forged");
+  g_dbus_connection_send_message(stranger.get(), forged, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+  g_object_unref(forged);
+  stranger.Settle();
+  EXPECT_TRUE(RunUntil([&] { return !answer.empty(); }));
+  g_dbus_connection_remove_filter(service.get(), silent);
+  return answer;
+}
+
+// A bus that allows eavesdropping lets replies pass that nobody asked for, and the bus library knows them by their
+// number alone.
+TEST_F(FloodTest, AForgedReplyIsBelievedOnAnOpenBus) {
+  const PrivateBus bus;
+  chmod(bus.directory().c_str(), 0755);
+  EXPECT_EQ(AnswerOfAStranger(bus), "org.kelvo.Error.Forged");
+}
+
+TEST_F(FloodTest, AForgedReplyIsStoppedByASystemBus) {
+  const PrivateBus bus(PolicyFor(getuid()), "", kSystemBus);
+  chmod(bus.directory().c_str(), 0755);
+  EXPECT_EQ(AnswerOfAStranger(bus), "none");
 }
 
 class FloodWithPolicyTest : public FloodTest {
@@ -183,7 +221,7 @@ TEST_F(FloodWithPolicyTest, DoesNotArrive) {
   for (int event = 0; event < 5; ++event) Send({static_cast<int>(listener_), "forged.app", 900, event});
   const std::string report = Flood({static_cast<int>(listener_)}, Messages());
   EXPECT_EQ(Number(report, "forged"), 0);
-  if (kMemoryIsOurs) EXPECT_LT(Number(report, "kept_kb"), 500);
+  EXPECT_LT(Kb(report, "kept"), 500);
 }
 
 }  // namespace
