@@ -193,13 +193,7 @@ TEST_F(ResultTest, OfAnEarlierListenerIsDropped) {
 }
 
 TEST_F(ResultTest, ReachesAListenerWhoseIdIsNegative) {
-  WarmUp();
   const StacksOfNegativeThreads stacks;
-  for (int i = 0; i < 8 && get_launcher_proxy()->ListenerId() >= 0; ++i) {
-    get_launcher_proxy()->GiveProxy();
-    KeepFreeStack();
-    ASSERT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));
-  }
   const LaunchRequest launch = Launch(1);
   ASSERT_GT(0, launch.thread_id);
   ASSERT_TRUE(service_->SendResult(launch, {900, 0}));
