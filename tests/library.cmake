@@ -5,8 +5,14 @@ add_library(nuv_white_box STATIC
   support/faults.cpp
   support/left_behind.cpp
   support/recording_service.cpp)
-target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>
-  nuv_test_support PRIVATE nuv_build_flags)
+if(NUV_COVERAGE)
+  target_include_directories(nuv_white_box PUBLIC
+    $<TARGET_PROPERTY:nuv_launcher_objects,INTERFACE_INCLUDE_DIRECTORIES>)
+  target_link_libraries(nuv_white_box PUBLIC nuv_launcher_api PkgConfig::GIO PkgConfig::SQLITE Threads::Threads)
+else()
+  target_link_libraries(nuv_white_box PUBLIC nuv_launcher_objects $<TARGET_OBJECTS:nuv_launcher_objects>)
+endif()
+target_link_libraries(nuv_white_box PUBLIC nuv_test_support PRIVATE nuv_build_flags)
 
 # Looks after each test, in every program that it is linked into.
 add_library(nuv_left_behind_listener OBJECT support/left_behind_listener.cpp)

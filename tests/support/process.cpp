@@ -13,6 +13,8 @@
 
 #include "temp_dir.h"
 
+extern "C" __attribute__((weak)) void nuv_dump_coverage();
+
 namespace {
 
 [[noreturn]] void RunChild(const std::vector<std::string>& arguments, const std::string& output,
@@ -43,7 +45,11 @@ bool WaitUntil(const std::function<bool()>& condition, Milliseconds limit) {
 
 int InChild(const std::function<int()>& body, Milliseconds limit) {
   const pid_t child = fork();
-  if (child == 0) _exit(body());
+  if (child == 0) {
+    const int result = body();
+    if (nuv_dump_coverage != nullptr) nuv_dump_coverage();
+    _exit(result);
+  }
   int status = 0;
   pid_t ended = 0;
   WaitUntil([&] { return (ended = waitpid(child, &status, WNOHANG)) != 0; }, limit);
