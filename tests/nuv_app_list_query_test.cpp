@@ -105,6 +105,24 @@ TYPED_TEST(ListWorker, NoRowGivesMinusOneAndAClearedArray) {
   EXPECT_TRUE(AllBytesAre(list[1], '\0'));
 }
 
+std::string CachePages() {
+  std::string pages;
+  sqlite3_stmt* statement = nullptr;
+  EXPECT_EQ(SQLITE_OK, sqlite3_prepare_v2(g_pConnection, "pragma cache_size", -1, &statement, nullptr));
+  if (sqlite3_step(statement) == SQLITE_ROW) pages = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+  sqlite3_finalize(statement);
+  return pages;
+}
+
+TYPED_TEST(ListWorker, ALongListKeepsLessInTheCache) {
+  this->database_.AddMany(1);
+  auto list = Dirty<TypeParam>(2001);
+  EXPECT_EQ(0, Read(list, 2000));
+  EXPECT_EQ("-2000", CachePages());  // SQLite's own
+  EXPECT_EQ(0, Read(list, 2001));
+  EXPECT_EQ("-1000", CachePages());
+}
+
 TYPED_TEST(ListWorker, AFailedPrepareLeavesTheArrayAlone) {
   this->database_.AddMany(1);
   auto list = Dirty<TypeParam>(1);

@@ -20,7 +20,8 @@ int AllCallsFailAtOnce() {
   if (nuv_notify_extra_app_changed("a") != -1) return 8;
   GVariant* reply = nullptr;
   if (get_launcher_proxy()->MethodCall("x", nullptr, &reply, 1000, nullptr) != 0) return 9;
-  return std::chrono::steady_clock::now() - start < std::chrono::seconds(1) ? 0 : 10;
+  if (get_launcher_proxy()->MethodCall("x", g_variant_new("(s)", "y"), &reply, 1000, nullptr) != 0) return 10;
+  return std::chrono::steady_clock::now() - start < std::chrono::seconds(1) ? 0 : 11;
 }
 
 class ForkTest : public LaunchTest {};

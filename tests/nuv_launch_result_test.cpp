@@ -323,6 +323,62 @@ TEST_F(ResultTest, ACallbackThatThrowsEndsAtTheEdge) {
   EXPECT_NE(effects.end(), std::find(effects.begin(), effects.end(), "running? org.kelvo.corvane-commui"));
 }
 
+void EndThread(const char* app_id, nuv_notify_event_e event, int reserved, int result, void* heard) {
+  OnNotify(app_id, event, reserved, result, heard);
+  pthread_exit(heard);
+}
+
+TEST_F(ResultTest, ACallbackMayEndItsThread) {
+  WarmUp();
+  pthread_t thread{};
+  const auto refused_launch = [](void* heard) -> void* {
+    nuv_launch_webapp(nullptr, nullptr, nullptr, EndThread, heard);
+    return nullptr;
+  };
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, refused_launch, &heard_));
+  void* result = nullptr;
+  ASSERT_EQ(0, pthread_join(thread, &result));
+  EXPECT_EQ(&heard_, result);
+  EXPECT_EQ(1u, heard_.Texts().size());
+  EXPECT_FALSE(fake_platform::Logged("a callback threw"));
+  EXPECT_EQ(0, nuv_launch_app("app", nullptr, nullptr, nullptr));  // no lock went with it
+}
+
+// The client object as somebody might register it who has no interface that GLib checks arguments by.
+TEST_F(ResultTest, OfAnotherTypeIsAnsweredAndDropped) {
+  WarmUp();
+  const PrivateConnection connection(bus_.address());
+  GMainContext* const context = g_main_context_new();
+  g_main_context_push_thread_default(context);
+  GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(
+      "<node><interface name='org.kelvo.Any'><method name='app_launch_result'>"
+      "<arg direction='in' type='s'/></method></interface></node>",
+      nullptr);
+  const guint id = g_dbus_connection_register_object(connection.get(), "/any", node->interfaces[0], &launcher_vtable,
+                                                     nullptr, nullptr, nullptr);
+  ASSERT_NE(0u, id);
+  std::shared_ptr<GVariant> answer;
+  g_dbus_connection_call(
+      connection.get(), g_dbus_connection_get_unique_name(connection.get()), "/any", "org.kelvo.Any",
+      "app_launch_result", g_variant_new("(s)", "text"), nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr,
+      [](GObject* source, GAsyncResult* result, gpointer place) {
+        GVariant* reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr);
+        if (reply != nullptr) static_cast<std::shared_ptr<GVariant>*>(place)->reset(reply, g_variant_unref);
+      },
+      &answer);
+  EXPECT_TRUE(WaitUntil([&] {
+    while (g_main_context_iteration(context, FALSE)) {
+    }
+    return answer != nullptr;
+  }));
+  EXPECT_EQ(6, fake_platform::LogPriority("a result of type (s) is dropped"));
+  EXPECT_FALSE(fake_platform::Logged("thread != manager_thread_id"));
+  g_dbus_connection_unregister_object(connection.get(), id);
+  g_dbus_node_info_unref(node);
+  g_main_context_pop_thread_default(context);
+  g_main_context_unref(context);
+}
+
 std::optional<sigset_t> listener_mask;
 void RecordMask(const char* app_id, nuv_notify_event_e event, int reserved, int result, void* heard) {
   sigset_t mask;

@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <nuv_common/nuv_proxy.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +19,19 @@
 namespace {
 
 using ::testing::Test;
+
+std::optional<std::string> executable;  // what this process's link says, where the test says it; empty: it fails
+
+}  // namespace
+
+extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
+  if (!executable || path != "/proc/" + std::to_string(getpid()) + "/exe") {
+    return syscall(SYS_readlink, path, buffer, size);
+  }
+  return executable->empty() ? -1 : static_cast<ssize_t>(executable->copy(buffer, size));
+}
+
+namespace {
 
 constexpr int kShortMs = 150;  // for a call that is not answered
 constexpr int kLongMs = 5000;
@@ -410,6 +424,23 @@ TEST_F(LinkTest, NamesTheProcessByItsExecutable) {
   ASSERT_GT(readlink("/proc/self/exe", path, sizeof path - 1), 0);
   EXPECT_EQ(path, getProcessName());
   EXPECT_EQ(4, fake_platform::LogPriority("the path name is " + std::string(path) + "."));
+}
+
+TEST_F(LinkTest, AProcessWithoutAnExecutableHasNoName) {
+  executable = "";
+  EXPECT_EQ("", getProcessName());
+  EXPECT_EQ(6, fake_platform::LogPriority("error.  len < 0"));
+  StartService();
+  EXPECT_EQ(1, Get());
+}
+
+TEST_F(LinkTest, ANameThatFillsItsPlaceIsCutThere) {
+  executable = std::string(1023, 'x');
+  EXPECT_EQ(*executable, getProcessName());
+  EXPECT_FALSE(fake_platform::Logged("error.  len == 1024"));
+  executable = std::string(1030, 'x');
+  EXPECT_EQ(executable->substr(0, 1024), getProcessName());
+  EXPECT_EQ(6, fake_platform::LogPriority("error.  len == 1024"));
 }
 
 TEST_F(LinkTest, HandlersWithoutALinkOnlyLog) {
