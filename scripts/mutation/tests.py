@@ -1,0 +1,147 @@
+"""The library's tests: which there are, which lines each of them reaches, and whether they notice a changed library."""
+import json
+import os
+import re
+import signal
+import subprocess
+import tempfile
+import time
+from collections import defaultdict
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass
+from pathlib import Path
+
+LIBRARY_TESTS = '^(nuv|IAAul)_'  # the tests of the host edition use nothing of the library
+
+
+@dataclass(frozen=True)
+class Test:
+    name: str
+    command: tuple
+    environment: tuple
+    directory: str
+
+    @property
+    def program(self):
+        return self.name.partition('.')[0]
+
+    def passes(self, limit, extra=()):
+        """Whether the test passes within the limit. All processes that it started are gone afterwards."""
+        environment = {**os.environ, **dict(self.environment), **dict(extra)}
+        process = subprocess.Popen(self.command, cwd=self.directory, env=environment, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+        try:
+            return process.wait(limit) == 0
+        except subprocess.TimeoutExpired:
+            return False
+        finally:
+            try:
+                os.killpg(process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            process.wait()
+
+
+def tests_of(build):
+    answer = subprocess.run(['ctest', '--test-dir', build, '-R', LIBRARY_TESTS, '--show-only=json-v1'], check=True,
+                            capture_output=True, text=True).stdout
+    tests = []
+    for entry in json.loads(answer)['tests']:
+        properties = {item['name']: item['value'] for item in entry.get('properties', [])}
+        if 'command' not in entry:
+            raise SystemExit(f'{entry["name"]} is not built')
+        environment = tuple(tuple(item.split('=', 1)) for item in properties.get('ENVIRONMENT', []))
+        tests.append(Test(entry['name'], tuple(entry['command']), environment,
+                          properties.get('WORKING_DIRECTORY', build)))
+    return tests
+
+
+class Reach:
+    """Which lines each test reaches, and how long it takes; measured once and kept in a file."""
+
+    def __init__(self, project, build, tests):
+        self._project, self._build = project, build
+        self._notes = build / 'mutation' / 'reach'
+        self._objects = build / 'src/CMakeFiles/nuv_launcher_objects.dir'
+        self._notes.mkdir(parents=True, exist_ok=True)
+        missing = [test for test in tests if not self._note(test).exists()]
+        if missing:
+            print(f'measuring what each of {len(missing)} tests reaches', flush=True)
+            with ThreadPoolExecutor(3) as pool:
+                list(pool.map(self._measure, missing))
+        self.tests = []
+        self._left_out = set()
+        self.seconds = {}
+        self._lines = defaultdict(list)
+        self._files = defaultdict(lambda: defaultdict(int))
+        for test in tests:
+            self._read(test, json.loads(self._note(test).read_text()))
+
+    def leave_out(self, test):
+        self._left_out.add(test)
+
+    def _note(self, test):
+        return self._notes / (re.sub(r'[^\w.]', '_', test.name) + '.json')
+
+    def _read(self, test, note):
+        if not note['passed']:
+            print(f'left out, fails by itself: {test.name}', flush=True)
+            return
+        self.tests.append(test)
+        self.seconds[test.name] = note['seconds']
+        for file, lines in note['lines'].items():
+            self._files[file][test] = len(lines)
+            for line in lines:
+                self._lines[file, line].append(test)
+
+    def _measure(self, test):
+        with tempfile.TemporaryDirectory(prefix='reach') as directory:
+            start = time.monotonic()
+            passed = test.passes(120, [('GCOV_PREFIX', directory)])
+            note = {'passed': passed, 'seconds': time.monotonic() - start, 'lines': self._lines_in(Path(directory))}
+        self._note(test).write_text(json.dumps(note))
+
+    def _lines_in(self, directory):
+        counters = list(directory.rglob('*.gcda'))
+        for counter in counters:
+            notes = self._objects / counter.relative_to(f'{directory}{self._objects}').with_suffix('.gcno')
+            counter.with_suffix('.gcno').symlink_to(notes)
+        reached = defaultdict(set)
+        if counters:
+            answer = subprocess.run(['gcov', '--json-format', '--stdout', *counters], check=True, cwd=directory,
+                                    capture_output=True, text=True).stdout
+            for report in answer.splitlines():
+                for file in json.loads(report)['files']:
+                    self._add_lines(reached, file)
+        return {file: sorted(lines) for file, lines in reached.items() if lines}
+
+    def _add_lines(self, reached, file):
+        path = os.path.normpath(os.path.join(self._build, file['file']))
+        if not path.startswith(f'{self._project}/'):
+            return
+        reached[os.path.relpath(path, self._project)].update(
+            line['line_number'] for line in file['lines'] if line['count'] > 0)
+
+    def tests_for(self, file, line):
+        """The tests that reach the line; where no code is in it, those that reach the file, most of it first."""
+        reaching = self._lines.get((file, line), [])
+        if reaching:
+            return self._in_order(file, reaching)
+        reaching = self._files.get(file)
+        if reaching:
+            return self._in_order(file, reaching)
+        return self._in_order(file, self.tests)
+
+    def _in_order(self, file, tests):
+        """First the programs that are named after the file, then one test of each program in turn; quick ones first."""
+        stem = Path(file).stem
+        programs = defaultdict(list)
+        for test in sorted(set(tests) - self._left_out, key=lambda test: self.seconds[test.name]):
+            programs[test.program].append(test)
+        rank = {}
+        for program, own in programs.items():
+            named = program.startswith(stem)
+            for position, test in enumerate(own):
+                slow = self.seconds[test.name] > 3
+                rank[test] = (slow, not named, position, self.seconds[test.name])
+        return sorted(rank, key=rank.get)
