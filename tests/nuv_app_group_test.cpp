@@ -114,6 +114,15 @@ TEST_F(AppGroup, HasTheFirstOfTwoValues) {
   EXPECT_EQ("0 here", Find("web"));
 }
 
+TEST_F(AppGroup, IsSeparatedByCommaAndColonOnly) {
+  std::string name;
+  for (char c = ' '; c <= '~'; ++c) {
+    if (c != ',' && c != ':') name += c;
+  }
+  SetList("web:gone," + name + ":here");
+  EXPECT_EQ("0 here", Find(name));
+}
+
 TEST_F(AppGroup, IsFoundByTheIdsThatALookupTakes) {
   database_.Add("id", {{"pkgname", "package"}, {"kelvo_id", "kelvo"}});
   SetList("a:package,b:kelvo");
