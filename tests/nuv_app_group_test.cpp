@@ -101,6 +101,7 @@ TEST_F(AppGroup, IsUnknownWhereTheListDoesNotNameIt) {
 
 TEST_F(AppGroup, IsUnknownWithoutAList) {
   EXPECT_EQ("3 before", Find("web"));
+  EXPECT_EQ(4, fake_platform::LogPriority(Coloured(kYellow, "the runtitle list ")));
   SetList("");
   EXPECT_EQ("3 before", Find("web"));
   database_.Run("update NUVConfigTable set value = null");

@@ -65,6 +65,12 @@ TEST_F(KeyList, HoldsFlaggedApplicationsInDatabaseOrder) {
       sqlite_faults::Executed().at(0));
 }
 
+TEST_F(KeyList, BringsNoDownloadForward) {
+  database_.Add("old", {{"is_lock", 1}, {"app_index", 300}});
+  database_.Add("new", {{"is_lock", 1}, {"app_index", 301}});
+  EXPECT_EQ(Array({"old", "new"}), Locked());
+}
+
 TEST_F(KeyList, HiddenOnesCountUnusableOnesDoNot) {
   database_.Add("hidden", {{"is_lock", 1}, {"is_hidden", 1}});
   database_.Add("to be reset", {{"is_lock", 1}, {"is_need_reset", 1}});

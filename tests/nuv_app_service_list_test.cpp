@@ -90,10 +90,10 @@ struct FeaturedRow {
 };
 
 const FeaturedRow kFeatured[] = {
-    {"0", nullptr},      {"1", "1 "},       {"2", "2 "},      {"3", "1 ,2 ,8 "},  {" 3", "1 ,2 ,8 "},
-    {"+3x", "1 ,2 ,8 "}, {"4", "4 "},       {"8", "8 "},      {"11", "1 ,2 ,8 "}, {"15", "1 ,2 ,4 ,8 "},
-    {"16", nullptr},     {"19", "1 ,2 "},   {"65535", "any"}, {"65536", nullptr}, {"-1", "1 ,2 ,4 ,8 "},
-    {"", nullptr},       {"many", nullptr}, {"0x3", nullptr}, {"010", "2 ,8 "},
+    {"0", nullptr},      {"1", "1 "},     {"2", "2 "},       {"3", "1 ,2 ,8 "},  {" 3", "1 ,2 ,8 "},
+    {"+3x", "1 ,2 ,8 "}, {"4", "4 "},     {"8", "8 "},       {"11", "1 ,2 ,8 "}, {"15", "1 ,2 ,4 ,8 "},
+    {"16", nullptr},     {"19", "1 ,2 "}, {"65535", "any"},  {"65536", nullptr}, {"-1", "1 ,2 ,4 ,8 "},
+    {"3a", "1 ,2 ,8 "},  {"", nullptr},   {"many", nullptr}, {"0x3", nullptr},   {"010", "2 ,8 "},
 };
 
 TEST_F(ServiceList, FeaturedIsASetInDecimal) {
@@ -134,6 +134,7 @@ TEST_F(ServiceList, FollowsTheViewMode) {
       {"5", by_index, kByIndex.c_str()},
       {"-1", by_index, kByIndex.c_str()},
       {"4th", {"c", "a", "b", "d"}, " order by upper(title) desc "},
+      {"3a", {"d", "b", "a", "c"}, " order by upper(title) asc "},
       {"", {"c", "a", "d", "b"}, " order by use_count desc "},  // no number counts as 0
   };
   for (const auto& row : rows) {

@@ -223,6 +223,7 @@ TEST_F(LinkTest, StartsAfreshAfterItWasGivenBack) {
   link().GiveProxy();
   EXPECT_TRUE(WaitUntil([&] { return !bus_.NameHasOwner(name); }));
   EXPECT_EQ(0, link().ListenerId());
+  EXPECT_FALSE(fake_platform::Logged("failed to pthread_join"));
   EXPECT_EQ(0, Call("anything"));
   ASSERT_EQ(1, Get());
   EXPECT_EQ(0u, Heartbeats());
@@ -290,6 +291,8 @@ TEST_F(LinkTest, ADocumentThatIsNoXmlEndsTheListenerQuietly) {
   EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const fake_platform::LogLine& line) {
     return line.priority == 6 && line.text.rfind("error return ", 0) == 0;
   }));
+  EXPECT_TRUE(std::none_of(log.begin(), log.end(),
+                           [](const fake_platform::LogLine& line) { return line.text.rfind("owning name ", 0) == 0; }));
   other.GiveProxy();
 }
 

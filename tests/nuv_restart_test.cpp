@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -327,9 +328,39 @@ TEST_F(RestartTest, ThreadsLaunchAcrossRestartsAndNothingIsLost) {
   LaunchAndHear();
 }
 
+bool ANameIsSaidToBeOwned() {
+  const auto log = fake_platform::Log();
+  return std::any_of(log.begin(), log.end(), [](const auto& line) {
+    return line.text.rfind("on name acquired! org.kelvo.tv.corvane.launcherclient.", 0) == 0;
+  });
+}
+
+TEST_F(RestartTest, TheNewListenerSaysWhenItOwnsItsName) {
+  StartService();
+  LaunchAndHear();
+  RestartBus();
+  fake_platform::Clear();
+  LaunchAndHear();
+  EXPECT_TRUE(WaitUntil(ANameIsSaidToBeOwned));
+}
+
+constexpr const char* kNoClientNames =
+    "<policy context=\"mandatory\"><deny own_prefix=\"org.kelvo.tv.corvane.launcherclient\"/></policy>";
+
+TEST_F(RestartTest, ANameThatTheNewListenerIsRefusedIsNotSaidToBeOwned) {
+  PrivateBus strict(kNoClientNames);
+  for (int i = 0; i < 2; ++i) {
+    service_ = std::make_unique<RecordingService>(strict.address());
+    ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_)) << WholeLog();
+    EXPECT_FALSE(service_->SendResult(service_->Launches().back(), {900, 0}, 1000));
+    service_.reset();
+    strict.Restart();
+  }
+  EXPECT_FALSE(ANameIsSaidToBeOwned());
+}
+
 TEST_F(RestartTest, APolicyThatRefusesTheClientNameDelaysNothing) {
-  const PrivateBus strict(
-      "<policy context=\"mandatory\"><deny own_prefix=\"org.kelvo.tv.corvane.launcherclient\"/></policy>");
+  const PrivateBus strict(kNoClientNames);
   service_ = std::make_unique<RecordingService>(strict.address());
   const auto start = std::chrono::steady_clock::now();
   ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
