@@ -28,7 +28,26 @@ class Library:
         link = [line for line in commands.splitlines() if '-shared' in line and 'libnuv_launcher_api.so' in line]
         self._link = [word for word in shlex.split(link[-1])
                       if word not in (':', '&&', '--coverage') and 'coverage_dump' not in word]
+        self._common = self._base / 'common.h'
+        self._precompile()
         self._make_objects()
+
+    def _precompile(self):
+        """All system headers, compiled once: most of the time of a source goes into them."""
+        headers = set()
+        for path in [*self._project.glob('src/**/*.[hc]*'), *self._project.glob('include_internal/nuv_common/*.h')]:
+            headers.update(re.findall(r'^#include (<(?!nuv)[^>]+>)', path.read_text(), re.MULTILINE))
+        text = ''.join(f'#include {header}\n' for header in sorted(headers))
+        target = self._base / 'common.h.gch'
+        if target.exists() and self._common.read_text() == text:
+            return
+        self._base.mkdir(parents=True, exist_ok=True)
+        self._common.write_text(text)
+        command = self._command(next(iter(self._compile)), target)
+        command[command.index('-c') + 1] = str(self._common)
+        command[command.index('-c'):command.index('-c')] = ['-x', 'c++-header']
+        subprocess.run([word for word in command if word not in ('-include', str(self._common))] + [str(self._common)],
+                       check=True, cwd=self._build)
 
     def _make_objects(self):
         for source in self._compile:
@@ -48,9 +67,10 @@ class Library:
     def _command(self, source, target):
         words = list(self._compile[source])
         words[words.index('-o') + 1] = str(target)
-        return words + ['-MD', '-MF', f'{target}.d']
+        return words + ['-include', str(self._common), '-MD', '-MF', f'{target}.d']
 
-    def _users_of(self, header):
+    def users_of(self, header):
+        """The sources that include it, directly or not."""
         return [source for source in self._compile
                 if f'{self._project / header} ' in Path(f'{self._object(source)}.d').read_text().replace('\n', ' ') + ' ']
 
@@ -63,7 +83,7 @@ class Library:
             changed = tree / file
             changed.parent.mkdir(parents=True)
             changed.write_text(text)
-            for source in [file] if file in self._compile else self._users_of(file):
+            for source in [file] if file in self._compile else self.users_of(file):
                 target = directory / (Path(source).name + '.o')
                 if not self._compile_changed(source, file, changed, target):
                     return None

@@ -1,4 +1,5 @@
 """The small faults that are planted in a C++ source, one at a time."""
+import bisect
 import re
 from dataclasses import dataclass
 
@@ -33,6 +34,7 @@ class Token:
 class Mutant:
     file: str      # relative to the project
     line: int
+    statement: range  # the lines of the whole statement
     operator: str
     start: int     # what is replaced, as offsets in the file
     end: int
@@ -84,7 +86,7 @@ def _statements(text, tokens):
             yield 'lock left out', start, end, ';'
         elif token.text == 'return':
             value = text[tokens[index + 1].start:tokens[last].start]
-            if value and not re.fullmatch(r'-?\d+|true|false|\{\}|', value):
+            if value and not re.fullmatch(r'-?\d+|true|false|nullptr|std::nullopt|\{\}|', value):
                 yield 'other value returned', tokens[index + 1].start, tokens[last].start, '{}'
         elif token.text in ('static_assert', 'using', 'if', 'for', 'while', 'switch', 'delete'):
             continue
@@ -136,13 +138,23 @@ def _single_tokens(text, tokens):
             yield '! left out', token.start, token.end, ''
 
 
+def _statement_lines(text, tokens, ends, place):
+    """From the first token behind the end of the statement before, to the end of this one."""
+    index = bisect.bisect_left(ends, place)
+    start = bisect.bisect_right(tokens, ends[index - 1], key=lambda token: token.start) if index else 0
+    end = ends[index] if index < len(ends) else len(text)
+    return range(text.count('\n', 0, tokens[start].start) + 1, text.count('\n', 0, end) + 2)
+
+
 def mutants_of(file, text):
     """All mutants of a source, in the order of their places."""
     tokens = tokens_of(text)
+    ends = [token.start for token in tokens if token.kind == 'mark' and token.text in ';{}']
     found = []
     for operator, start, end, other in [*_statements(text, tokens), *_single_tokens(text, tokens)]:
         first = text.rfind('\n', 0, start) + 1
         last = text.find('\n', end)
-        found.append(Mutant(file, text.count('\n', 0, start) + 1, operator, start, end, other,
-                            _one_line(text[first:last]), _one_line(text[first:start] + other + text[end:last])))
+        found.append(Mutant(file, text.count('\n', 0, start) + 1, _statement_lines(text, tokens, ends, start),
+                            operator, start, end, other, _one_line(text[first:last]),
+                            _one_line(text[first:start] + other + text[end:last])))
     return sorted(found, key=lambda mutant: (mutant.start, mutant.end, mutant.operator))

@@ -11,6 +11,23 @@ from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from pathlib import Path
 
+# The programs that test a source, where they have another name. They are only asked first, not alone.
+NAMED_OTHERWISE = {
+    'nuv_app_condition': ('nuv_app_list_filter', 'nuv_app_key_list'),
+    'nuv_app_lists': ('nuv_app_list', 'nuv_app_key_list', 'nuv_app_service_list', 'nuv_app_last_download'),
+    'nuv_bus_call': ('nuv_proxy', 'nuv_fork'),
+    'nuv_bus_connection': ('nuv_proxy', 'nuv_restart'),
+    'nuv_inner_app_updates': ('nuv_inner_app_updates', 'nuv_inner_forwarding', 'nuv_inner_value_updates'),
+    'nuv_launch_body': ('nuv_launcher_api',),
+    'nuv_launch_callbacks': ('nuv_launch_result',),
+    'nuv_launcher_api_NUV': ('nuv_launch_internal', 'nuv_terminate_entries'),
+    'nuv_launcher_client': ('nuv_service_call', 'nuv_launch_request'),
+    'nuv_listener': ('nuv_proxy', 'nuv_restart'),
+    'nuv_listener_run': ('nuv_proxy', 'nuv_restart'),
+    'nuv_process': ('nuv_fork',),
+    'nuv_statement': ('nuv_db_step', 'nuv_db_statement', 'nuv_inner_statement'),
+}
+
 LIBRARY_TESTS = '^(nuv|IAAul)_'  # the tests of the host edition use nothing of the library
 
 
@@ -69,6 +86,7 @@ class Reach:
             print(f'measuring what each of {len(missing)} tests reaches', flush=True)
             with ThreadPoolExecutor(3) as pool:
                 list(pool.map(self._measure, missing))
+        self._code = self._lines_of_code()
         self.tests = []
         self._left_out = set()
         self.seconds = {}
@@ -107,41 +125,48 @@ class Reach:
             notes = self._objects / counter.relative_to(f'{directory}{self._objects}').with_suffix('.gcno')
             counter.with_suffix('.gcno').symlink_to(notes)
         reached = defaultdict(set)
-        if counters:
-            answer = subprocess.run(['gcov', '--json-format', '--stdout', *counters], check=True, cwd=directory,
-                                    capture_output=True, text=True).stdout
-            for report in answer.splitlines():
-                for file in json.loads(report)['files']:
-                    self._add_lines(reached, file)
-        return {file: sorted(lines) for file, lines in reached.items() if lines}
+        for file, line, count in self._counted_lines(directory, counters):
+            if count > 0:
+                reached[file].add(line)
+        return {file: sorted(lines) for file, lines in reached.items()}
 
-    def _add_lines(self, reached, file):
-        path = os.path.normpath(os.path.join(self._build, file['file']))
-        if not path.startswith(f'{self._project}/'):
+    def _lines_of_code(self):
+        with tempfile.TemporaryDirectory(prefix='reach') as directory:
+            for number, notes in enumerate(self._objects.rglob('*.gcno')):
+                Path(directory, f'{number}.gcno').symlink_to(notes)
+            return {(file, line) for file, line, _ in
+                    self._counted_lines(directory, sorted(Path(directory).glob('*.gcno')))}
+
+    def _counted_lines(self, directory, inputs):
+        if not inputs:
             return
-        reached[os.path.relpath(path, self._project)].update(
-            line['line_number'] for line in file['lines'] if line['count'] > 0)
+        answer = subprocess.run(['gcov', '--json-format', '--stdout', *inputs], check=True, cwd=directory,
+                                capture_output=True, text=True).stdout
+        for report in answer.splitlines():
+            for file in json.loads(report)['files']:
+                path = os.path.normpath(os.path.join(self._build, file['file']))
+                if path.startswith(f'{self._project}/'):
+                    for line in file['lines']:
+                        yield os.path.relpath(path, self._project), line['line_number'], line['count']
 
-    def tests_for(self, file, line):
-        """The tests that reach the line; where no code is in it, those that reach the file, most of it first."""
-        reaching = self._lines.get((file, line), [])
-        if reaching:
-            return self._in_order(file, reaching)
-        reaching = self._files.get(file)
-        if reaching:
-            return self._in_order(file, reaching)
-        return self._in_order(file, self.tests)
+    def tests_for(self, file, lines, users):
+        """The tests that reach any of the lines; where no code is in them, those that reach the file or its users.
+
+        The compiler counts a call that is longer than a line on one of its lines only."""
+        if any((file, line) in self._code for line in lines):
+            return self._in_order(file, {test for line in lines for test in self._lines.get((file, line), [])})
+        return self._in_order(file, {test for used in [file, *users] for test in self._files.get(used, ())})
 
     def _in_order(self, file, tests):
-        """First the programs that are named after the file, then one test of each program in turn; quick ones first."""
-        stem = Path(file).stem
+        """First the programs that are for the file, then one test of each program in turn; quick ones first."""
+        names = NAMED_OTHERWISE.get(Path(file).stem, (Path(file).stem,))
         programs = defaultdict(list)
         for test in sorted(set(tests) - self._left_out, key=lambda test: self.seconds[test.name]):
             programs[test.program].append(test)
         rank = {}
         for program, own in programs.items():
-            named = program.startswith(stem)
+            named = program.startswith(names)
             for position, test in enumerate(own):
                 slow = self.seconds[test.name] > 3
-                rank[test] = (slow, not named, position, self.seconds[test.name])
+                rank[test] = (not named, slow, position, self.seconds[test.name])
         return sorted(rank, key=rank.get)
