@@ -3,10 +3,10 @@
 #include <nuv/nuv_launcher_api.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_platform/platform_resource.h>
+#include <unistd.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
-#include "nuv_launcher_api/nuv_cpu_inheritance.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 #include "nuv_launcher_api/nuv_payload_caller_id.h"
@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr const char* kService = "litecorvane";
 constexpr int kKeepPayload = 2;
 
 void ReportMissingAppId(const std::string& appIdText, uintptr_t callback, void* userData, int32_t cbType) {
@@ -45,20 +46,23 @@ _NUV_LAUNCHER_DATA MakeRecord(const char* appId, const char* payload, const char
 }  // namespace
 
 int nuv_launch_app_internal_(const char* appId, const char* payload, const char* callerId, uintptr_t callback,
-                             void* userData, const _NUV_LAUNCHER_OPS& options) try {
+                             void* userData, const _NUV_LAUNCHER_OPS& options) {
   const CNUVClientAutoLock lock(g_Mute);
-  const CpuInheritance inheritance;
+  // Not a guard: where an exception leaves, the priority stays lent.
+  const int tid = gettid();
+  resource_set_cpu_inheritance(tid, kService, -1);
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s],callerid [%s]." NUV_PLAIN, appId, payload, callerId);
   LeaveTraceMarker("[BEGIN]Start: app id:[%s], callerid [%s].", appId, callerId);
   if (appId == nullptr) {
     ReportMissingAppId("NULL", callback, userData, options.cbType);
+    resource_clear_cpu_inheritance(tid, kService);
     return -1;
   }
   NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);
   _NUV_LAUNCHER_DATA data = MakeRecord(appId, payload, callerId, options);
   data.callback = callback;
   data.userData = userData;
-  return nuv_launch_app_client(data);
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  const int result = nuv_launch_app_client(data);
+  resource_clear_cpu_inheritance(tid, kService);
+  return result;
 }

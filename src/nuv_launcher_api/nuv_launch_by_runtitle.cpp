@@ -4,7 +4,6 @@
 #include <nuv/nuv_service_api.h>
 #include <nuv_common/nuv_log.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/nuv_launch_body.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_trace_marker.h"
@@ -54,13 +53,11 @@ int nuv_launch_app_by_runtitle_with_param(const char* runtitle, const char* payl
 }
 
 int nuv_launch_webapp_by_runtitle(const char* runtitle, const char* payload, const char* caller_id,
-                                  nuv_launch_notify_cb callback, void* user_data) try {
+                                  nuv_launch_notify_cb callback, void* user_data) {
   const TitleLaunch launch = {runtitle, payload, caller_id, reinterpret_cast<uintptr_t>(callback), user_data};
   nuv_app_info_s info = {};
   if (FindTitle(launch, info, NUV_HERE)) return LaunchFound(info, launch, kNotifyCallback);
   NUV_ERROR(NUV_RED "nuv_get_app_info failed" NUV_PLAIN);
   nuv_set_launch_fail(LaunchFailText(runtitle, LaunchFailReason::kUnknownApp));  // a null title throws, as documented
   return -1;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
 }

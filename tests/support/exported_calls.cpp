@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <new>
+#include <regex>
 #include <sstream>
 #include <utility>
 
@@ -441,12 +442,19 @@ std::string NameOf(const ExportedCall& call) {
   return std::string(call.function) + (*call.what == '\0' ? "" : " ") + call.what;
 }
 
+// Those that are serialised with each other, by whichever way they come to it.
+bool IsSerialisedLaunch(const std::string& function) {
+  return std::regex_match(function,
+                          std::regex("nuv_(force_|background_)?launch_(web)?app(_with_param|_for_.*|_by_.*)?"));
+}
+
 const std::vector<ExportedCall>& ExportedCalls() {
   static const std::vector<ExportedCall> calls = [] {
     std::vector<ExportedCall> all;
     for (const auto* part : {&Launches(), &StatusAndService(), &ReadSide(), &InnerSide()}) {
       all.insert(all.end(), part->begin(), part->end());
     }
+    for (ExportedCall& call : all) call.throws = call.throws || IsSerialisedLaunch(call.function);
     return all;
   }();
   return calls;

@@ -93,7 +93,7 @@ struct ExportedCall {
   int (*call)(World& world);
   int failure = -1;                        // the result of a call that fails
   int other_failure = -1;                  // another one; see the table
-  bool throws = false;                     // has no result for the lack of memory: std::bad_alloc passes
+  bool throws = false;                     // lets std::bad_alloc pass
   void (*before)(World& world) = nullptr;  // undisturbed, before each call
 };
 std::string NameOf(const ExportedCall& call);
