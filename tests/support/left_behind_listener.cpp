@@ -14,15 +14,17 @@ struct Kept {
   int most;  // per process
 };
 
+#ifdef __SANITIZE_THREAD__
+constexpr int kSanitizerThreads = 1;  // started together with a program's first thread
+#else
+constexpr int kSanitizerThreads = 0;
+#endif
+
 // Each side keeps its connection, each of the two links its bus and its listener, GLib its threads and their wake-up
 // descriptors, and a shared connection that closed, until the host's main loop has heard of it.
 const Kept kKeptByDesign[] = {
-    {"descriptor .*[.]db( .*)?", 2},
-    {"descriptor .*[.]db-(wal|shm)( .*)?", 4},
-    {"descriptor .*socket:.*", 3},
-    {"descriptor .*eventfd.*", 6},
-    {"thread .* (gmain|gdbus|pool.*)", 4},
-    {"thread .*", 2},
+    {"descriptor .*[.]db( .*)?", 2}, {"descriptor .*[.]db-(wal|shm)( .*)?", 4}, {"descriptor .*socket:.*", 3},
+    {"descriptor .*eventfd.*", 6},   {"thread .* (gmain|gdbus|pool.*)", 4},     {"thread .*", 2 + kSanitizerThreads},
 };
 
 std::vector<std::string> WithoutKept(std::vector<std::string> lines) {
