@@ -94,7 +94,9 @@ int main(int argc, char** argv) {
 
   std::vector<long> delays;
   int lost = 0;
-  while (told_to_end == 0 || delays.empty()) {
+  // The last launch is one that starts when the flood is over: its result comes behind all that was sent.
+  for (bool last = false; !last;) {
+    last = told_to_end != 0;
     const long delay = Launch(argv[1], limit);
     if (delay < 0) ++lost;
     delays.push_back(delay);
