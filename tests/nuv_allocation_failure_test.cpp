@@ -42,6 +42,7 @@ class AllocationFailure : public ExportedCallsTest {
     for (long nth = 1;; nth += extent == FailNth::kOnlyThat || nth < kFirst ? 1 : kSample, ++failed_) {
       const Outcome outcome = RunFailing(call, nth, extent);
       if (!FailNth::Reached()) return;
+      if (!outcome.result) ++exceptions_;
       SCOPED_TRACE("request " + std::to_string(nth) + (extent == FailNth::kOnlyThat ? "" : " and all later ones"));
       EXPECT_TRUE(outcome == success || HasFailed(call, outcome)) << outcome << " instead of " << success;
       if (outcome.result == -1) {
@@ -61,13 +62,17 @@ class AllocationFailure : public ExportedCallsTest {
       const Outcome success = RunUndisturbed(call);
       if (cold_) CloseDatabases();
       const LeftBehind before;
+      exceptions_ = 0;
       for (const auto extent : {FailNth::kOnlyThat, FailNth::kThatAndAllLater}) {
         FailEach(call, extent, success, before);
       }
+      EXPECT_EQ(call.throws, exceptions_ != 0);
       EXPECT_EQ(success, RunUndisturbed(call));
     }
     RecordProperty("failed_requests", failed_);
   }
+
+  int exceptions_ = 0;  // that passed the call under test
 };
 
 TEST_F(AllocationFailure, CoversEveryExportedFunction) {

@@ -442,10 +442,11 @@ std::string NameOf(const ExportedCall& call) {
   return std::string(call.function) + (*call.what == '\0' ? "" : " ") + call.what;
 }
 
-// Those that are serialised with each other, by whichever way they come to it.
-bool IsSerialisedLaunch(const std::string& function) {
-  return std::regex_match(function,
-                          std::regex("nuv_(force_|background_)?launch_(web)?app(_with_param|_for_.*|_by_.*)?"));
+// Whether it is one of those that are serialised with each other. Without an id it asks for no memory of ours.
+bool IsSerialisedLaunch(const ExportedCall& call) {
+  if (call.what == std::string("without an id")) return false;
+  return std::regex_match(call.function,
+                          std::regex("nuv_(force_|background_)?launch_(web)?app(_with_param|_for_deeplink|_by_.*)?"));
 }
 
 const std::vector<ExportedCall>& ExportedCalls() {
@@ -454,7 +455,7 @@ const std::vector<ExportedCall>& ExportedCalls() {
     for (const auto* part : {&Launches(), &StatusAndService(), &ReadSide(), &InnerSide()}) {
       all.insert(all.end(), part->begin(), part->end());
     }
-    for (ExportedCall& call : all) call.throws = call.throws || IsSerialisedLaunch(call.function);
+    for (ExportedCall& call : all) call.throws = call.throws || IsSerialisedLaunch(call);
     return all;
   }();
   return calls;
