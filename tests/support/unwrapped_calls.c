@@ -1,4 +1,5 @@
-// Where the calls of a library that is linked with --wrap go in a program that wraps none of them (cmake/NuvCoverage.cmake).
+// Where the calls of a library that is linked with --wrap go in a program that wraps none of them
+// (cmake/NuvCoverage.cmake).
 #include <stdlib.h>
 #include <time.h>
 
