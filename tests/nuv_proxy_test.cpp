@@ -271,6 +271,8 @@ TEST_F(LinkTest, WaitsTenSecondsForARegistrationWithoutIdAndThenGoesOn) {
   EXPECT_EQ(1, Get());
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(9900));
   EXPECT_EQ(6, fake_platform::LogPriority("register id error"));
+  link().GiveProxy();
+  EXPECT_EQ(0, link().ListenerId());
 }
 
 TEST_F(LinkTest, WaitsTenSecondsForAListenerWithoutContextAndThenGoesOn) {

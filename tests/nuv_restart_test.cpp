@@ -328,6 +328,17 @@ TEST_F(RestartTest, ThreadsLaunchAcrossRestartsAndNothingIsLost) {
   LaunchAndHear();
 }
 
+TEST_F(RestartTest, ALinkThatWasMadeAnewCanBeGivenBack) {
+  StartService();
+  LaunchAndHear();
+  RestartBus();
+  LaunchAndHear();
+  get_launcher_proxy()->GiveProxy();
+  EXPECT_EQ(0, get_launcher_proxy()->ListenerId());
+  EXPECT_FALSE(service_->SendResult(service_->Launches().back(), {900, 0}, 1000));
+  LaunchAndHear();
+}
+
 bool ANameIsSaidToBeOwned() {
   const auto log = fake_platform::Log();
   return std::any_of(log.begin(), log.end(), [](const auto& line) {

@@ -14,6 +14,7 @@ from pathlib import Path
 # The programs that test a source, where they have another name. They are only asked first, not alone.
 NAMED_OTHERWISE = {
     'nuv_app_condition': ('nuv_app_list_filter', 'nuv_app_key_list'),
+    'nuv_app_queries': ('nuv_app_queries', 'nuv_app_values'),
     'nuv_app_lists': ('nuv_app_list', 'nuv_app_key_list', 'nuv_app_service_list', 'nuv_app_last_download'),
     'nuv_bus_call': ('nuv_proxy', 'nuv_fork'),
     'nuv_bus_connection': ('nuv_proxy', 'nuv_restart'),
@@ -21,7 +22,7 @@ NAMED_OTHERWISE = {
     'nuv_launch_body': ('nuv_launcher_api',),
     'nuv_launch_callbacks': ('nuv_launch_result',),
     'nuv_launcher_api_NUV': ('nuv_launch_internal', 'nuv_terminate_entries'),
-    'nuv_launcher_client': ('nuv_service_call', 'nuv_launch_request'),
+    'nuv_launcher_client': ('nuv_service_call', 'nuv_launch_request', 'nuv_launch_result'),
     'nuv_listener': ('nuv_proxy', 'nuv_restart'),
     'nuv_listener_run': ('nuv_proxy', 'nuv_restart'),
     'nuv_process': ('nuv_fork',),
