@@ -228,6 +228,13 @@ TEST_F(Counting, WithoutAnyRowIsZeroAndInOrder) {
   EXPECT_EQ(0, count_);
 }
 
+TEST_F(Counting, NeedsAPlaceForTheCount) {
+  sqlite_faults::Forget();
+  EXPECT_EQ((LogLines{"I Start:strParam:[],tableType:[9]", "E " + Coloured(kRed, "in param is NULL ")}),
+            LogOf([] { EXPECT_EQ(-1, GetAppsTableCount(nullptr, "", 9, {})); }));
+  EXPECT_TRUE(sqlite_faults::Prepared().empty());
+}
+
 TEST_F(Counting, TheLastRowCounts) {
   Run(" group by app_index > 0 order by app_index desc");
   EXPECT_EQ(0, result_);
