@@ -74,6 +74,10 @@ def tests_of(build):
     return tests
 
 
+def _names_of(file):
+    return NAMED_OTHERWISE.get(Path(file).stem, (Path(file).stem,))
+
+
 class Reach:
     """Which lines each test reaches, and how long it takes; measured once and kept in a file."""
 
@@ -151,16 +155,18 @@ class Reach:
                         yield os.path.relpath(path, self._project), line['line_number'], line['count']
 
     def tests_for(self, file, lines, users):
-        """The tests that reach any of the lines; where no code is in them, those that reach the file or its users.
+        """The tests that reach any of the lines; where no code is in them, those that reach the file or its users, and
+        those that are for the file, which may look at its constants themselves.
 
         The compiler counts a call that is longer than a line on one of its lines only."""
         if any((file, line) in self._code for line in lines):
             return self._in_order(file, {test for line in lines for test in self._lines.get((file, line), [])})
-        return self._in_order(file, {test for used in [file, *users] for test in self._files.get(used, ())})
+        reaching = {test for used in [file, *users] for test in self._files.get(used, ())}
+        return self._in_order(file, reaching | {test for test in self.tests if test.program.startswith(_names_of(file))})
 
     def _in_order(self, file, tests):
         """First the programs that are for the file, then one test of each program in turn; quick ones first."""
-        names = NAMED_OTHERWISE.get(Path(file).stem, (Path(file).stem,))
+        names = _names_of(file)
         programs = defaultdict(list)
         for test in sorted(set(tests) - self._left_out, key=lambda test: self.seconds[test.name]):
             programs[test.program].append(test)
