@@ -11,10 +11,11 @@ target_link_options(nuv_launcher_api PRIVATE --coverage)
 
 # A call that a test catches with the linker's --wrap leaves the shared library under the wrapped name: to the test's
 # function where the program has one, else to the one of this library, which passes it on.
-foreach(call IN ITEMS malloc free calloc time)
+foreach(call IN ITEMS malloc calloc strdup free time g_bus_own_name)
   target_link_options(nuv_launcher_api PRIVATE LINKER:--wrap=${call})
 endforeach()
 add_library(nuv_unwrapped_calls SHARED ${support}/unwrapped_calls.c)
+target_link_libraries(nuv_unwrapped_calls PRIVATE PkgConfig::GIO)
 # As a file, because a target that is linked would have to be installed as well.
 target_link_libraries(nuv_launcher_api PRIVATE $<TARGET_FILE:nuv_unwrapped_calls>)
 add_dependencies(nuv_launcher_api nuv_unwrapped_calls)

@@ -1,12 +1,18 @@
 // Where the calls of a library that is linked with --wrap go in a program that wraps none of them
 // (cmake/NuvCoverage.cmake).
+#include <gio/gio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <time.h>
 
 void* __wrap_malloc(size_t bytes);
 void* __wrap_calloc(size_t count, size_t bytes);
+char* __wrap_strdup(const char* text);
 void __wrap_free(void* block);
 time_t __wrap_time(time_t* result);
+guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags flags, GBusAcquiredCallback on_bus,
+                            GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
+                            GDestroyNotify release);
 
 void* __wrap_malloc(size_t bytes) {
   return malloc(bytes);
@@ -16,10 +22,20 @@ void* __wrap_calloc(size_t count, size_t bytes) {
   return calloc(count, bytes);
 }
 
+char* __wrap_strdup(const char* text) {
+  return strdup(text);
+}
+
 void __wrap_free(void* block) {
   free(block);
 }
 
 time_t __wrap_time(time_t* result) {
   return time(result);
+}
+
+guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags flags, GBusAcquiredCallback on_bus,
+                            GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
+                            GDestroyNotify release) {
+  return g_bus_own_name(type, name, flags, on_bus, on_name, on_loss, data, release);
 }
