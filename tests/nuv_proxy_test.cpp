@@ -1,9 +1,9 @@
 // The link to the service: how it is made, probed, used and given back.
+#include <errno.h>
 #include <libintl.h>
 #include <locale.h>
 #include <nuv_common/nuv_proxy.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,19 +19,6 @@
 namespace {
 
 using ::testing::Test;
-
-std::optional<std::string> executable;  // what this process's link says, where the test says it; empty: it fails
-
-}  // namespace
-
-extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {
-  if (!executable || path != "/proc/" + std::to_string(getpid()) + "/exe") {
-    return syscall(SYS_readlink, path, buffer, size);
-  }
-  return executable->empty() ? -1 : static_cast<ssize_t>(executable->copy(buffer, size));
-}
-
-namespace {
 
 constexpr int kShortMs = 150;  // for a call that is not answered
 constexpr int kLongMs = 5000;
@@ -432,20 +419,21 @@ TEST_F(LinkTest, NamesTheProcessByItsExecutable) {
 }
 
 TEST_F(LinkTest, AProcessWithoutAnExecutableHasNoName) {
-  executable = "";
+  faults::Plan({"readlink", 1, 0, ENOENT});
   EXPECT_EQ("", getProcessName());
+  EXPECT_TRUE(faults::TakePlanned());
   EXPECT_EQ(6, fake_platform::LogPriority("error.  len < 0"));
-  StartService();
-  EXPECT_EQ(1, Get());
 }
 
 TEST_F(LinkTest, ANameThatFillsItsPlaceIsCutThere) {
-  executable = std::string(1023, 'x');
-  EXPECT_EQ(*executable, getProcessName());
+  const std::string name(1030, 'x');
+  faults::link_target = name.c_str() + 7;
+  EXPECT_EQ(name.substr(7), getProcessName());
   EXPECT_FALSE(fake_platform::Logged("error.  len == 1024"));
-  executable = std::string(1030, 'x');
-  EXPECT_EQ(executable->substr(0, 1024), getProcessName());
+  faults::link_target = name.c_str();
+  EXPECT_EQ(name.substr(0, 1024), getProcessName());
   EXPECT_EQ(6, fake_platform::LogPriority("error.  len == 1024"));
+  faults::link_target = nullptr;
 }
 
 TEST_F(LinkTest, HandlersWithoutALinkOnlyLog) {

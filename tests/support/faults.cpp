@@ -10,6 +10,7 @@
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <string>
 
 namespace faults {
 
@@ -19,6 +20,7 @@ bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
 void (*before_register_object)() = nullptr;
 void (*at_start_of_thread)() = nullptr;
+const char* link_target = nullptr;
 bool condition_waits_are_short = false;
 
 }  // namespace faults
@@ -161,6 +163,7 @@ ssize_t readlink(const char* path, char* buffer, size_t size) {
     errno = fault.code;
     return -1;
   }
+  if (faults::link_target != nullptr) return static_cast<ssize_t>(std::string(faults::link_target).copy(buffer, size));
   static auto* const real = Real(readlink, "readlink");
   return real(path, buffer, size);
 }

@@ -9,6 +9,7 @@ extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
 extern void (*before_register_object)();  // may hold up the listener; null: nothing
 extern void (*at_start_of_thread)();      // called by each new thread; null: nothing
+extern const char* link_target;           // what readlink() finds, as much as there is room for; null: what there is
 extern bool condition_waits_are_short;    // a tenth of a second, whatever the limit
 
 // A call that fails once without having done anything.
