@@ -168,6 +168,23 @@ TEST_F(RestartTest, ALostBusEndsNoHost) {
   LaunchAndHear();
 }
 
+// The host's loop hears of it before the library can say what a lost bus is to mean.
+TEST_F(RestartTest, ABusLostWhileItIsConnectedToEndsNoHost) {
+  static pid_t bus = 0;
+  bus = bus_.pid();
+  const RunningMainLoop host;
+  faults::after_bus_get = [] {
+    faults::after_bus_get = nullptr;
+    kill(bus, SIGKILL);
+    WaitUntil([] { return false; }, Milliseconds(200));  // for as long as the process is to live
+  };
+  EXPECT_EQ(-1, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  EXPECT_EQ(nullptr, faults::after_bus_get);
+  bus_.Restart();
+  StartService();
+  LaunchAndHear();
+}
+
 TEST_F(RestartTest, OfTheServiceIsSurvivedInEachPhase) {
   StartService();
   LaunchAndHear();

@@ -18,6 +18,32 @@ class ThreadDefaultContext {
   GMainContext* m_context;
 };
 
+// GLib makes the shared connection so that a lost bus ends the process, and lets nobody say otherwise before it is
+// made. As long as one of these lives, a connection that closes ends nothing.
+class ClosingEndsNothing {
+ public:
+  ClosingEndsNothing()
+      : m_connections(g_type_class_ref(G_TYPE_DBUS_CONNECTION)),
+        m_closed(g_signal_lookup("closed", G_TYPE_DBUS_CONNECTION)),
+        m_hook(g_signal_add_emission_hook(m_closed, 0, Forgive, nullptr, nullptr)) {}
+  ~ClosingEndsNothing() {
+    g_signal_remove_emission_hook(m_closed, m_hook);
+    g_type_class_unref(m_connections);
+  }
+  ClosingEndsNothing(const ClosingEndsNothing&) = delete;
+  ClosingEndsNothing& operator=(const ClosingEndsNothing&) = delete;
+
+ private:
+  static gboolean Forgive(GSignalInvocationHint*, guint, const GValue* values, gpointer) {
+    g_dbus_connection_set_exit_on_close(G_DBUS_CONNECTION(g_value_get_object(values)), FALSE);
+    return TRUE;
+  }
+
+  gpointer m_connections;
+  guint m_closed;
+  gulong m_hook;
+};
+
 // A closing connection is kept alive until its "closed" signal has been delivered in the context it was made in. A
 // host may never run its default context, so a private connection gets one that the listener runs.
 BusConnection ConnectPrivately() {
@@ -40,6 +66,7 @@ BusConnection ConnectPrivately() {
 }  // namespace
 
 BusConnection ConnectToSystemBus() {
+  const ClosingEndsNothing guard;
   BusConnection result;
   GError* error = nullptr;
   result.connection.reset(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
@@ -47,7 +74,6 @@ BusConnection ConnectToSystemBus() {
   if (result.connection != nullptr && g_dbus_connection_is_closed(result.connection.get())) {
     result = ConnectPrivately();
   }
-  // GLib makes the shared connection so that a lost bus ends the process.
   if (result.connection != nullptr) g_dbus_connection_set_exit_on_close(result.connection.get(), FALSE);
   return result;
 }

@@ -5,6 +5,7 @@ namespace faults {
 
 extern bool pthread_create_fails;
 extern bool bus_get_fails_without_error;
+extern void (*after_bus_get)();  // called with the connection just made; null: nothing
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
 extern void (*before_register_object)();  // may hold up the listener; null: nothing
