@@ -13,7 +13,7 @@
 
 #include "nuv_common/nuv_statement.h"
 
-enum DB_OPEN_TYPE { kReadOnly = 0, kReadWrite = 1, kOpenTypeRange = 0x7fffffff };
+enum DB_OPEN_TYPE : int { kReadOnly = 0, kReadWrite = 1 };  // any other value is taken for read-only
 
 // One parameter of a statement.
 struct _NUVDB_INNER_BIND_T {

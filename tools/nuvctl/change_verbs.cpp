@@ -83,7 +83,9 @@ Diagnosis WhyNotChanged(const Change& change) {
 // Finds the application's row, makes the change under the row's own id, and says who made it.
 template <typename Make>
 Report ReportChange(const Options& options, Make make) {
-  Json details = {{"app", options.app_id}, {"by", nullptr}};
+  Json details;
+  details["app"] = options.app_id;
+  details["by"] = nullptr;
   if (const std::optional<Obstacle> repair = RepairObstacle()) return ReportOf(repair->why, details);
   _APPSINFO_T record;
   const int found = nuv_inner_get_app_info_by_id(options.app_id, record, false);
@@ -92,7 +94,9 @@ Report ReportChange(const Options& options, Make make) {
     return ReportOf(DiagnoseInner(found, unknown), details);
   }
   const Change change = make(record.id);
-  details = {{"app", record.id}, {"by", change.by}, {"result", change.result}};
+  details["app"] = record.id;
+  details["by"] = change.by;
+  details["result"] = change.result;
   if (change.result != 0) return ReportOf(WhyNotChanged(change), details);
   Report report;
   report.details = details;
