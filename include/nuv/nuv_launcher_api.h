@@ -16,8 +16,8 @@
  *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted
  *              launch comes later, through the callback. Each failure is in the platform log.
  *   Memory     A serialised launch that runs out of memory lets std::bad_alloc pass; it can be called again at once,
- *              but the service keeps the CPU priority of the calling thread until that launches again. Any other
- *              function returns -1. GLib, in whose memory requests travel, ends the process where it gets none.
+ *              but the CPU priority of the calling thread stays lent to the service. Any other function returns -1.
+ *              GLib, in whose memory requests travel, ends the process where it gets none.
  *   Fork       In a child of fork() that has not exec'ed each function that asks the service returns -1 at once, where
  *              the parent had connected to the bus. The parent goes on undisturbed.
  *   Exit       Results that arrive after exit() has begun are not delivered. exit() does not wait for a callback.
