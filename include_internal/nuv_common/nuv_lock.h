@@ -4,6 +4,7 @@
 #include <nuv_common/nuv_thread_safety.h>
 #include <pthread.h>
 
+#include <ctime>
 #include <new>
 #include <utility>
 
@@ -19,8 +20,9 @@ class NUV_CAPABILITY Mutex {
 
   void lock() NUV_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
   bool try_lock() NUV_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
+  // The deadline is on the monotonic clock: a clock that is set makes nobody wait longer, or not at all.
   bool try_lock_until(const timespec& deadline) NUV_TRY_ACQUIRE(true) {
-    return pthread_mutex_timedlock(&m_mutex, &deadline) == 0;
+    return pthread_mutex_clocklock(&m_mutex, CLOCK_MONOTONIC, &deadline) == 0;
   }
   void unlock() NUV_RELEASE() { pthread_mutex_unlock(&m_mutex); }
 

@@ -32,7 +32,7 @@ class NUV_SCOPED_CAPABILITY MonitorLock {
  public:
   MonitorLock(Mutex& mutex, ListenerRun& run) NUV_ACQUIRE(mutex) : m_mutex(mutex) {
     timespec deadline{};
-    clock_gettime(CLOCK_REALTIME, &deadline);
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_nsec += kPatienceNs;
     deadline.tv_sec += deadline.tv_nsec / kSecondNs;
     deadline.tv_nsec %= kSecondNs;

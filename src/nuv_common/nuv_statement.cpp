@@ -114,7 +114,7 @@ StatementTurn::~StatementTurn() NUV_UNANALYSED {
 
 bool WaitForTurnBeforeFork(DatabaseSide& side) {
   timespec limit = {};
-  clock_gettime(CLOCK_REALTIME, &limit);
+  clock_gettime(CLOCK_MONOTONIC, &limit);
   limit.tv_sec += 1;
   return side.turn.try_lock_until(limit);
 }
