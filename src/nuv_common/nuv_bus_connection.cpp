@@ -1,5 +1,9 @@
 #include "nuv_common/nuv_bus_connection.h"
 
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -19,26 +23,54 @@ class ThreadDefaultContext {
 };
 
 // GLib makes the shared connection so that a lost bus ends the process, and lets nobody say otherwise before it is
-// made. As long as one of these lives, a connection that closes ends nothing.
-class ClosingEndsNothing {
+// made. As long as one of these lives, a connection that closes, and would end the process, waits until ours has been
+// told that it ends nothing; nobody else's is touched. One that waits for the limit is not ours: ours is handed out as
+// soon as it is made.
+class ClosingWaits {
  public:
-  ClosingEndsNothing()
+  ClosingWaits()
       : m_connections(g_type_class_ref(G_TYPE_DBUS_CONNECTION)),
         m_closed(g_signal_lookup("closed", G_TYPE_DBUS_CONNECTION)),
-        m_hook(g_signal_add_emission_hook(m_closed, 0, Forgive, nullptr, nullptr)) {}
-  ~ClosingEndsNothing() {
+        m_hook(g_signal_add_emission_hook(m_closed, 0, Wait, new std::shared_ptr<Connecting>(m_connecting), Release)) {}
+  ~ClosingWaits() {
+    m_connecting->End();
     g_signal_remove_emission_hook(m_closed, m_hook);
     g_type_class_unref(m_connections);
   }
-  ClosingEndsNothing(const ClosingEndsNothing&) = delete;
-  ClosingEndsNothing& operator=(const ClosingEndsNothing&) = delete;
+  ClosingWaits(const ClosingWaits&) = delete;
+  ClosingWaits& operator=(const ClosingWaits&) = delete;
 
  private:
-  static gboolean Forgive(GSignalInvocationHint*, guint, const GValue* values, gpointer) {
-    g_dbus_connection_set_exit_on_close(G_DBUS_CONNECTION(g_value_get_object(values)), FALSE);
+  class Connecting {
+   public:
+    void End() {
+      {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_over = true;
+      }
+      m_changed.notify_all();
+    }
+    void WaitForEnd() {
+      std::unique_lock<std::mutex> lock(m_mutex);
+      m_changed.wait_for(lock, std::chrono::seconds(1), [this] { return m_over; });
+    }
+
+   private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_over = false;
+  };
+
+  static gboolean Wait(GSignalInvocationHint*, guint, const GValue* values, gpointer connecting) {
+    auto* closing = G_DBUS_CONNECTION(g_value_get_object(values));
+    if (g_dbus_connection_get_exit_on_close(closing)) {
+      (*static_cast<std::shared_ptr<Connecting>*>(connecting))->WaitForEnd();
+    }
     return TRUE;
   }
+  static void Release(gpointer connecting) { delete static_cast<std::shared_ptr<Connecting>*>(connecting); }
 
+  std::shared_ptr<Connecting> m_connecting = std::make_shared<Connecting>();
   gpointer m_connections;
   guint m_closed;
   gulong m_hook;
@@ -66,14 +98,14 @@ BusConnection ConnectPrivately() {
 }  // namespace
 
 BusConnection ConnectToSystemBus() {
-  const ClosingEndsNothing guard;
+  const ClosingWaits guard;
   BusConnection result;
   GError* error = nullptr;
   result.connection.reset(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
   result.error.reset(error);
-  if (result.connection != nullptr && g_dbus_connection_is_closed(result.connection.get())) {
-    result = ConnectPrivately();
-  }
-  if (result.connection != nullptr) g_dbus_connection_set_exit_on_close(result.connection.get(), FALSE);
+  if (result.connection == nullptr) return result;
+  // Also where it has closed: its host may not have heard of it yet.
+  g_dbus_connection_set_exit_on_close(result.connection.get(), FALSE);
+  if (g_dbus_connection_is_closed(result.connection.get())) result = ConnectPrivately();
   return result;
 }
