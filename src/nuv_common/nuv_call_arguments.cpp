@@ -1,28 +1,37 @@
 #include "nuv_common/nuv_call_arguments.h"
 
+#include <cstring>
+
 CallArguments::~CallArguments() {
   for (size_t i = 0; i < m_count; ++i) g_variant_unref(g_variant_ref_sink(m_values[i]));
 }
 
 CallArguments& CallArguments::Text(const char* text) {
   if (text == nullptr || !g_utf8_validate(text, -1, nullptr)) {
-    m_valid = false;
+    m_textsAreValid = false;
     return *this;
   }
-  return Value(g_variant_new_string(text));
+  constexpr size_t kLengthZeroAndPadding = 8;
+  return Value(g_variant_new_string(text), strlen(text) + kLengthZeroAndPadding);
 }
 
 CallArguments& CallArguments::Number(int32_t number) {
-  return Value(g_variant_new_int32(number));
+  return Value(g_variant_new_int32(number), sizeof number);
 }
 
-CallArguments& CallArguments::Value(GVariant* floating) {
+CallArguments& CallArguments::Value(GVariant* floating, size_t bytes) {
   m_values.at(m_count++) = floating;
+  m_bytes += bytes;
   return *this;
 }
 
+const char* CallArguments::Problem() const {
+  if (!m_textsAreValid) return "a text is null or not valid UTF-8";
+  return m_bytes > kMostBytes ? "the arguments are longer than the bus takes" : nullptr;
+}
+
 GVariant* CallArguments::TakeTuple() {
-  if (!m_valid) return nullptr;
+  if (Problem() != nullptr) return nullptr;
   GVariant* tuple = g_variant_new_tuple(m_values.data(), m_count);
   m_count = 0;
   return tuple;

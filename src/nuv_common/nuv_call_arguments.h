@@ -7,8 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// Collects arguments in order. A text that is null or not valid UTF-8 cannot travel on the bus: the arguments are then
-// not valid and make no tuple.
+// Collects arguments in order. A text that is null or not valid UTF-8 cannot travel on the bus, nor can more bytes than
+// it takes: it would close the connection, which the host may use as well. The arguments are then not valid and make no
+// tuple.
 class CallArguments {
  public:
   CallArguments() = default;
@@ -18,15 +19,20 @@ class CallArguments {
 
   CallArguments& Text(const char* text);
   CallArguments& Number(int32_t number);
-  CallArguments& Value(GVariant* floating);
+  // Any other value, which takes that many bytes at most.
+  CallArguments& Value(GVariant* floating, size_t bytes);
 
-  bool Valid() const { return m_valid; }
+  // Why the arguments cannot travel; null where they can.
+  const char* Problem() const;
   // The floating tuple, made once; null when the arguments are not valid.
   GVariant* TakeTuple();
 
  private:
   static constexpr size_t kMost = 24;
+  // A system bus takes messages of 32 MiB; this leaves room for a header.
+  static constexpr size_t kMostBytes = 32 * 1024 * 1024 - 4096;
   std::array<GVariant*, kMost> m_values{};
   size_t m_count = 0;
-  bool m_valid = true;
+  size_t m_bytes = 0;
+  bool m_textsAreValid = true;
 };

@@ -29,7 +29,7 @@ GVariant* ServiceReply::Of(const char* type) const {
 ServiceReply CallService(CNUVGdbus& link, const char* method, CallArguments& arguments) {
   GVariant* parameters = arguments.TakeTuple();
   if (parameters == nullptr) {
-    NUV_ERROR("%s: a text is null or not valid UTF-8", method);
+    NUV_ERROR("%s: %s", method, arguments.Problem());
     return {};
   }
   return Call(link, method, parameters);

@@ -89,8 +89,9 @@ GVariant* MakeLaunchRequest(const CNUVGdbus::Endpoint& endpoint, const _NUV_LAUN
   for (const Flag flag : kFlagsBeforeShape) arguments.Number(data.*flag);
   arguments.Number(data.cbType);
   for (const Flag flag : kFlagsAfterShape) arguments.Number(data.*flag);
-  arguments.Value(MakeExtraDatas(data.extraDatas));
+  arguments.Value(MakeExtraDatas(data.extraDatas), data.extraDatas.size() * (kBlockSize + sizeof(uint32_t)));
   GVariant* tuple = arguments.TakeTuple();
+  if (tuple == nullptr) NUV_ERROR("launch_app: %s", arguments.Problem());
   NUV_INFO("g_variant_new_tuple finish.");
   return tuple;
 }

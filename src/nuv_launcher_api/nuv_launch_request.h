@@ -19,5 +19,5 @@ class NUVString {
   static char* Copy(char* dest, const char* src, unsigned int size);
 };
 
-// The floating request tuple, or null when a text of the record is not valid UTF-8.
+// The floating request tuple; null, and logged, when the record cannot travel on the bus.
 GVariant* MakeLaunchRequest(const CNUVGdbus::Endpoint& endpoint, const _NUV_LAUNCHER_DATA& data, int32_t event);

@@ -40,10 +40,7 @@ constexpr int kLaunchTimeoutMs = 15000;
 
 // One "launch_app" call, with a request that may be null. True when the service accepted it.
 bool SendLaunch(CNUVGdbus& link, const CNUVGdbus::Endpoint& endpoint, GVariant* request, int* isTimeOutError) {
-  if (request == nullptr) {
-    NUV_ERROR("launch_app: a text is not valid UTF-8");
-    return false;
-  }
+  if (request == nullptr) return false;
   GVariant* reply = nullptr;
   const int called = link.MethodCall(endpoint, "launch_app", request, &reply, kLaunchTimeoutMs, isTimeOutError);
   const GVariantHandle released(reply);
