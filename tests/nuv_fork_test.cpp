@@ -113,17 +113,31 @@ TEST(ForkBeforeUse, AChildOfAProcessThatFoundNoBusWorks) {
   EXPECT_EQ(0, InChild([] { return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) == 0 ? 0 : 1; }));
 }
 
-class ExitTest : public LaunchTest {};
+class ExitTest : public LaunchTest {
+ protected:
+  void SetUp() override {
+    StartService();
+    service_->Before("launch_app", [this](const RecordedCall& call) {
+      for (int i = 0; i < 20; ++i) service_->SendToClient(UnpackLaunch(call), {900, i});
+    });
+  }
+};
 
-TEST_F(ExitTest, ResultsInFlightHarmNobody) {
-  StartService();
-  service_->Before("launch_app", [this](const RecordedCall& call) {
-    for (int i = 0; i < 20; ++i) service_->SendToClient(UnpackLaunch(call), {900, i});
-  });
+TEST_F(ExitTest, NoCallbackIsEnteredOnceTheHostsObjectsGo) {
   for (int i = 0; i < 200; ++i) {
     Process client({NUV_TEST_DIR "/exit_client"}, bus_.directory());
     ASSERT_EQ(0, client.Wait()) << "run " << i << "\n" << client.Errors();
   }
+}
+
+TEST_F(ExitTest, WaitsForNoCallbackThatDoesNotEnd) {
+  Process client({NUV_TEST_DIR "/exit_client", "block"}, bus_.directory());
+  EXPECT_EQ(0, client.Wait()) << client.Errors();
+}
+
+TEST_F(ExitTest, MayBeCalledInACallback) {
+  Process client({NUV_TEST_DIR "/exit_client", "inside"}, bus_.directory());
+  EXPECT_EQ(7, client.Wait()) << client.Errors();
 }
 
 }  // namespace

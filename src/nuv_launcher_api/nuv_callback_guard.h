@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <exception>
 
-// Calls a callback of the given type, unless it is null. What it throws ends here, in the log; only the unwinding of a
+#include "nuv_launcher_api/nuv_callback_gate.h"
+
+// Calls a callback of the given type, unless it is null or the process exits. What it throws ends here, in the log; only the unwinding of a
 // thread that ends goes on. A failed launch calls a callback of the other shape with the arguments of this one, which
 // is the contract, and which a sanitizer would not let pass.
 template <typename Callback, typename... Arguments>
@@ -17,6 +19,8 @@ __attribute__((no_sanitize("function")))
 #endif
 void CallUserCallback(uintptr_t callback, Arguments... arguments) {
   if (callback == 0) return;
+  const CallbackPassage passage;
+  if (!passage.Open()) return;
   try {
     reinterpret_cast<Callback>(callback)(arguments...);
   } catch (abi::__forced_unwind&) {

@@ -68,6 +68,7 @@ int ReportTerminate(const ServiceReply& answer, const LogOrigin& origin) {
 
 CNUVGdbus* get_launcher_proxy() {
   static ProcessLifetimeLink link("launcher", "litecorvane");
+  static const GateClosedAtExit gate;
   return link.get();
 }
 

@@ -1,0 +1,67 @@
+#include "nuv_launcher_api/nuv_callback_gate.h"
+
+#include <nuv_common/nuv_lock.h>
+
+#include <ctime>
+
+namespace {
+
+constexpr int kPatienceMs = 100;
+
+struct Gate {
+  Mutex mutex;
+  bool closed NUV_GUARDED_BY(mutex) = false;
+  int passing NUV_GUARDED_BY(mutex) = 0;  // callbacks that run
+};
+
+// Like the table of callbacks, made when the library is loaded and never destroyed.
+NeverDestroyed<Gate> gate_of_process;
+
+Gate& TheGate() {
+  return *gate_of_process;
+}
+
+thread_local int t_passing = 0;  // those of the calling thread, which may exit in one of them
+
+// In a child of fork() only the calling thread's callbacks run.
+void RenewInChild() NUV_UNANALYSED {
+  TheGate().mutex.Renew(kPlainMutex);
+  TheGate().passing = t_passing;
+}
+
+[[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, RenewInChild);
+
+bool OnlyOwnCallbacksRun() {
+  Gate& gate = TheGate();
+  const CNUVClientAutoLock lock(gate.mutex);
+  return gate.passing == t_passing;
+}
+
+}  // namespace
+
+CallbackPassage::CallbackPassage() {
+  Gate& gate = TheGate();
+  const CNUVClientAutoLock lock(gate.mutex);
+  m_open = !gate.closed;
+  if (!m_open) return;
+  ++gate.passing;
+  ++t_passing;
+}
+
+CallbackPassage::~CallbackPassage() {
+  if (!m_open) return;
+  Gate& gate = TheGate();
+  const CNUVClientAutoLock lock(gate.mutex);
+  --gate.passing;
+  --t_passing;
+}
+
+GateClosedAtExit::~GateClosedAtExit() {
+  {
+    Gate& gate = TheGate();
+    const CNUVClientAutoLock lock(gate.mutex);
+    gate.closed = true;
+  }
+  constexpr timespec kMillisecond = {0, 1000000};
+  for (int waited = 0; waited < kPatienceMs && !OnlyOwnCallbacksRun(); ++waited) nanosleep(&kMillisecond, nullptr);
+}
