@@ -11,7 +11,7 @@ target_link_options(nuv_launcher_api PRIVATE --coverage)
 
 # A call that a test catches with the linker's --wrap leaves the shared library under the wrapped name: to the test's
 # function where the program has one, else to the one of this library, which passes it on.
-foreach(call IN ITEMS malloc calloc strdup free time g_bus_own_name)
+foreach(call IN ITEMS malloc calloc strdup free time g_bus_own_name_on_connection)
   target_link_options(nuv_launcher_api PRIVATE LINKER:--wrap=${call})
 endforeach()
 add_library(nuv_unwrapped_calls SHARED ${support}/unwrapped_calls.c)

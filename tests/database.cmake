@@ -60,6 +60,8 @@ nuv_add_database_test(nuv_launch_internal_test)
 nuv_add_database_test(nuv_terminate_entries_test)
 nuv_add_database_test(nuv_appexec_kpi_test)
 nuv_add_database_test(nuv_contract_test)
+nuv_add_database_test(nuv_process_test)
+add_dependencies(nuv_process_test mortal_service)
 
 # With the shared library, as a program uses it: nothing that is watched orders the threads.
 nuv_add_client(catalogue_writer PkgConfig::SQLITE)
@@ -67,7 +69,7 @@ nuv_add_test(nuv_app_threads_test SOURCES nuv_app_threads_test.cpp LIBRARIES nuv
 add_dependencies(nuv_app_threads_test catalogue_writer)
 
 nuv_add_database_test(nuv_kill_matrix_test)
-target_link_options(nuv_kill_matrix_test PRIVATE LINKER:--wrap=g_bus_own_name)
+target_link_options(nuv_kill_matrix_test PRIVATE LINKER:--wrap=g_bus_own_name_on_connection)
 add_dependencies(nuv_kill_matrix_test mortal_service)
 if(NUV_SANITIZE)
   target_compile_definitions(nuv_kill_matrix_test PRIVATE NUV_SANITIZED)

@@ -77,8 +77,7 @@ Outcomes KillMatrix::CallOutcomes(Failure failure) {
   return either;
 }
 
-// The callback is entered, all is killed and comes back, and then it launches again. On a new bus that takes most of a
-// second, because the new listener waits for the callback of the old one.
+// The callback is entered, all is killed and comes back, and then it launches again.
 void KillMatrix::KillInTheCallback(const LaunchFunction& function) {
   std::atomic<bool> entered{false};
   std::atomic<bool> may_go_on{false};
@@ -165,12 +164,12 @@ std::atomic<int> head_start_us{0};
 }  // namespace
 
 extern "C" {
-decltype(g_bus_own_name) __real_g_bus_own_name;
-decltype(g_bus_own_name) __wrap_g_bus_own_name;
+decltype(g_bus_own_name_on_connection) __real_g_bus_own_name_on_connection;
+decltype(g_bus_own_name_on_connection) __wrap_g_bus_own_name_on_connection;
 
-guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags flags, GBusAcquiredCallback on_bus,
-                            GBusNameAcquiredCallback on_name, GBusNameLostCallback on_lost, gpointer data,
-                            GDestroyNotify release) {
+guint __wrap_g_bus_own_name_on_connection(GDBusConnection* connection, const gchar* name, GBusNameOwnerFlags flags,
+                                          GBusNameAcquiredCallback on_name, GBusNameLostCallback on_lost, gpointer data,
+                                          GDestroyNotify release) {
   const pid_t bus = bus_to_end.exchange(0);
   if (bus != 0) {
     kill(bus, SIGKILL);
@@ -178,14 +177,13 @@ guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags
     while (std::chrono::steady_clock::now() - start < std::chrono::microseconds(head_start_us)) {
     }
   }
-  return __real_g_bus_own_name(type, name, flags, on_bus, on_name, on_lost, data, release);
+  return __real_g_bus_own_name_on_connection(connection, name, flags, on_name, on_lost, data, release);
 }
 }
 
 namespace {
 
-// What GLib says when the host's main loop sees the connection close while the listener is asking for the name: its
-// name owner forgets the connection on one thread and uses it on the other.
+// What GLib says when the host's main loop sees the connection close while the name is being asked for: its name owner forgets the connection on one thread and uses it on the other.
 std::mutex complaints_mutex;
 std::multiset<std::string> complaints;
 

@@ -285,7 +285,7 @@ TEST_P(InvalidText, MakesAFailedCall) {
   EXPECT_EQ(-1, nuv_launch_app_client(data));
   EXPECT_TRUE(service_->Launches().empty());
   ExpectFailedCall(data.appId, "404");
-  EXPECT_EQ(6, fake_platform::LogPriority("launch_app: a text is not valid UTF-8"));
+  EXPECT_EQ(6, fake_platform::LogPriority("launch_app: a text is null or not valid UTF-8"));
   data = FullRecord(&heard_);
   EXPECT_EQ(0, nuv_launch_app_client(data));
 }
@@ -299,6 +299,86 @@ INSTANTIATE_TEST_SUITE_P(EachText, InvalidText,
                                            TextCase{"relocateBelowApp", &_NUV_LAUNCHER_DATA::relocateBelowApp},
                                            TextCase{"launchRequestor", &_NUV_LAUNCHER_DATA::launchRequestor}),
                          [](const auto& row) { return std::string(row.param.name); });
+
+// The bus would close the connection, which the host may use as well.
+TEST_F(LaunchRequestTest, IsRefusedBeforeItIsSentWhereItIsLongerThanTheBusTakes) {
+  WarmUp();
+  const GConnectionHandle shared(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+  _NUV_LAUNCHER_DATA data = FullRecord(&heard_);
+  data.payload.assign(size_t{33} << 20, 'p');
+  EXPECT_EQ(-1, nuv_launch_app_client(data));
+  ExpectFailedCall("app", "404");
+  EXPECT_EQ(6, fake_platform::LogPriority("launch_app: the arguments are longer than the bus takes"));
+  EXPECT_EQ(-1, nuv_terminate_allApps_internal("me", data.payload));
+  EXPECT_EQ(6, fake_platform::LogPriority("terminate_allapp: the arguments are longer than the bus takes"));
+  data.payload.clear();
+  data.extraDatas.assign(33 << 10, {"key", "value"});
+  EXPECT_EQ(-1, nuv_launch_app_client(data));
+  EXPECT_FALSE(g_dbus_connection_is_closed(shared.get()));
+  EXPECT_TRUE(service_->Launches().empty());
+  data.extraDatas.clear();
+  data.payload.assign((size_t{32} << 20) - 8192, 'p');  // the longest that fits
+  EXPECT_EQ(data.payload.size(), Send(data).texts[1].size());
+  EXPECT_FALSE(g_dbus_connection_is_closed(shared.get()));
+}
+
+// A launch whose thread can be cancelled at one point, and whether it was.
+class CancelledLaunch {
+ public:
+  CancelledLaunch() {
+    pthread_create(
+        &thread_, nullptr,
+        [](void*) -> void* {
+          nuv_launch_webapp("cancelled", nullptr, nullptr, nullptr, nullptr);
+          pthread_testcancel();
+          return nullptr;
+        },
+        nullptr);
+  }
+  void Cancel() const { pthread_cancel(thread_); }
+  bool WasCancelled() const {
+    void* result = nullptr;
+    pthread_join(thread_, &result);
+    return result == PTHREAD_CANCELED;
+  }
+
+ private:
+  pthread_t thread_{};
+};
+
+TEST_F(LaunchRequestTest, AThreadThatIsCancelledInsideLeavesNobodyWaiting) {
+  WarmUp();
+  std::atomic<int> arrived{0};
+  std::atomic<int> answered{0};
+  service_->Before("launch_app", [&](const RecordedCall& call) {
+    if (UnpackLaunch(call).texts[0] != "cancelled") return;
+    const int number = ++arrived;
+    WaitUntil([&] { return answered == number; });
+  });
+  for (int i = 1; i <= 20; ++i) {
+    const CancelledLaunch launch;
+    ASSERT_TRUE(WaitUntil([&] { return arrived == i; }));
+    launch.Cancel();
+    answered = i;
+    EXPECT_TRUE(launch.WasCancelled());
+    ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  }
+  ASSERT_TRUE(service_->SendResult(service_->Launches().back(), {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+TEST_F(LaunchRequestTest, AThreadThatIsCancelledWhileItConnectsLeavesNobodyWaiting) {
+  bus_.Pause();
+  const CancelledLaunch launch;
+  ASSERT_TRUE(WaitUntil([] { return fake_platform::Logged("getting gdus connection."); }));
+  launch.Cancel();
+  bus_.Resume();
+  EXPECT_TRUE(launch.WasCancelled());
+  StartService();
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+  ASSERT_TRUE(service_->SendResult(service_->Launches().back(), {900, 0}));
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
 
 TEST_F(LaunchRequestTest, DeliversPayloadsOfMegabytesAndSurvivesWhatTheBusRefuses) {
   WarmUp();

@@ -432,6 +432,16 @@ void WaitInCallback(const char* app_id, nuv_notify_event_e event, int reserved, 
   OnNotify(app_id, event, reserved, result, heard);
 }
 
+TEST_F(ResultTest, IsAnsweredWhileItsCallbackStillRuns) {
+  WarmUp();
+  ASSERT_EQ(0, nuv_launch_webapp("slow", nullptr, nullptr, WaitInCallback, &heard_));
+  EXPECT_TRUE(service_->SendResult(service_->Launches().at(0), {900, 0}));
+  ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
+  EXPECT_TRUE(heard_.Texts().empty());
+  may_leave = true;
+  EXPECT_TRUE(heard_.WaitFor(1));
+}
+
 TEST_F(ResultTest, ACallbackThatBlocksHoldsUpResultsAndNoLaunch) {
   WarmUp();
   ASSERT_EQ(0, nuv_launch_webapp("slow", nullptr, nullptr, WaitInCallback, &heard_));

@@ -185,6 +185,34 @@ TEST_F(RestartTest, ABusLostWhileItIsConnectedToEndsNoHost) {
   LaunchAndHear();
 }
 
+// A bus of the host's own, whose end is to end it, goes while the library connects to another one.
+TEST_F(RestartTest, AConnectionOfTheHostsOwnStillEndsIt) {
+  static std::atomic<bool> told_to_end{false};
+  signal(SIGTERM, [](int) { told_to_end = true; });
+  auto own_bus = std::make_unique<PrivateBus>();
+  GDBusConnection* own = g_dbus_connection_new_for_address_sync(
+      own_bus->address().c_str(),
+      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+      nullptr, nullptr, nullptr);
+  ASSERT_NE(nullptr, own);
+  g_dbus_connection_set_exit_on_close(own, TRUE);
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().c_str(), 1);
+  {
+    const RunningMainLoop host;
+    bus_.Pause();
+    std::thread launch([] { nuv_launch_webapp("app", nullptr, nullptr, nullptr, nullptr); });
+    EXPECT_TRUE(WaitUntil([] { return fake_platform::Logged("getting gdus connection."); }));
+    EXPECT_FALSE(WaitUntil([] { return false; }, Milliseconds(100)));  // it is inside by now
+    own_bus->Kill();
+    EXPECT_TRUE(WaitUntil([] { return told_to_end.load(); }));
+    EXPECT_TRUE(g_dbus_connection_get_exit_on_close(own));
+    bus_.Resume();
+    launch.join();
+  }
+  g_object_unref(own);
+}
+
 TEST_F(RestartTest, OfTheServiceIsSurvivedInEachPhase) {
   StartService();
   LaunchAndHear();
@@ -252,15 +280,22 @@ TEST_F(RestartTest, DropsAResultForTheListenerOfTheOldConnection) {
   EXPECT_EQ(std::vector<std::string>{"notify app 900 0 0"}, heard_.Texts());
 }
 
-TEST_F(RestartTest, GivesEachListenerAnotherThreadIdThanTheOneBefore) {
+TEST_F(RestartTest, DropsAResultForAnyEarlierListenerHoweverManyThereWere) {
   StartService();
-  LaunchAndHear();
-  for (int i = 0; i < 20; ++i) {
-    const int32_t before = get_launcher_proxy()->ListenerId();
+  std::vector<LaunchRequest> earlier;
+  for (int i = 0; i < 10; ++i) {
+    ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+    const LaunchRequest launch = service_->Launches().back();
+    for (const LaunchRequest& old : earlier) {
+      EXPECT_NE(old.thread_id, launch.thread_id) << i;
+      ASSERT_TRUE(service_->SendResult(old, {904, 0}));
+    }
+    ASSERT_TRUE(service_->SendResult(launch, {900, 0}));
+    ASSERT_TRUE(heard_.WaitFor(static_cast<size_t>(i) + 1));
+    earlier.push_back(launch);
     RestartBus();
-    LaunchAndHear();
-    ASSERT_NE(before, get_launcher_proxy()->ListenerId());
   }
+  EXPECT_EQ(std::vector<std::string>(10, "notify app 900 0 0"), heard_.Texts());
 }
 
 // A callback of the old listener that blocks while the bus restarts.
@@ -287,20 +322,40 @@ TEST_F(RestartTest, DoesNotWaitForACallbackOfTheOldListener) {
   EXPECT_EQ((std::vector<std::string>{"notify slow 900 0 0", "notify app 901 0 0"}), heard_.Texts());
 }
 
-TEST_F(RestartTest, WaitsASecondAtMostForANewListenerThatIsHeldUp) {
+// The service answers as soon as it has accepted, while the callback of the old listener still runs.
+TEST_F(RestartTest, ALaunchThatIsAcceptedWhileAnOldCallbackRunsHearsItsResultInTurn) {
   StartService();
-  LaunchAndHear();
-  faults::before_register_object = [] { WaitUntil([] { return may_leave.load(); }); };
+  ASSERT_EQ(0, nuv_launch_webapp("slow", nullptr, nullptr, BlockingCallback, &heard_));
+  service_->SendToClient(service_->Launches().back(), {900, 0});
+  ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
   RestartBus();
-  const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
-  const auto waited = std::chrono::steady_clock::now() - start;
-  EXPECT_GE(waited, std::chrono::milliseconds(900));
-  EXPECT_LT(waited, std::chrono::milliseconds(3000));
+  service_->Before("launch_app", [this](const RecordedCall& call) { service_->SendToClient(UnpackLaunch(call), {901, 0}); });
+  faults::TakeConditionWaits();
+  ASSERT_EQ(0, nuv_launch_webapp("first", nullptr, nullptr, OnNotify, &heard_));
+  ASSERT_EQ(0, nuv_launch_webapp("second", nullptr, nullptr, OnNotify, &heard_));
+  EXPECT_TRUE(faults::TakeConditionWaits().empty());
+  service_->Flush();
+  EXPECT_TRUE(heard_.Texts().empty());
   may_leave = true;
-  ASSERT_TRUE(WaitUntil([this] { return service_->SendResult(service_->Launches().back(), {901, 0}); }));
-  EXPECT_TRUE(heard_.WaitFor(2));
-  faults::before_register_object = nullptr;
+  ASSERT_TRUE(heard_.WaitFor(3));
+  EXPECT_EQ((std::vector<std::string>{"notify slow 900 0 0", "notify first 901 0 0", "notify second 901 0 0"}),
+            heard_.Texts());
+}
+
+TEST_F(RestartTest, TwoOfThemDuringOneCallbackLeaveTheLastLaunchHeard) {
+  StartService();
+  ASSERT_EQ(0, nuv_launch_webapp("slow", nullptr, nullptr, BlockingCallback, &heard_));
+  service_->SendToClient(service_->Launches().back(), {900, 0});
+  ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
+  for (const char* app : {"first", "second"}) {
+    RestartBus();
+    ASSERT_EQ(0, nuv_launch_webapp(app, nullptr, nullptr, OnNotify, &heard_));
+    service_->SendToClient(service_->Launches().back(), {901, 0});
+    service_->Flush();
+  }
+  may_leave = true;
+  ASSERT_TRUE(heard_.WaitFor(2));
+  EXPECT_EQ((std::vector<std::string>{"notify slow 900 0 0", "notify second 901 0 0"}), heard_.Texts());
 }
 
 std::atomic<int> launched_in_callback{-7};
@@ -322,6 +377,49 @@ TEST_F(RestartTest, ACallbackOfTheOldListenerMayConnectAnew) {
   EXPECT_EQ(0, launched_in_callback);
   ASSERT_TRUE(WaitUntil([this] { return service_->SendResult(service_->Launches().back(), {901, 0}); }));
   ASSERT_TRUE(heard_.WaitFor(2));
+}
+
+class ResultInHaste : public RestartTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(ResultInHaste, OfALaunchThatACallbackMadeAfterALostBusIsHeard) {
+  StartService();
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, RelaunchAcrossRestart, &heard_));
+  service_->SendToClient(service_->Launches().back(), {900, 0});
+  ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
+  RestartBus();
+  std::optional<LaunchRequest> launch;
+  service_->Before("launch_app", [&](const RecordedCall& call) {
+    launch = UnpackLaunch(call);
+    if (GetParam() == 0) service_->SendToClient(*launch, {901, 0});
+  });
+  may_leave = true;
+  ASSERT_TRUE(WaitUntil([] { return launched_in_callback != -7; }));
+  ASSERT_EQ(0, launched_in_callback);
+  if (GetParam() != 0) {
+    std::this_thread::sleep_for(Milliseconds(GetParam()));
+    service_->SendToClient(*launch, {901, 0});
+  }
+  ASSERT_TRUE(heard_.WaitFor(2));
+  EXPECT_EQ((std::vector<std::string>{"notify app 900 0 0", "notify again 901 0 0"}), heard_.Texts());
+}
+
+INSTANTIATE_TEST_SUITE_P(Milliseconds, ResultInHaste, ::testing::Values(0, 2, 5, 20, 100));
+
+void EndThread(const char*, nuv_notify_event_e, int, int, void* heard) {
+  static_cast<Heard*>(heard)->Add("ends the thread");
+  pthread_exit(nullptr);
+}
+
+TEST_F(RestartTest, OfAListenerThatACallbackEndedComesWithTheNextLaunch) {
+  StartService();
+  ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, EndThread, &heard_));
+  ASSERT_TRUE(service_->SendResult(service_->Launches().back(), {900, 0}));
+  ASSERT_TRUE(heard_.WaitFor(1));
+  ASSERT_TRUE(WaitUntil([this] {
+    const size_t before = heard_.Texts().size();
+    return nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_) == 0 &&
+           service_->SendResult(service_->Launches().back(), {900, 0}, 500) && heard_.WaitFor(before + 1);
+  }));
 }
 
 TEST_F(RestartTest, ThreadsLaunchAcrossRestartsAndNothingIsLost) {

@@ -56,9 +56,9 @@ gboolean g_dbus_connection_is_closed(GDBusConnection*) {
 
 void g_dbus_connection_set_exit_on_close(GDBusConnection*, gboolean) {}
 
-guint g_bus_own_name(GBusType, const gchar* name, GBusNameOwnerFlags, GBusAcquiredCallback bus_acquired,
-                     GBusNameAcquiredCallback name_acquired, GBusNameLostCallback, gpointer data, GDestroyNotify) {
-  bus_acquired(Connection(), name, data);
+guint g_bus_own_name_on_connection(GDBusConnection*, const gchar* name, GBusNameOwnerFlags,
+                                   GBusNameAcquiredCallback name_acquired, GBusNameLostCallback, gpointer data,
+                                   GDestroyNotify) {
   name_acquired(Connection(), name, data);
   return 1;
 }

@@ -9,10 +9,11 @@
  *   Blocking   A function that asks the service makes two synchronous calls on the system bus: a probe, of at most
  *              10 s, and the request, of at most 15 s for a launch and 10 s for everything else, the system error popup
  *              included. The first one of a process sends no probe: it connects, which takes as long as the bus takes
- *              to accept it, without a limit, and waits at most 11 s until the result path stands. One that finds the
- *              bus lost connects anew and waits at most 1 s. On a healthy bus a launch takes well under a millisecond.
+ *              to accept it, without a limit, and waits 10 s where the path of the results cannot be set up. One that
+ *              finds the bus lost connects anew. On a healthy bus a launch takes well under a millisecond.
  *   Ownership  Texts are copied; the caller keeps what it passes. Texts given to a callback are valid only during it.
- *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail.
+ *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail. So does a
+ *              request of more than 32 MiB, for which the bus would close the connection.
  *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted
  *              launch comes later, through the callback. Each failure is in the platform log.
  *   Memory     A serialised launch that runs out of memory lets std::bad_alloc pass; it can be called again at once,
@@ -20,7 +21,16 @@
  *              GLib, in whose memory requests travel, ends the process where it gets none.
  *   Fork       In a child of fork() that has not exec'ed each function that asks the service returns -1 at once, where
  *              the parent had connected to the bus. The parent goes on undisturbed.
- *   Exit       Results that arrive after exit() has begun are not delivered. exit() does not wait for a callback.
+ *   Exit       Once exit() destroys what the host made before its first call of the library, no callback is entered.
+ *              exit() gives those that run a tenth of a second to return, and goes on.
+ *   Bus        The library uses the process's shared connection to the system bus, like g_bus_get_sync(), and switches
+ *              its exit-on-close off: a lost bus ends no host. A host that wants to end with its bus connects to the
+ *              "closed" signal of that connection, or sets exit-on-close again after its first call. No other
+ *              connection is touched, but for a private one of the library's own.
+ *   Resources  Where no descriptor or thread is free for the bus, a request fails; it works again once there are some.
+ *              Descriptors that the host did not open are not its to close.
+ *   Cancelling A thread that is cancelled inside the library ends when the library has returned what it holds, not in
+ *              the middle of a call of the bus.
  *   Restart    When the bus is back after it was lost, the next call connects anew. A launch that was accepted before
  *              hears nothing more.
  *
@@ -32,7 +42,10 @@
  *   listener thread.
  *   A request that fails calls the callback at once, on the calling thread, before the function returns -1 (see
  *   nuv_launch_app). Other serialised calls wait for that callback.
- *   Either kind of callback may call every function of the library. It has to return: a thread must not be ended in it.
+ *   Callback and user data of an accepted launch have to stay valid as long as the process lives: a launch may hear
+ *   something more at any time, and nothing says which result is the last one. After -1 they are not used again.
+ *   Either kind of callback may call every function of the library. It has to return: a listener thread that is ended
+ *   in one is made again by the next launch, and what was on its way is lost.
  *   An exception that leaves a callback is caught and logged.
  *   Where the link to the bus cannot be made, where memory runs out, and where a function says so, a request fails
  *   without a callback.

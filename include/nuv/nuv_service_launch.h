@@ -89,7 +89,7 @@ NUV_API int nuv_terminate_app_internal(const char* app_id, const std::string& ca
  * @param app_type type of the application, handed to the common-UI application
  * @param record   the launch; copied
  * @return 0 when the common-UI application was started; -1 when the bus cannot be reached or the start was refused, and
- *         then no callback is called
+ *         then no callback is called, unless a result was faster than the refusal
  */
 extern "C" NUV_API int nuv_launch_Pin_Popup(int reserved, int app_type, _NUV_LAUNCHER_DATA& record);
 

@@ -27,6 +27,7 @@ struct _NUV_PROXY_ASYNC_EVENT {
 };
 
 struct ListenerRun;
+struct ListenerStart;
 
 class CNUVGdbus {
  public:
@@ -45,8 +46,8 @@ class CNUVGdbus {
   CNUVGdbus(const CNUVGdbus&) = delete;
   CNUVGdbus& operator=(const CNUVGdbus&) = delete;
 
-  // Makes sure that the link is usable: 1 usable, 0 not. Blocks up to 10 s for a probe of the service, and in a first
-  // call up to 10 s for the listener. Always called with the same document and table for a given link.
+  // Makes sure that the link is usable: 1 usable, 0 not. Blocks up to 10 s for a probe of the service, and where a first
+  // call cannot offer the client object, 10 s for that. Always called with the same document and table for a given link.
   int GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable);
 
   // One synchronous call: 1 success, 0 failure. parameters may be null and is consumed when floating. *reply, where
@@ -64,7 +65,8 @@ class CNUVGdbus {
 
   Endpoint CurrentEndpoint() const;
 
-  // The listener's thread id in the one form in which it is sent, printed and compared: its low 32 bits.
+  // What tells this listener from every other of the process, in the one form in which it is sent, printed and compared:
+  // the low 32 bits of its thread id, unless an earlier listener had them. 0 when none runs.
   int32_t ListenerId() const;
 
   // What the destructor does: gives the client object back. For links that live until the process ends.
@@ -104,24 +106,32 @@ class CNUVGdbus {
   int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) NUV_REQUIRES(m_proxyMutex);
   bool Connect();
   bool StartListener() NUV_REQUIRES(m_proxyMutex);
-  bool CreateListenerThread();
   void JoinEndedListeners() NUV_REQUIRES(m_proxyMutex);
   void WaitForListener();
   void RetireListener() NUV_REQUIRES(m_proxyMutex);
   unsigned int Generation() const;
   std::shared_ptr<ListenerRun> CurrentRun() const;
+  // Whether results are heard: the client object is offered, and its thread serves it.
+  bool ListenerStands() const;
 
-  void RunListener(const std::shared_ptr<ListenerRun>& run);
+  // By the creating thread, so that no request can overtake the object and the name that its result is sent to. False
+  // where the thread cannot be started.
+  bool OfferAndServe(const std::shared_ptr<ListenerRun>& run) NUV_REQUIRES(m_proxyMutex);
+  void PrepareListener(ListenerRun& run) NUV_REQUIRES(m_proxyMutex);
   bool ParseIntrospection();
   void OwnName(ListenerRun& run);
-  void RunLoop(ListenerRun& run);
   bool RegisterObject(GDBusConnection* connection);
   void WakeCreator();
-  std::shared_ptr<ListenerRun> JoinAsListener();
-  ListenerHandles TakeListenerHandles();
-  bool OnObsoleteListener() const;
+  bool CreateListenerThread(ListenerStart* start);
+  void TakeListenerId() NUV_REQUIRES(m_stateMutex);
 
-  // The handshake's mutex and condition live as long as the link: a listener may be later than its creator's wait.
+  // By the listener.
+  void RunListener(ListenerRun& run);
+  void RunLoop(ListenerRun& run);
+
+  ListenerHandles TakeListenerHandles();
+
+  // The handshake's mutex and condition live as long as the link.
   Mutex m_waitMutex;
   pthread_cond_t m_waitCond;
   Mutex m_monitorMutex;
@@ -150,6 +160,8 @@ class CNUVGdbus {
 
   ServiceNames m_service;  // settled by the constructor
 
+  int32_t m_listenerId NUV_GUARDED_BY(m_stateMutex) = 0;
+  std::vector<int32_t> m_listenerIds NUV_GUARDED_BY(m_stateMutex);       // of all listeners so far
   std::shared_ptr<ListenerRun> m_run NUV_GUARDED_BY(m_stateMutex);       // the current listener's
   unsigned int m_generation NUV_GUARDED_BY(m_stateMutex) = 0;            // counts the connections made
   std::vector<pthread_t> m_retiredThreads NUV_GUARDED_BY(m_proxyMutex);  // of earlier connections, not yet joined

@@ -1,4 +1,6 @@
 // One synchronous method call of the service.
+#include <libintl.h>
+#include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>
 
@@ -10,6 +12,8 @@
 #include "nuv_common/nuv_process.h"
 
 namespace {
+
+constexpr int kDescriptorsOfACall = 1;
 
 // Methods that only make sense when the service runs already.
 constexpr std::array<std::string_view, 3> kMethodsWithoutAutoStart = {"heartbeat", "notify_app_launch_status",
@@ -24,9 +28,13 @@ GDBusCallFlags FlagsOf(const std::string& method) {
   return G_DBUS_CALL_FLAGS_NO_AUTO_START;
 }
 
-// GLib translates the text of its own error, which is told by its code; a service may relay the plain text.
+// GLib translates the text of its own error, which is told by its code. A service relays the text, in English or in the
+// language that it and this process speak.
 bool RanOutOfTime(const GError& error) {
-  if (g_dbus_error_is_remote_error(&error)) return strstr(error.message, "Timeout was reached") != nullptr;
+  constexpr const char* kText = "Timeout was reached";
+  if (g_dbus_error_is_remote_error(&error)) {
+    return strstr(error.message, kText) != nullptr || strstr(error.message, dgettext("glib20", kText)) != nullptr;
+  }
   return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
 }
 
@@ -60,6 +68,8 @@ int CNUVGdbus::MethodCall(const Endpoint& endpoint, const std::string& method, G
     return 0;
   }
   const GDBusCallFlags flags = FlagsOf(method);
+  const CancellationOff guard;
+  if (!DescriptorsAreFree(kDescriptorsOfACall)) return 0;
   GError* error = nullptr;
   *reply = g_dbus_connection_call_sync(endpoint.connection.get(), m_service.busName.c_str(),
                                        m_service.objectPath.c_str(), m_service.interface.c_str(), method.c_str(),

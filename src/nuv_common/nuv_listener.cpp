@@ -1,18 +1,43 @@
-// The listener: the thread that owns the client's bus name and serves its object, through which results arrive.
+// The listener: the client's object and bus name, through which results arrive, and the thread that serves them.
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>
 
-#include <ctime>
+#include <algorithm>
 #include <exception>
 #include <utility>
 
 #include "nuv_common/nuv_listener_run.h"
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_process.h"
+
+// What a listener thread is started with.
+struct ListenerStart {
+  CNUVGdbus* link;
+  std::shared_ptr<ListenerRun> run;
+};
 
 namespace {
 
 thread_local ListenerRun* t_run = nullptr;  // the run of the listener thread that this is, if it is one
+
+// Notes the end of a listener thread, also of one that a callback ends.
+class EndOfRun {
+ public:
+  explicit EndOfRun(ListenerRun& run) : m_run(run) {}
+  ~EndOfRun() { m_run.ended = true; }
+  EndOfRun(const EndOfRun&) = delete;
+  EndOfRun& operator=(const EndOfRun&) = delete;
+
+ private:
+  ListenerRun& m_run;
+};
+
+void* RunListenerThread(void* data) {
+  const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
+  t_run = start->run.get();
+  const EndOfRun end(*start->run);
+  return CNUVGdbus::m_Monitor(start->link);
+}
 
 // Makes a context the thread's default while the listener runs.
 class DefaultContext {
@@ -24,31 +49,6 @@ class DefaultContext {
 
  private:
   GMainContext* m_context;
-};
-
-// The listener's own mutex. The listener before this one ends soon, unless it is in a caller's callback: nobody is made
-// to wait for that one.
-class NUV_SCOPED_CAPABILITY MonitorLock {
- public:
-  MonitorLock(Mutex& mutex, ListenerRun& run) NUV_ACQUIRE(mutex) : m_mutex(mutex) {
-    timespec deadline{};
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_nsec += kPatienceNs;
-    deadline.tv_sec += deadline.tv_nsec / kSecondNs;
-    deadline.tv_nsec %= kSecondNs;
-    if (m_mutex.try_lock_until(deadline)) return;
-    run.Settle();
-    m_mutex.lock();
-  }
-  ~MonitorLock() NUV_RELEASE() { m_mutex.unlock(); }
-  MonitorLock(const MonitorLock&) = delete;
-  MonitorLock& operator=(const MonitorLock&) = delete;
-
- private:
-  static constexpr long kSecondNs = 1000000000;
-  static constexpr long kPatienceNs = 800000000;
-
-  Mutex& m_mutex;
 };
 
 // Runs a function in a context as soon as that is next dispatched.
@@ -117,44 +117,88 @@ void RequestName(GDBusConnection* connection, const std::string& name) {
 
 }  // namespace
 
+void AbandonRun(ListenerRun& run) {
+  if (run.context == nullptr) return;
+  GDBusConnection* own = run.privateConnection.get();
+  if (own != nullptr) {
+    g_signal_connect(own, "closed", G_CALLBACK(OnClosed), &run);
+    g_dbus_connection_close_sync(own, nullptr, nullptr);
+  }
+  Drain(run);
+  if (own != nullptr) g_signal_handlers_disconnect_by_data(own, &run);
+}
+
 void* CNUVGdbus::m_Monitor(void* instance) {
   auto* link = static_cast<CNUVGdbus*>(instance);
   if (link == nullptr) {
     NUV_ERROR("pInstance == NULL");
     return nullptr;
   }
-  const std::shared_ptr<ListenerRun> run = link->JoinAsListener();
-  if (run == nullptr) return nullptr;
-  t_run = run.get();
+  if (t_run == nullptr || !t_run->prepared) return nullptr;
   try {
-    link->RunListener(run);
+    link->RunListener(*t_run);
   } catch (const std::exception& error) {
     NUV_ERROR("the listener ends: %s", error.what());
   }
-  run->Settle();
-  t_run = nullptr;
   return nullptr;
 }
 
-// The run of the calling thread, or null where a later listener has taken its place already.
-std::shared_ptr<ListenerRun> CNUVGdbus::JoinAsListener() {
-  const CNUVClientAutoLock lock(m_stateMutex);
-  return pthread_equal(m_thread, pthread_self()) != 0 ? m_run : nullptr;
+bool CNUVGdbus::OfferAndServe(const std::shared_ptr<ListenerRun>& run) {
+  auto start = std::make_unique<ListenerStart>(ListenerStart{this, run});
+  PrepareListener(*run);
+  if (!CreateListenerThread(start.get())) return false;
+  static_cast<void>(start.release());  // the thread's
+  return true;
 }
 
-void CNUVGdbus::RunListener(const std::shared_ptr<ListenerRun>& run) {
-  const MonitorLock lock(m_monitorMutex, *run);
+bool CNUVGdbus::CreateListenerThread(ListenerStart* start) {
+  const AllSignalsBlocked guard;
+  const CNUVClientAutoLock lock(m_stateMutex);
+  if (pthread_create(&m_thread, nullptr, RunListenerThread, start) != 0) {
+    m_thread = 0;
+    return false;
+  }
+  TakeListenerId();
+  return true;
+}
+
+// The thread's id, in its low 32 bits. The system gives a new thread the id of one that has been joined; a result for an
+// earlier listener is told by its id, so one that was used before gives way to the next free number.
+void CNUVGdbus::TakeListenerId() {
+  auto id = static_cast<uint32_t>(m_thread);
+  const auto used = [&] {
+    return id == 0 || std::find(m_listenerIds.begin(), m_listenerIds.end(), static_cast<int32_t>(id)) !=
+                          m_listenerIds.end();
+  };
+  while (used()) ++id;
+  m_listenerId = static_cast<int32_t>(id);
+  m_listenerIds.push_back(m_listenerId);
+}
+
+// The mutex is the listener's own: as long as a callback of the one before runs, this one waits, and what arrives waits
+// in its context.
+void CNUVGdbus::RunListener(ListenerRun& run) {
+  const CNUVClientAutoLock lock(m_monitorMutex);
+  const DefaultContext defaultContext(run.context.get());
+  RunLoop(run);
+}
+
+void CNUVGdbus::PrepareListener(ListenerRun& run) {
   NUV_INFO("Creating monitor %s.", CurrentEndpoint().objectName.c_str());
+  {
+    const CNUVClientAutoLock lock(m_stateMutex);
+    m_listenerIds.reserve(m_listenerIds.size() + 1);  // memory must not run out behind the thread's start
+  }
   g_type_class_unref(g_type_class_ref(G_TYPE_DBUS_CONNECTION));
-  if (run->context == nullptr) run->context.reset(g_main_context_new());
-  if (run->context == nullptr) {
+  if (run.context == nullptr) run.context.reset(g_main_context_new());
+  if (run.context == nullptr) {
     NUV_ERROR("context == NULL");
     return;
   }
-  const DefaultContext defaultContext(run->context.get());
+  const DefaultContext defaultContext(run.context.get());
   if (!ParseIntrospection()) return;
-  OwnName(*run);
-  RunLoop(*run);
+  OwnName(run);
+  run.prepared = true;
 }
 
 bool CNUVGdbus::ParseIntrospection() {
@@ -178,31 +222,32 @@ bool CNUVGdbus::ParseIntrospection() {
     return false;
   }
   const CNUVClientAutoLock lock(m_stateMutex);
-  if (m_run.get() != t_run) return false;
   m_nodeInfo = std::move(nodeInfo);
   return true;
 }
 
+// On the connection that is there: a name owner that looks for one itself does so on a thread of GLib's shared pool,
+// which the host may have filled.
 void CNUVGdbus::OwnName(ListenerRun& run) {
-  const std::string name = ClientBusName(m_name, CurrentEndpoint().objectName);
+  const Endpoint endpoint = CurrentEndpoint();
+  const std::string name = ClientBusName(m_name, endpoint.objectName);
   NUV_INFO("owning name %s.", name.c_str());
+  m_OnbusAcquired(endpoint.connection.get(), name.c_str(), this);
   if (run.privateConnection != nullptr) {
-    g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
-    m_OnbusAcquired(run.privateConnection.get(), name.c_str(), this);
     RequestName(run.privateConnection.get(), name);
     return;
   }
-  unsigned int ownerId = g_bus_own_name(G_BUS_TYPE_SYSTEM, name.c_str(), kNameFlags, m_OnbusAcquired, m_OnnameAcquired,
-                                        nullptr, this, nullptr);
-  {
-    const CNUVClientAutoLock lock(m_stateMutex);
-    if (m_run.get() == &run) m_ownerId = std::exchange(ownerId, 0);
-  }
-  if (ownerId != 0) g_bus_unown_name(ownerId);
+  const unsigned int ownerId = g_bus_own_name_on_connection(endpoint.connection.get(), name.c_str(), kNameFlags,
+                                                            m_OnnameAcquired, nullptr, this, nullptr);
+  const CNUVClientAutoLock lock(m_stateMutex);
+  m_ownerId = ownerId;
 }
 
 void CNUVGdbus::RunLoop(ListenerRun& run) {
   const GMainLoopHandle loop(g_main_loop_new(run.context.get(), FALSE));
+  if (run.privateConnection != nullptr) {
+    g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
+  }
   bool current = false;
   {
     const CNUVClientAutoLock lock(m_stateMutex);
@@ -223,25 +268,9 @@ void CNUVGdbus::m_OnbusAcquired(GDBusConnection* connection, const char* name, v
     return;
   }
   NUV_INFO("onbus acquired! %s", name);
-  if (link->OnObsoleteListener()) return;
-  try {
-    if (link->RegisterObject(connection)) {
-      NUV_INFO("register object succeed,Created monitor!");
-      link->WakeCreator();
-    }
-  } catch (const std::bad_alloc&) {
-    OutOfMemory(NUV_HERE);  // no exception may pass through GLib
-  }
-  // The name is asked for when this handler has returned, so the run settles one dispatch later.
-  if (t_run != nullptr) {
-    Post(
-        t_run->context.get(),
-        [](gpointer run) -> gboolean {
-          static_cast<ListenerRun*>(run)->Settle();
-          return G_SOURCE_REMOVE;
-        },
-        t_run, nullptr);
-  }
+  if (!link->RegisterObject(connection)) return;
+  NUV_INFO("register object succeed,Created monitor!");
+  link->WakeCreator();
 }
 
 bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
@@ -273,14 +302,14 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
     NUV_ERROR("register id error");
     return false;
   }
-  bool current = true;
-  {
-    const CNUVClientAutoLock lock(m_stateMutex);
-    current = t_run == nullptr || m_run.get() == t_run;
-    if (current) m_registrationId = id;
-  }
-  if (!current) g_dbus_connection_unregister_object(connection, id);
-  return current;
+  const CNUVClientAutoLock lock(m_stateMutex);
+  m_registrationId = id;
+  return true;
+}
+
+bool CNUVGdbus::ListenerStands() const {
+  const CNUVClientAutoLock lock(m_stateMutex);
+  return m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended;
 }
 
 void CNUVGdbus::WakeCreator() {
@@ -315,6 +344,7 @@ CNUVGdbus::ListenerHandles CNUVGdbus::TakeListenerHandles() {
   handles.registrationId = std::exchange(m_registrationId, 0);
   handles.ownConnection = std::move(m_ownConnection);
   handles.thread = std::exchange(m_thread, 0);
+  m_listenerId = 0;
   m_run.reset();
   return handles;
 }
@@ -327,9 +357,4 @@ void CNUVGdbus::ListenerHandles::GiveBack() {
   }
   // Last, so that the listener finds what the calls above leave to be done in its context.
   if (mainLoop != nullptr) StopLoop(mainLoop.get());
-}
-
-bool CNUVGdbus::OnObsoleteListener() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
-  return t_run != nullptr && m_run.get() != t_run;
 }

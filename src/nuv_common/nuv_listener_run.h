@@ -2,38 +2,22 @@
 #pragma once
 
 #include <nuv_common/nuv_handles.h>
-#include <nuv_common/nuv_lock.h>
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
 #include <utility>
 
 struct ListenerRun {
   explicit ListenerRun(GMainContextHandle privateContext, GConnectionHandle privateBus)
       : context(std::move(privateContext)), privateConnection(std::move(privateBus)) {}
 
-  // The listener's main context. Made with the connection where that is a private one, else by the listener.
+  // The listener's main context, made before its thread: what arrives waits here for the listener's turn. Made with the
+  // connection where that is a private one.
   GMainContextHandle context;
   GConnectionHandle privateConnection;
-  bool closedSeen = false;  // "closed" of the private connection was delivered; the listener's own
-
-  // Settled: a result can be delivered from here on, or it is known that none will be soon.
-  void Settle() {
-    {
-      const CNUVClientAutoLock lock(m_mutex);
-      m_settled = true;
-    }
-    m_changed.notify_all();
-  }
-  void WaitSettled(std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    const CNUVClientAutoLock lock(m_mutex);
-    while (!m_settled && m_changed.wait_until(m_mutex, deadline) != std::cv_status::timeout) {
-    }
-  }
-
- private:
-  Mutex m_mutex;
-  std::condition_variable_any m_changed;
-  bool m_settled NUV_GUARDED_BY(m_mutex) = false;
+  bool prepared = false;            // the client object has been offered; else the thread has nothing to do
+  bool closedSeen = false;          // "closed" of the private connection was delivered; the listener's own
+  std::atomic<bool> ended = false;  // the thread serves no longer, whatever ended it
 };
+
+// Brings a run to its end whose thread could not be started: what refers to the context is released in it.
+void AbandonRun(ListenerRun& run);

@@ -1,14 +1,20 @@
 #include "nuv_common/nuv_process.h"
 
 #include <nuv_common/nuv_log.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
 std::atomic<pid_t> busProcess{0};  // 0 until one has connected
+constexpr size_t kMostDescriptors = 16;
 
 }  // namespace
 
@@ -29,4 +35,31 @@ bool RefuseInForkedChild() {
   if (!IsForkedChild()) return false;
   NUV_ERROR("process %d was forked from %d, which connected to the bus: exec first", getpid(), busProcess.load());
   return true;
+}
+
+bool AThreadCanBeStarted() {
+  const AllSignalsBlocked guard;
+  pthread_t thread{};
+  const int reason = pthread_create(&thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr);
+  if (reason == 0) {
+    pthread_join(thread, nullptr);
+    return true;
+  }
+  NUV_ERROR("no thread can be started for the bus: %s", strerror(reason));
+  return false;
+}
+
+bool DescriptorsAreFree(int count) {
+  std::array<int, kMostDescriptors> taken{};
+  int have = 0;
+  while (have < count) {
+    const int descriptor = eventfd(0, EFD_CLOEXEC);
+    if (descriptor < 0) break;
+    taken.at(static_cast<size_t>(have++)) = descriptor;
+  }
+  const int reason = errno;
+  for (int i = 0; i < have; ++i) close(taken.at(static_cast<size_t>(i)));
+  if (have == count) return true;
+  NUV_ERROR("%d of %d descriptors that the bus takes are free: %s", have, count, strerror(reason));
+  return false;
 }

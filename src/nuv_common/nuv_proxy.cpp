@@ -1,13 +1,12 @@
+#include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_proxy.h>
-#include <signal.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
+#include <ctime>
 
 #include "nuv_common/nuv_bus_connection.h"
 #include "nuv_common/nuv_listener_run.h"
@@ -17,24 +16,8 @@ namespace {
 
 constexpr int kHeartbeatTimeoutMs = 10000;
 constexpr int kListenerWaitSeconds = 10;
-// Enough for a listener that has nothing to wait for; a launch is never held up longer than this by one that has.
-constexpr std::chrono::milliseconds kSettleLimit{1000};
-
-// Blocks every signal for the calling thread, so that a thread created meanwhile starts with all of them blocked.
-class AllSignalsBlocked {
- public:
-  AllSignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &m_before);
-  }
-  ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-
- private:
-  sigset_t m_before;
-};
+// Descriptors that connecting takes, the listener's context included, and a few to spare for the host's other threads.
+constexpr int kDescriptorsToConnect = 10;
 
 void LogConnectError(const GError* error) {
   if (error == nullptr) {
@@ -122,11 +105,12 @@ void CNUVGdbus::ReleaseClientObject() {
 int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable) {
   NUV_INFO("Start");
   if (RefuseInForkedChild()) return 0;
+  const CancellationOff guard;
   for (;;) {
     unsigned int probed = 0;
     if (m_proxyCreated) {
       probed = Generation();
-      if (ProbeService()) return 1;
+      if (ProbeService() && ListenerStands()) return 1;
     }
     const CNUVClientAutoLock lock(m_proxyMutex);
     // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
@@ -151,13 +135,15 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
     m_vtable = vtable;
   }
   const Endpoint current = CurrentEndpoint();
-  if (current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get())) {
+  const bool open = current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get());
+  if (open) {
     NUV_INFO("g_dbus connection is not closed");
-    return 1;
+    if (ListenerStands()) return 1;
   }
   RetireListener();
   if (!Connect() || !StartListener()) return 0;
-  WaitForListener();
+  if (!open) WaitForListener();  // else a listener is made again, for which nobody has to wait
+  if (!ListenerStands()) NUV_ERROR("no listener: the results of launches cannot be heard");
   m_proxyCreated = true;
   NUV_INFO("End");
   return 1;
@@ -171,7 +157,13 @@ bool CNUVGdbus::Connect() {
     previous = std::move(m_connection);
   }
   previous.reset();  // the shared connection is only made anew when nobody holds the closed one
+  if (!DescriptorsAreFree(kDescriptorsToConnect)) return false;
   const bool first = NoteBusProcess();
+  // GLib's own thread is started with the first connection, and lives as long as the process.
+  if (first && !AThreadCanBeStarted()) {
+    ForgetBusProcess();
+    return false;
+  }
   BusConnection bus = ConnectToSystemBus();
   if (bus.connection == nullptr) {
     if (first) ForgetBusProcess();
@@ -193,12 +185,20 @@ bool CNUVGdbus::Connect() {
 bool CNUVGdbus::StartListener() {
   NUV_INFO("create Begin.");
   NUV_INFO("create End.");
-  const bool started = CreateListenerThread();
-  // Joined only now, so that the new listener's thread id is not that of the one before.
+  const std::shared_ptr<ListenerRun> run = CurrentRun();
+  bool started = false;
+  try {
+    started = OfferAndServe(run);
+  } catch (const std::bad_alloc&) {
+    GiveProxy();
+    AbandonRun(*run);
+    throw;
+  }
   JoinEndedListeners();
   if (started) return true;
   NUV_ERROR("failed to create thread");
   GiveProxy();
+  AbandonRun(*run);
   NUV_INFO("destroy Begin.");
   NUV_INFO("destroy End.");
   return false;
@@ -210,36 +210,24 @@ void CNUVGdbus::JoinEndedListeners() {
                          m_retiredThreads.end());
 }
 
-bool CNUVGdbus::CreateListenerThread() {
-  const AllSignalsBlocked guard;
-  // The new thread starts by taking this lock, and so finds its own id in m_thread.
-  const CNUVClientAutoLock lock(m_stateMutex);
-  if (pthread_create(&m_thread, nullptr, m_Monitor, this) == 0) return true;
-  m_thread = 0;
-  return false;
-}
-
+// Nobody wakes a creator whose object could not be offered. The ten seconds are those of the monotonic clock: one that
+// is set back would make them longer.
 void CNUVGdbus::WaitForListener() {
   NUV_INFO("wait for create monitor success(10s timeout)");
   NUV_INFO("take try Begin.");
-  bool registered = false;
   {
     const CNUVClientAutoLock lock(m_waitMutex);
     if (m_waitFlag != 0) {
       m_waitFlag = 1;
-      timeval now{};
-      gettimeofday(&now, nullptr);
-      const timespec deadline{now.tv_sec + kListenerWaitSeconds, now.tv_usec * 1000};
+      timespec deadline{};
+      clock_gettime(CLOCK_MONOTONIC, &deadline);
+      deadline.tv_sec += kListenerWaitSeconds;
       NUV_INFO("TAKE_TRY timedwait start.");
-      pthread_cond_timedwait(&m_waitCond, &static_cast<pthread_mutex_t&>(m_waitMutex), &deadline);
+      pthread_cond_clockwait(&m_waitCond, &static_cast<pthread_mutex_t&>(m_waitMutex), CLOCK_MONOTONIC, &deadline);
       NUV_INFO("TAKE_TRY timedwait end.");
     }
-    registered = m_waitFlag == 0;
   }
   NUV_INFO("take try End.");
-  // A launch must not overtake the request for the name that its result is sent to.
-  const std::shared_ptr<ListenerRun> run = CurrentRun();
-  if (registered && run != nullptr) run->WaitSettled(kSettleLimit);
   NUV_INFO("create monitor success");
   NUV_INFO("destroy Begin.");
   NUV_INFO("destroy End.");
@@ -271,13 +259,13 @@ CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
   const CNUVClientAutoLock lock(m_stateMutex);
   endpoint.connection = ShareConnection(m_connection.get());
   endpoint.objectName = m_objectName;
-  endpoint.listenerId = static_cast<int32_t>(m_thread);
+  endpoint.listenerId = m_listenerId;
   return endpoint;
 }
 
 int32_t CNUVGdbus::ListenerId() const {
   const CNUVClientAutoLock lock(m_stateMutex);
-  return static_cast<int32_t>(m_thread);
+  return m_listenerId;
 }
 
 std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {

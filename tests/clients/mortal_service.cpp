@@ -89,10 +89,7 @@ void GoOn(const RecordingService& service, const RecordedCall& call, const Plan&
     CarryOut(plan);
     return;
   }
-  // A client that has just connected anew may not have its name yet.
-  for (int tries = 0; tries < 150 && !service.Closed() && !service.SendResult(launch, result); ++tries) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+  service.SendResult(launch, result);
 }
 
 void Serve(const char* address) {

@@ -11,15 +11,16 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace faults {
 
 bool pthread_create_fails = false;
+bool threads_of_glib_fail = false;
 bool bus_get_fails_without_error = false;
 void (*after_bus_get)() = nullptr;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
-void (*before_register_object)() = nullptr;
 void (*at_start_of_thread)() = nullptr;
 const char* link_target = nullptr;
 bool condition_waits_are_short = false;
@@ -37,6 +38,7 @@ struct Planned {
   std::mutex mutex;
   faults::Fault fault{};  // without a function: none
   bool happened = false;
+  std::vector<faults::ConditionWait> waits;
 };
 
 // The library's listener may still call while the test process exits.
@@ -60,6 +62,12 @@ bool FailsWithError(const char* function, GError** error) {
   if (!Fails(function, &fault)) return false;
   if (fault.domain != 0) g_set_error_literal(error, fault.domain, fault.code, "planned by the test");
   return true;
+}
+
+// Whether a caller's code is GLib's.
+bool IsGlib(const void* code) {
+  Dl_info info{};
+  return dladdr(code, &info) != 0 && info.dli_fname != nullptr && strstr(info.dli_fname, "libglib-2.0") != nullptr;
 }
 
 struct ThreadStart {
@@ -89,12 +97,18 @@ bool TakePlanned() {
   return Get().happened;
 }
 
+std::vector<ConditionWait> TakeConditionWaits() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return std::exchange(Get().waits, {});
+}
+
 }  // namespace faults
 
 extern "C" {
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* data) {
   if (faults::pthread_create_fails) return EAGAIN;
+  if (faults::threads_of_glib_fail && IsGlib(__builtin_return_address(0))) return EAGAIN;
   static auto* const real = Real(pthread_create, "pthread_create");
   faults::Fault fault{};
   if (Fails("pthread_create", &fault)) return fault.code;
@@ -122,7 +136,6 @@ guint g_dbus_connection_register_object(GDBusConnection* connection, const gchar
                                         const GDBusInterfaceVTable* vtable, gpointer data, GDestroyNotify release,
                                         GError** error) {
   if (faults::register_object_returns_zero || FailsWithError("g_dbus_connection_register_object", error)) return 0;
-  if (faults::before_register_object != nullptr) faults::before_register_object();
   static auto* const real = Real(g_dbus_connection_register_object, "g_dbus_connection_register_object");
   return real(connection, path, info, vtable, data, release, error);
 }
@@ -178,17 +191,18 @@ int pthread_join(pthread_t thread, void** result) {
   return Fails("pthread_join", &fault) ? fault.code : code;
 }
 
-int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* limit) {
-  static auto* const real = Real(pthread_cond_timedwait, "pthread_cond_timedwait");
-  if (!faults::condition_waits_are_short) return real(condition, mutex, limit);
-  constexpr long kTenthNs = 100000000;
-  constexpr long kSecondNs = 1000000000;
-  timespec soon{};
-  clock_gettime(CLOCK_REALTIME, &soon);
-  soon.tv_nsec += kTenthNs;
-  soon.tv_sec += soon.tv_nsec / kSecondNs;
-  soon.tv_nsec %= kSecondNs;
-  return real(condition, mutex, &soon);
+int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock, const timespec* limit) {
+  static auto* const real = Real(pthread_cond_clockwait, "pthread_cond_clockwait");
+  timespec now{};
+  clock_gettime(clock, &now);
+  constexpr double kNs = 1e-9;
+  const double seconds = static_cast<double>(limit->tv_sec - now.tv_sec) +
+                         static_cast<double>(limit->tv_nsec - now.tv_nsec) * kNs;
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().waits.push_back({clock, seconds});
+  }
+  return real(condition, mutex, clock, faults::condition_waits_are_short ? &now : limit);
 }
 
 }  // extern "C"

@@ -10,9 +10,9 @@ void* __wrap_calloc(size_t count, size_t bytes);
 char* __wrap_strdup(const char* text);
 void __wrap_free(void* block);
 time_t __wrap_time(time_t* result);
-guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags flags, GBusAcquiredCallback on_bus,
-                            GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
-                            GDestroyNotify release);
+guint __wrap_g_bus_own_name_on_connection(GDBusConnection* connection, const gchar* name, GBusNameOwnerFlags flags,
+                                          GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
+                                          GDestroyNotify release);
 
 void* __wrap_malloc(size_t bytes) {
   return malloc(bytes);
@@ -34,8 +34,8 @@ time_t __wrap_time(time_t* result) {
   return time(result);
 }
 
-guint __wrap_g_bus_own_name(GBusType type, const gchar* name, GBusNameOwnerFlags flags, GBusAcquiredCallback on_bus,
-                            GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
-                            GDestroyNotify release) {
-  return g_bus_own_name(type, name, flags, on_bus, on_name, on_loss, data, release);
+guint __wrap_g_bus_own_name_on_connection(GDBusConnection* connection, const gchar* name, GBusNameOwnerFlags flags,
+                                          GBusNameAcquiredCallback on_name, GBusNameLostCallback on_loss, gpointer data,
+                                          GDestroyNotify release) {
+  return g_bus_own_name_on_connection(connection, name, flags, on_name, on_loss, data, release);
 }
