@@ -131,7 +131,8 @@ const std::vector<HostCall>& HostCalls() {
        "null"},
       {"__dlog_print",
        [] {
-         return Outcome{__dlog_print(0, 6, "Tag", "a line of %d", 5), ""};
+         // Its length is another one behind a line that was dropped.
+         return Outcome{__dlog_print(0, 6, "Tag", "a line of %d", 5) > 0 ? 1 : -1, ""};
        },
        {-1},
        ""},

@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <nuv_platform/platform_settings.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "process.h"
 #include "temp_dir.h"
 
 namespace {
@@ -97,6 +100,24 @@ TEST_F(HostSettingsTest, MissingArgumentsAreRefused) {
 TEST_F(HostSettingsTest, AStoreThatCannotBeWrittenRefuses) {
   WriteFile(state_, "a file in the place of the directory");
   EXPECT_LT(vconf_set_str("key", "x"), 0);
+}
+
+TEST_F(HostSettingsTest, TheLimitOfFileSizesRefusesASettingAndEndsNoHost) {
+  ASSERT_EQ(vconf_set_str("key", "old"), 0);
+  EXPECT_EQ(InChild([] {
+              const rlimit limit = {4, RLIM_INFINITY};
+              setrlimit(RLIMIT_FSIZE, &limit);
+              if (vconf_set_str("key", "longer") >= 0) return 1;
+              sigset_t pending;
+              sigpending(&pending);
+              if (sigismember(&pending, SIGXFSZ) == 1) return 2;
+              return vconf_set_str("other", "fits") == 0 ? 0 : 3;
+            }),
+            0);
+  EXPECT_EQ(ReadFile(SettingFile("key")), "old");
+  EXPECT_EQ(ReadFile(SettingFile("other")), "fits");
+  const auto entries = std::filesystem::directory_iterator(state_ + "/settings");
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 2) << "a temporary file is left";
 }
 
 TEST_F(HostSettingsTest, AReaderSeesTheOldTextOrTheNewOneAndNeverAPart) {

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "host_write.h"
+
 namespace nuv::host {
 
 namespace {
@@ -19,9 +21,9 @@ namespace {
 constexpr size_t kSmallFileLimit = size_t{64} * 1024;
 
 bool WriteAll(int fd, std::string_view content) {
+  const WriteSignalsOff off;
   while (!content.empty()) {
-    const ssize_t written = write(fd, content.data(), content.size());
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = off.Checked(WriteOnce(fd, content.data(), content.size()), content.size());
     if (written <= 0) return false;
     content.remove_prefix(static_cast<size_t>(written));
   }

@@ -1,6 +1,5 @@
 #include "host_guest_file.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,16 +7,9 @@
 #include <new>
 
 #include "host_file.h"
+#include "host_write.h"
 
 namespace nuv::host {
-
-ssize_t WriteOnce(int fd, const char* data, size_t size) {
-  ssize_t written;
-  do {
-    written = write(fd, data, size);
-  } while (written < 0 && errno == EINTR);
-  return written;
-}
 
 GuestFile::~GuestFile() {
   const Opened* file = current_.load(std::memory_order_acquire);
@@ -37,7 +29,9 @@ bool GuestFile::IsTerminal() const {
 ssize_t GuestFile::Write(const char* data, size_t size) {
   const Opened* file = current_.load(std::memory_order_acquire);
   if (file == nullptr || !StillOurs(*file)) file = Reopen(file);
-  return file == nullptr ? -1 : WriteOnce(file->fd, data, size);
+  if (file == nullptr) return -1;
+  if (file->regular && !FileSizesAreLimited()) return WriteOnce(file->fd, data, size);
+  return WriteWithoutSignal(file->fd, data, size);
 }
 
 bool GuestFile::StillOurs(const Opened& file) {
@@ -50,7 +44,7 @@ const GuestFile::Opened* GuestFile::Reopen(const Opened* stale) {
   struct stat status;
   if (!fd.valid() || fstat(fd.get(), &status) != 0) return nullptr;
   if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) return nullptr;
-  auto* const fresh = new (std::nothrow) Opened{fd.get(), status.st_dev, status.st_ino, stale};
+  auto* const fresh = new (std::nothrow) Opened{fd.get(), status.st_dev, status.st_ino, S_ISREG(status.st_mode), stale};
   if (fresh == nullptr) return nullptr;
   if (!current_.compare_exchange_strong(stale, fresh, std::memory_order_acq_rel)) {
     delete fresh;  // another thread was first; its file is as good

@@ -10,7 +10,8 @@ namespace nuv::host {
 
 // A program may close every descriptor it does not know (daemons do) and get the number again for a file of its own.
 // Each write therefore makes sure first that the descriptor still is this file, and opens the file anew where it is
-// not. Takes no lock, so a forked child may go on writing; what one write hands over arrives in one piece.
+// not. Takes no lock, so a forked child may go on writing; what one write hands over arrives in one piece. No write
+// raises a signal, and none waits: the description is our own and does not block.
 class GuestFile {
  public:
   // flags as for open(), for instance O_APPEND | O_CREAT.
@@ -31,6 +32,7 @@ class GuestFile {
     int fd;
     dev_t device;
     ino_t inode;
+    bool regular;
     const Opened* previous;  // kept: another thread may be about to look at it
   };
 
@@ -41,8 +43,5 @@ class GuestFile {
   const int flags_;
   std::atomic<const Opened*> current_{nullptr};
 };
-
-// write() that an interruption by a signal does not end.
-ssize_t WriteOnce(int fd, const char* data, size_t size);
 
 }  // namespace nuv::host

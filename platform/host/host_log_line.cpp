@@ -14,7 +14,7 @@ namespace nuv::host {
 
 namespace {
 
-constexpr size_t kAroundMessage = 512;  // time, tag, field names of the journal
+constexpr size_t kAroundMessage = 512;  // time, tag, field names of the journal, the note of dropped lines
 constexpr size_t kAfterMessage = 64;    // the note of what is missing, the line's end
 constexpr size_t kTagLimit = 64;
 constexpr size_t kLongestEscape = 4;  // \x07
@@ -116,6 +116,14 @@ void LogLine::AppendTime() {
   time[9] = static_cast<char>('0' + millisecond / 100);
   PutTwoDigits(time + 10, millisecond % 100);
   Append(time, sizeof time - 1);
+}
+
+void LogLine::AppendDropped(unsigned lines) {
+  if (lines == 0) return;
+  char number[16];
+  Append('[');
+  Append(number, static_cast<size_t>(std::to_chars(number, number + sizeof number, lines).ptr - number));
+  Append(lines == 1 ? " line dropped] " : " lines dropped] ");
 }
 
 void LogLine::AppendMessage(const LogMessage& message, bool keep_colours) {

@@ -38,6 +38,8 @@ class LogLine {
   void AppendTag(const char* tag);
   // HH:MM:SS.mmm of the universal time. By hand: the library's ways take the lock of the time zone.
   void AppendTime();
+  // What there is to say of lines that were dropped before this one; nothing where there were none.
+  void AppendDropped(unsigned lines);
   // The message in one line: line ends and other control characters as \n, \x07 ..., colours kept or taken out, and a
   // note at the end where something is missing.
   void AppendMessage(const LogMessage& message, bool keep_colours);

@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "host_guest_file.h"
+#include "host_shared_stream.h"
 
 namespace nuv::host {
 
@@ -30,7 +31,7 @@ PriorityForm FormOf(int priority) {
 }
 
 // HH:MM:SS.mmmZ pid I tag(main): message
-void AppendTextLine(LogLine& line, const LogMessage& message, bool keep_colours) {
+void AppendTextLine(LogLine& line, const LogMessage& message, unsigned lines_dropped, bool keep_colours) {
   line.AppendTime();
   line.Append("Z ", 2);
   line.AppendNumber(getpid());
@@ -40,6 +41,7 @@ void AppendTextLine(LogLine& line, const LogMessage& message, bool keep_colours)
   line.Append('(');
   line.Append(BufferName(message.buffer));
   line.Append("): ", 3);
+  line.AppendDropped(lines_dropped);
   line.AppendMessage(message, keep_colours);
   line.Append('\n');
 }
@@ -54,38 +56,29 @@ class FileSink : public LogSink {
     return true;
   }
 
-  int Write(const LogMessage& message) override {
-    LogLine line(message);
-    AppendTextLine(line, message, terminal_);
-    return static_cast<int>(file_.Write(line.data(), line.size()));
-  }
-
  private:
+  void Compose(LogLine& line, const LogMessage& message, unsigned lines_dropped) const override {
+    AppendTextLine(line, message, lines_dropped, terminal_);
+  }
+  ssize_t Deliver(const char* data, size_t size) override { return file_.Write(data, size); }
+
   GuestFile file_;
   bool terminal_ = false;
 };
 
-// The host's own stream. A service's stderr is often a socket, whose other end may go.
+// The host's own stream, as it is when the first line comes.
 class StderrSink : public LogSink {
  public:
-  StderrSink() : terminal_(isatty(STDERR_FILENO) == 1) {
-    struct stat status;
-    socket_ = fstat(STDERR_FILENO, &status) == 0 && S_ISSOCK(status.st_mode);
-  }
-
-  int Write(const LogMessage& message) override {
-    LogLine line(message);
-    AppendTextLine(line, message, terminal_);
-    if (socket_) {
-      const ssize_t sent = send(STDERR_FILENO, line.data(), line.size(), MSG_NOSIGNAL);
-      if (sent >= 0 || errno != ENOTSOCK) return static_cast<int>(sent);
-    }
-    return static_cast<int>(WriteOnce(STDERR_FILENO, line.data(), line.size()));
-  }
+  bool IsOpen() const { return stream_.IsOpen(); }
 
  private:
-  bool terminal_;
-  bool socket_;
+  void Compose(LogLine& line, const LogMessage& message, unsigned lines_dropped) const override {
+    AppendTextLine(line, message, lines_dropped, terminal_);
+  }
+  ssize_t Deliver(const char* data, size_t size) override { return stream_.Write(data, size); }
+
+  const SharedStream stream_{STDERR_FILENO};
+  const bool terminal_ = stream_.IsTerminal();
 };
 
 // The journal's native protocol: one datagram of fields. A line is dropped rather than waited for where the journal
@@ -99,8 +92,8 @@ class JournalSink : public LogSink {
     if (socket_ >= 0) close(socket_);
   }
 
-  int Write(const LogMessage& message) override {
-    LogLine line(message);
+ private:
+  void Compose(LogLine& line, const LogMessage& message, unsigned lines_dropped) const override {
     line.Append("PRIORITY=");
     line.Append(FormOf(message.priority).journal);
     line.Append("\nSYSLOG_IDENTIFIER=");
@@ -108,22 +101,25 @@ class JournalSink : public LogSink {
     line.Append("\nNUV_LOG_BUFFER=");
     line.Append(BufferName(message.buffer));
     line.Append("\nMESSAGE=");
+    line.AppendDropped(lines_dropped);
     line.AppendMessage(message, false);
     line.Append('\n');
-    int fd = socket_.load(std::memory_order_relaxed);
-    ssize_t sent = Send(fd, line);
-    if (sent < 0 && Foreign(errno) && Renew(fd)) sent = Send(socket_.load(std::memory_order_relaxed), line);
-    return static_cast<int>(sent);
   }
 
- private:
+  ssize_t Deliver(const char* data, size_t size) override {
+    int fd = socket_.load(std::memory_order_relaxed);
+    ssize_t sent = Send(fd, data, size);
+    if (sent < 0 && Foreign(errno) && Renew(fd)) sent = Send(socket_.load(std::memory_order_relaxed), data, size);
+    return sent;
+  }
+
   static int NewSocket() { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0); }
 
   // The socket stays without a peer, so that a datagram finds a journal that was started anew, and none goes astray
   // where the host closed the descriptor and got its number again.
-  ssize_t Send(int fd, const LogLine& line) const {
-    return sendto(fd, line.data(), line.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
-                  reinterpret_cast<const sockaddr*>(&address_), sizeof address_);
+  ssize_t Send(int fd, const char* data, size_t size) const {
+    return sendto(fd, data, size, MSG_NOSIGNAL | MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address_),
+                  sizeof address_);
   }
 
   static bool Foreign(int error) {
@@ -154,13 +150,29 @@ std::unique_ptr<LogSink> MakeFileSink(const std::string& path) {
   return sink;
 }
 
+std::unique_ptr<LogSink> MakeStderrSink() {
+  auto sink = std::make_unique<StderrSink>();
+  if (!sink->IsOpen()) return nullptr;
+  return sink;
+}
+
 }  // namespace
+
+int LogSink::Write(const LogMessage& message) {
+  const LostLines::Count lost = lost_.Take();
+  LogLine line(message);
+  if (lost.cut) line.Append('\n');
+  Compose(line, message, lost.lines);
+  const ssize_t written = Deliver(line.data(), line.size());
+  if (written != static_cast<ssize_t>(line.size())) lost_.Add(lost, written > 0);
+  return static_cast<int>(written);
+}
 
 std::unique_ptr<LogSink> MakeLogSink(const char* wish, const char* journal_socket) {
   const std::string value = wish == nullptr ? "" : wish;
   if (value.empty()) return IsSocket(journal_socket) ? std::make_unique<JournalSink>(journal_socket) : nullptr;
   if (value == "journal") return std::make_unique<JournalSink>(journal_socket);
-  if (value == "stderr") return std::make_unique<StderrSink>();
+  if (value == "stderr") return MakeStderrSink();
   if (value.compare(0, 5, "file:") == 0) return MakeFileSink(value.substr(5));
   return nullptr;
 }

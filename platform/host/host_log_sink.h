@@ -1,9 +1,12 @@
 // Where the lines of the log go.
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 
 #include "host_log_line.h"
+#include "host_lost_lines.h"
 
 namespace nuv::host {
 
@@ -13,8 +16,15 @@ constexpr char kJournalSocket[] = "/run/systemd/journal/socket";
 class LogSink {
  public:
   virtual ~LogSink() = default;
-  // Hands the message over as one line, with one system call. Bytes written, or -1.
-  virtual int Write(const LogMessage& message) = 0;
+  // Hands the message over as one line, in one piece. A line that is not taken at once is dropped, and the next one
+  // that gets through counts it. Bytes written, or -1.
+  int Write(const LogMessage& message);
+
+ private:
+  virtual void Compose(LogLine& line, const LogMessage& message, unsigned lines_dropped) const = 0;
+  virtual ssize_t Deliver(const char* data, size_t size) = 0;
+
+  LostLines lost_;
 };
 
 // The sink for a value of NUV_LOG (NULL or empty: not set); none where nothing is to be written, which includes values

@@ -1,0 +1,36 @@
+// Lines that the log's place did not take.
+#pragma once
+
+#include <atomic>
+
+namespace nuv::host {
+
+// Counted until a line gets through that can tell. Takes no lock; the ordinary line costs it one load.
+class LostLines {
+ public:
+  struct Count {
+    unsigned lines = 0;
+    bool cut = false;  // a part of the last one is there, without its end
+  };
+
+  // What has been lost up to now; from here on it is the caller's to tell.
+  Count Take() {
+    if (state_.load(std::memory_order_relaxed) == 0) return {};
+    const unsigned state = state_.exchange(0, std::memory_order_relaxed);
+    return {state / kLine, (state & kCut) != 0};
+  }
+
+  // One line more, which was to tell of those before it.
+  void Add(const Count& before, bool cut) {
+    state_.fetch_add((before.lines + 1) * kLine, std::memory_order_relaxed);
+    if (cut || before.cut) state_.fetch_or(kCut, std::memory_order_relaxed);
+  }
+
+ private:
+  static constexpr unsigned kCut = 1;
+  static constexpr unsigned kLine = 2;
+
+  std::atomic<unsigned> state_{0};
+};
+
+}  // namespace nuv::host
