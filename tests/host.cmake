@@ -1,7 +1,7 @@
 # The platform calls of the host edition: the interfaces through the shared library, as a component calls them, and the
 # inner parts that the interfaces cannot be made to show (the journal's socket, the trace marker).
 foreach(name IN ITEMS host_log host_log_guest host_settings host_state host_aul host_hbbtv host_app_control
-                      host_launch_request host_exports)
+                      host_launch_request host_small_stack host_exports)
   nuv_add_test(${name}_test SOURCES ${name}_test.cpp LIBRARIES nuv_platform_host)
 endforeach()
 target_compile_definitions(host_exports_test PRIVATE

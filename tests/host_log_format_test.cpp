@@ -15,10 +15,23 @@ __attribute__((format(printf, 2, 3))) Text Plain(size_t size, const char* format
   std::string text(size, '#');
   va_list arguments;
   va_start(arguments, format);
-  const auto length = nuv::host::FormatPlain(text.data(), text.size(), format, arguments);
+  nuv::host::FormatBuffer buffer(text.data(), text.size(), text.size());
+  const auto length = nuv::host::FormatPlain(buffer, format, arguments);
   va_end(arguments);
   if (!length) return std::nullopt;
   return text.substr(0, *length);
+}
+
+// In a buffer that may grow from one size to the other.
+__attribute__((format(printf, 3, 4))) Text Grown(size_t size, size_t longer_size, const char* format, ...) {
+  std::string text(size, '#');
+  va_list arguments;
+  va_start(arguments, format);
+  nuv::host::FormatBuffer buffer(text.data(), text.size(), longer_size);
+  const auto length = nuv::host::FormatPlain(buffer, format, arguments);
+  va_end(arguments);
+  if (!length) return std::nullopt;
+  return std::string(buffer.text(), *length);
 }
 
 template <typename... Arguments>
@@ -81,6 +94,17 @@ TEST(HostLogFormat, LeavesWhatDoesNotFitToTheStandard) {
   EXPECT_EQ(Plain(5, "1234%%"), "1234%");
   EXPECT_EQ(Plain(5, "12345%%"), std::nullopt);
   EXPECT_EQ(Plain(5, "%d%s", 1234, "56"), std::nullopt);
+}
+
+TEST(HostLogFormat, MovesALongerTextToTheHeapOnce) {
+  const std::string text(50, 'x');
+  const std::string expected = "a 7 " + text + " -12345 4294967295 %";
+  for (size_t size = 1; size <= expected.size() + 1; ++size) {
+    EXPECT_EQ(Grown(size, 100, "a %d %s %d %u %%", 7, text.c_str(), -12345, UINT_MAX), expected) << size;
+    EXPECT_EQ(Grown(size, expected.size() - 1, "a %d %s %d %u %%", 7, text.c_str(), -12345, UINT_MAX),
+              size < expected.size() ? std::nullopt : Text(expected))
+        << size;
+  }
 }
 
 }  // namespace

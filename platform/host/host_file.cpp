@@ -60,7 +60,7 @@ std::optional<std::string> ReadSmallFile(const std::string& path) {
   struct stat status;
   if (!fd.valid() || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   std::string content;
-  char block[4096];
+  char block[1024];  // the stack may be a small one
   for (;;) {
     const ssize_t got = read(fd.get(), block, sizeof block);
     if (got < 0 && errno == EINTR) continue;

@@ -47,15 +47,15 @@ class FormattedMessage {
   FormattedMessage(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
-    const auto length = nuv::host::FormatPlain(inline_, sizeof inline_, format, again);
+    const auto length = nuv::host::FormatPlain(buffer_, format, again);
     va_end(again);
+    text_ = buffer_.text();
     if (length) {
       length_ = *length;
     } else {
       Format(format, arguments);
     }
   }
-  ~FormattedMessage() { free(heap_); }
   FormattedMessage(const FormattedMessage&) = delete;
   FormattedMessage& operator=(const FormattedMessage&) = delete;
 
@@ -68,11 +68,11 @@ class FormattedMessage {
     const int error = errno;  // %m
     va_list again;
     va_copy(again, arguments);
-    const int length = vsnprintf(inline_, sizeof inline_, format, arguments);
+    const int length = vsnprintf(buffer_.text(), buffer_.size(), format, arguments);
     if (length < 0) {
       text_ = format;  // better than nothing
       length_ = strnlen(format, nuv::host::kMessageLimit);
-    } else if (static_cast<size_t>(length) < sizeof inline_) {
+    } else if (static_cast<size_t>(length) < buffer_.size()) {
       length_ = static_cast<size_t>(length);
     } else {
       errno = error;
@@ -84,19 +84,26 @@ class FormattedMessage {
   void FormatLong(const char* format, va_list arguments, size_t length) {
     constexpr size_t kCharacter = 4;  // so that the line sees where a character is cut
     const size_t size = std::min(length, nuv::host::kMessageLimit + kCharacter) + 1;
-    heap_ = static_cast<char*>(malloc(size));
-    const bool formatted = heap_ != nullptr && vsnprintf(heap_, size, format, arguments) >= 0;
-    if (formatted) text_ = heap_;
-    length_ = formatted ? size - 1 : sizeof inline_ - 1;
+    if (buffer_.Replace(size) && vsnprintf(buffer_.text(), size, format, arguments) < 0) buffer_.text()[0] = '\0';
+    text_ = buffer_.text();
+    length_ = strnlen(text_, buffer_.size());
     missing_ = length - length_;
   }
 
-  char inline_[3072];  // the longest line about an application fits
-  char* heap_ = nullptr;
-  const char* text_ = inline_;
+  // The stack may be a small one; the longest line about an application fits the longer size.
+  char inline_[1024];
+  nuv::host::FormatBuffer buffer_{inline_, sizeof inline_, 4096};
+  const char* text_ = nullptr;
   size_t length_ = 0;
   size_t missing_ = 0;
 };
+
+// Apart from the setting up, which needs some stack of its own.
+__attribute__((noinline)) int Hand(LogSink& sink, int buffer, int priority, const char* tag, const char* format,
+                                   va_list arguments) {
+  const FormattedMessage message(format == nullptr ? "" : format, arguments);
+  return sink.Write({buffer, priority, tag == nullptr ? "" : tag, message.text(), message.length(), message.missing()});
+}
 
 __attribute__((noinline)) int Print(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
   const int saved = errno;
@@ -105,9 +112,7 @@ __attribute__((noinline)) int Print(int buffer, int priority, const char* tag, c
   int written = 0;
   if (sink != nullptr && priority >= g_lowest_wanted.load(std::memory_order_relaxed)) {
     errno = saved;
-    const FormattedMessage message(format == nullptr ? "" : format, arguments);
-    written =
-        sink->Write({buffer, priority, tag == nullptr ? "" : tag, message.text(), message.length(), message.missing()});
+    written = Hand(*sink, buffer, priority, tag, format, arguments);
   }
   errno = saved;
   return written;

@@ -1,6 +1,7 @@
 #include "host_log_format.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 
 namespace nuv::host {
@@ -10,12 +11,12 @@ namespace {
 // A piece of a buffer that is being filled; everything answers whether it fitted.
 class Filler {
  public:
-  Filler(char* text, size_t size) : start_(text), next_(text), limit_(text + size) {}
+  explicit Filler(FormatBuffer& buffer) : buffer_(buffer), next_(buffer.text()), limit_(next_ + buffer.size()) {}
 
-  size_t size() const { return static_cast<size_t>(next_ - start_); }
+  size_t size() const { return static_cast<size_t>(next_ - buffer_.text()); }
 
   bool Copy(const char* text, size_t length) {
-    if (length > static_cast<size_t>(limit_ - next_)) return false;
+    if (length > static_cast<size_t>(limit_ - next_) && !MakeRoom(length)) return false;
     memcpy(next_, text, length);
     next_ += length;
     return true;
@@ -32,7 +33,7 @@ class Filler {
   template <typename Integer>
   bool Number(Integer number) {
     const auto [end, error] = std::to_chars(next_, limit_, number);
-    if (error != std::errc()) return false;
+    if (error != std::errc()) return MakeRoom(0) && Number(number);
     next_ = end;
     return true;
   }
@@ -41,9 +42,17 @@ class Filler {
   static constexpr char kNull[] = "(null)";
   static constexpr size_t kNullLength = sizeof kNull - 1;
 
-  char* const start_;
+  __attribute__((noinline)) bool MakeRoom(size_t length) {
+    const size_t filled = size();
+    if (!buffer_.Grow(filled)) return false;
+    next_ = buffer_.text() + filled;
+    limit_ = buffer_.text() + buffer_.size();
+    return length <= static_cast<size_t>(limit_ - next_);
+  }
+
+  FormatBuffer& buffer_;
   char* next_;
-  char* const limit_;
+  char* limit_;
 };
 
 // What stands between the dot of "%.127s" and its "s", which `precision` is set behind; nothing where it is not a
@@ -60,8 +69,24 @@ std::optional<size_t> TakePrecision(const char*& precision) {
 
 }  // namespace
 
-std::optional<size_t> FormatPlain(char* text, size_t size, const char* format, va_list arguments) {
-  Filler filler(text, size);
+bool FormatBuffer::Grow(size_t filled) {
+  const char* const before = text_;
+  if (heap_ != nullptr || longer_size_ <= size_ || !Replace(longer_size_)) return false;
+  memcpy(text_, before, filled);
+  return true;
+}
+
+bool FormatBuffer::Replace(size_t size) {
+  auto* const block = static_cast<char*>(malloc(size));
+  if (block == nullptr) return false;
+  free(heap_);
+  text_ = heap_ = block;
+  size_ = size;
+  return true;
+}
+
+std::optional<size_t> FormatPlain(FormatBuffer& buffer, const char* format, va_list arguments) {
+  Filler filler(buffer);
   for (;;) {
     const char* const directive = strchrnul(format, '%');
     if (!filler.Copy(format, static_cast<size_t>(directive - format))) return std::nullopt;

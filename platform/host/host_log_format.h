@@ -3,13 +3,39 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdlib>
 #include <optional>
 
 namespace nuv::host {
 
+// Where a text is formatted to. A short one stays in the buffer that is given; a longer one moves to a block of the
+// heap once, while it is formatted.
+class FormatBuffer {
+ public:
+  FormatBuffer(char* text, size_t size, size_t longer_size) : text_(text), size_(size), longer_size_(longer_size) {}
+  ~FormatBuffer() {
+    if (heap_ != nullptr) free(heap_);
+  }
+  FormatBuffer(const FormatBuffer&) = delete;
+  FormatBuffer& operator=(const FormatBuffer&) = delete;
+
+  char* text() const { return text_; }
+  size_t size() const { return size_; }
+  // Moves, taking along what is there. False where it has moved before, or cannot.
+  bool Grow(size_t filled);
+  // Moves to a block of that size, with nothing in it.
+  bool Replace(size_t size);
+
+ private:
+  char* text_;
+  size_t size_;
+  const size_t longer_size_;
+  char* heap_ = nullptr;
+};
+
 // Formats as vsnprintf() would, at about a third of its cost, where the format has only %s, %.127s (any such number),
 // %d, %u and %% and the text fits; otherwise nothing, and the arguments are for vsnprintf(). The text is not
 // terminated.
-std::optional<size_t> FormatPlain(char* text, size_t size, const char* format, va_list arguments);
+std::optional<size_t> FormatPlain(FormatBuffer& buffer, const char* format, va_list arguments);
 
 }  // namespace nuv::host

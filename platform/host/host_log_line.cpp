@@ -1,5 +1,6 @@
 #include "host_log_line.h"
 
+#include <endian.h>
 #include <nuv_platform/platform_log.h>
 #include <time.h>
 
@@ -14,7 +15,7 @@ namespace nuv::host {
 
 namespace {
 
-constexpr size_t kAroundMessage = 512;  // time, tag, field names of the journal, the note of dropped lines
+constexpr size_t kAroundMessage = 256;  // time, tag, field names of the journal, the note of dropped lines
 constexpr size_t kAfterMessage = 64;    // the note of what is missing, the line's end
 constexpr size_t kTagLimit = 64;
 constexpr size_t kLongestEscape = 4;  // \x07
@@ -23,19 +24,25 @@ bool IsControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 && c != '\t';
 }
 
-// First control character, or end. Eight bytes at a time; a tab only costs a second look.
+// First control character, or end. Eight bytes at a time.
 const char* FindControl(const char* text, const char* end) {
   constexpr uint64_t kOnes = 0x0101010101010101u;
-  for (;;) {
-    for (; end - text >= 8; text += 8) {
-      uint64_t word;
-      memcpy(&word, text, sizeof word);
-      if (((word - kOnes * 0x20) & ~word & (kOnes * 0x80)) != 0) break;  // a byte below 0x20
+  while (end - text >= 8) {
+    uint64_t word;
+    memcpy(&word, text, sizeof word);
+    word = le64toh(word);
+    const uint64_t below_space =
+        (word - kOnes * 0x20) & ~word & (kOnes * 0x80);  // the lowest mark is always a true one
+    if (below_space == 0) {
+      text += 8;
+      continue;
     }
-    const char* const stop = text + std::min<ptrdiff_t>(8, end - text);
-    while (text != stop && !IsControl(*text)) ++text;
-    if (text == end || IsControl(*text)) return text;
+    text += __builtin_ctzll(below_space) / 8;
+    if (IsControl(*text)) return text;
+    ++text;  // a tab
   }
+  while (text != end && !IsControl(*text)) ++text;
+  return text;
 }
 
 void PutTwoDigits(char* place, unsigned number) {
@@ -66,12 +73,19 @@ const char* BufferName(int buffer) {
 }
 
 LogLine::LogLine(const LogMessage& message) {
+  if (kAroundMessage + message.length + kAfterMessage > kInlineSize) Grow(message);
+}
+
+bool LogLine::Grow(const LogMessage& message) {
+  if (data_ != inline_) return false;
   const size_t wanted = kAroundMessage + std::min(message.length * kLongestEscape, kMessageLimit) + kAfterMessage;
-  if (wanted <= kInlineSize) return;
-  auto* const block = static_cast<char*>(malloc(wanted));
-  if (block == nullptr) return;
-  data_ = end_ = block;
+  auto* const block = wanted <= kInlineSize ? nullptr : static_cast<char*>(malloc(wanted));
+  if (block == nullptr) return false;
+  memcpy(block, inline_, size());
+  end_ = block + size();
+  data_ = block;
   limit_ = block + wanted;
+  return true;
 }
 
 LogLine::~LogLine() {
@@ -127,9 +141,17 @@ void LogLine::AppendDropped(unsigned lines) {
 }
 
 void LogLine::AppendMessage(const LogMessage& message, bool keep_colours) {
+  const size_t start = size();
   const char* text = message.text;
   const char* const end = text + message.length;
-  const char* const stop = std::min(limit_ - kAfterMessage, end_ + kMessageLimit);
+  do {
+    const char* const stop = std::min(limit_ - kAfterMessage, data_ + start + kMessageLimit);
+    text = AppendUpTo(stop, text, end, keep_colours);
+  } while (text != end && Grow(message));
+  AppendMissing(static_cast<size_t>(end - text) + message.missing);
+}
+
+const char* LogLine::AppendUpTo(const char* stop, const char* text, const char* end, bool keep_colours) {
   while (text != end) {
     const auto room = static_cast<size_t>(stop - end_);
     const auto run = static_cast<size_t>(FindControl(text, end) - text);
@@ -146,7 +168,7 @@ void LogLine::AppendMessage(const LogMessage& message, bool keep_colours) {
       ++text;
     }
   }
-  AppendMissing(static_cast<size_t>(end - text) + message.missing);
+  return text;
 }
 
 bool LogLine::AppendControl(char c, size_t room) {

@@ -20,8 +20,8 @@ struct LogMessage {
 
 class LogLine {
  public:
-  // Has room for the message and what stands around it. Short lines stay off the heap; where there is no heap left, a
-  // long line is cut.
+  // Has room for the message and what stands around it. Short lines stay off the heap, long ones off the stack, which
+  // may be a small one; where there is no heap left, a long line is cut.
   explicit LogLine(const LogMessage& message);
   ~LogLine();
   LogLine(const LogLine&) = delete;
@@ -45,11 +45,16 @@ class LogLine {
   void AppendMessage(const LogMessage& message, bool keep_colours);
 
  private:
+  // Moves to the heap, to where the message fits however many escapes it needs. False where it has moved before, or
+  // cannot.
+  bool Grow(const LogMessage& message);
+  // Up to that place of the line; what is left of the text.
+  const char* AppendUpTo(const char* stop, const char* text, const char* end, bool keep_colours);
   bool AppendControl(char c, size_t room);
   void AppendMissing(size_t count);
   size_t Room() const { return static_cast<size_t>(limit_ - end_); }
 
-  static constexpr size_t kInlineSize = 4096;
+  static constexpr size_t kInlineSize = 2048;
 
   char inline_[kInlineSize];
   char* data_ = inline_;

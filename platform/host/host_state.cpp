@@ -20,8 +20,8 @@ std::string HomeDirectory() {
   if (!home.empty()) return home;
   passwd entry;
   passwd* found = nullptr;
-  char text[4096];
-  if (getpwuid_r(getuid(), &entry, text, sizeof text, &found) != 0 || found == nullptr) return "";
+  std::string text(4096, '\0');
+  if (getpwuid_r(getuid(), &entry, text.data(), text.size(), &found) != 0 || found == nullptr) return "";
   return found->pw_dir;
 }
 
