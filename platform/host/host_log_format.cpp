@@ -32,20 +32,24 @@ class Filler {
 
   template <typename Integer>
   bool Number(Integer number) {
-    const auto [end, error] = std::to_chars(next_, limit_, number);
-    if (error != std::errc()) return MakeRoom(0) && Number(number);
-    next_ = end;
-    return true;
+    do {
+      const auto [end, error] = std::to_chars(next_, limit_, number);
+      if (error == std::errc()) {
+        next_ = end;
+        return true;
+      }
+    } while (MakeRoom(0));
+    return false;
   }
 
  private:
   static constexpr char kNull[] = "(null)";
   static constexpr size_t kNullLength = sizeof kNull - 1;
 
-  __attribute__((noinline)) bool MakeRoom(size_t length) {
-    const size_t filled = size();
-    if (!buffer_.Grow(filled)) return false;
-    next_ = buffer_.text() + filled;
+  bool MakeRoom(size_t length) {
+    char* const next = buffer_.Grow(next_);
+    if (next == nullptr) return false;
+    next_ = next;
     limit_ = buffer_.text() + buffer_.size();
     return length <= static_cast<size_t>(limit_ - next_);
   }
@@ -69,11 +73,12 @@ std::optional<size_t> TakePrecision(const char*& precision) {
 
 }  // namespace
 
-bool FormatBuffer::Grow(size_t filled) {
+char* FormatBuffer::Grow(const char* next) {
   const char* const before = text_;
-  if (heap_ != nullptr || longer_size_ <= size_ || !Replace(longer_size_)) return false;
+  const auto filled = static_cast<size_t>(next - before);
+  if (heap_ != nullptr || longer_size_ <= size_ || !Replace(longer_size_)) return nullptr;
   memcpy(text_, before, filled);
-  return true;
+  return text_ + filled;
 }
 
 bool FormatBuffer::Replace(size_t size) {

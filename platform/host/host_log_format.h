@@ -21,8 +21,9 @@ class FormatBuffer {
 
   char* text() const { return text_; }
   size_t size() const { return size_; }
-  // Moves, taking along what is there. False where it has moved before, or cannot.
-  bool Grow(size_t filled);
+  // Moves, taking along what is there up to that place, which is given back as it is there. Null where it has moved
+  // before, or cannot.
+  char* Grow(const char* next);
   // Moves to a block of that size, with nothing in it.
   bool Replace(size_t size);
 

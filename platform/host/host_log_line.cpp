@@ -27,7 +27,8 @@ bool IsControl(char c) {
 // First control character, or end. Eight bytes at a time.
 const char* FindControl(const char* text, const char* end) {
   constexpr uint64_t kOnes = 0x0101010101010101u;
-  while (end - text >= 8) {
+  const char* const last_word = end - text >= 8 ? end - 8 : nullptr;
+  while (text <= last_word) {
     uint64_t word;
     memcpy(&word, text, sizeof word);
     word = le64toh(word);
@@ -132,8 +133,7 @@ void LogLine::AppendTime() {
   Append(time, sizeof time - 1);
 }
 
-void LogLine::AppendDropped(unsigned lines) {
-  if (lines == 0) return;
+void LogLine::AppendNote(unsigned lines) {
   char number[16];
   Append('[');
   Append(number, static_cast<size_t>(std::to_chars(number, number + sizeof number, lines).ptr - number));

@@ -39,12 +39,15 @@ class LogLine {
   // HH:MM:SS.mmm of the universal time. By hand: the library's ways take the lock of the time zone.
   void AppendTime();
   // What there is to say of lines that were dropped before this one; nothing where there were none.
-  void AppendDropped(unsigned lines);
+  void AppendDropped(unsigned lines) {
+    if (lines != 0) AppendNote(lines);
+  }
   // The message in one line: line ends and other control characters as \n, \x07 ..., colours kept or taken out, and a
   // note at the end where something is missing.
   void AppendMessage(const LogMessage& message, bool keep_colours);
 
  private:
+  void AppendNote(unsigned lines_dropped);
   // Moves to the heap, to where the message fits however many escapes it needs. False where it has moved before, or
   // cannot.
   bool Grow(const LogMessage& message);

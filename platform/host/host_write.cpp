@@ -1,9 +1,7 @@
 #include "host_write.h"
 
-#include <errno.h>
 #include <sys/resource.h>
 #include <time.h>
-#include <unistd.h>
 
 namespace nuv::host {
 
@@ -12,14 +10,6 @@ namespace {
 constexpr int kRaised[] = {SIGPIPE, SIGXFSZ};  // SIGTTOU is not raised where it is blocked: the write just works
 
 }  // namespace
-
-ssize_t WriteOnce(int fd, const char* data, size_t size) {
-  ssize_t written;
-  do {
-    written = write(fd, data, size);
-  } while (written < 0 && errno == EINTR);
-  return written;
-}
 
 WriteSignalsOff::WriteSignalsOff() {
   sigset_t off;

@@ -1,15 +1,23 @@
 // Writing in a process that does not know of it: no signal of a write reaches the host.
 #pragma once
 
+#include <errno.h>
 #include <signal.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 
 namespace nuv::host {
 
 // write() that an interruption by a signal does not end.
-ssize_t WriteOnce(int fd, const char* data, size_t size);
+inline ssize_t WriteOnce(int fd, const char* data, size_t size) {
+  ssize_t written;
+  do {
+    written = write(fd, data, size);
+  } while (written < 0 && errno == EINTR);
+  return written;
+}
 
 // As long as one of these lives, what the calling thread writes raises no signal: neither SIGPIPE, where a reader is
 // gone, nor SIGXFSZ at the limit of file sizes, both of which end a host that does not expect them, nor SIGTTOU, which
