@@ -8,7 +8,8 @@ target_compile_definitions(host_exports_test PRIVATE
   NUV_HOST_LIBRARY="$<TARGET_FILE:nuv_platform_host>"
   NUV_HOST_EXPORTS="${PROJECT_SOURCE_DIR}/platform/host/libnuv_platform_host.map")
 
-foreach(name IN ITEMS host_log_line host_log_format host_log_sink host_guest_file host_trace_marker)
+foreach(name IN ITEMS host_log_line host_log_format host_log_sink host_guest_file host_trace_marker
+                      host_cancellation)
   nuv_add_test(${name}_test SOURCES ${name}_test.cpp LIBRARIES nuv_platform_host_objects)
 endforeach()
 

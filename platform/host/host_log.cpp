@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 
+#include "host_cancellation.h"
 #include "host_guard.h"
 #include "host_log_format.h"
 #include "host_log_line.h"
@@ -106,6 +107,7 @@ __attribute__((noinline)) int Hand(LogSink& sink, int buffer, int priority, cons
 }
 
 __attribute__((noinline)) int Print(int buffer, int priority, const char* tag, const char* format, va_list arguments) {
+  const nuv::host::CancellationOff off;
   const int saved = errno;
   LogSink* sink = g_sink.load(std::memory_order_acquire);
   if (sink == nullptr) sink = SetUp();

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "host_cancellation.h"
 #include "host_guard.h"
 
 namespace nuv::host {
@@ -27,6 +28,7 @@ char* StartLine(char* line, char letter) {
 void TraceMarker::Begin(const char* text) {
   GuestFile* const file = File();
   if (file == nullptr) return;
+  const CancellationOff off;
   const int saved = errno;
   char line[kLineLimit];
   char* end = StartLine(line, 'B');
@@ -39,6 +41,7 @@ void TraceMarker::Begin(const char* text) {
 void TraceMarker::End() {
   GuestFile* const file = File();
   if (file == nullptr) return;
+  const CancellationOff off;
   const int saved = errno;
   char line[32];
   const char* const end = StartLine(line, 'E');
