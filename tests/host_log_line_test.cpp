@@ -67,6 +67,31 @@ TEST(HostLogLine, TellsWhatWasMissingFromTheStart) {
   EXPECT_EQ(Shown("abc", false, 7), "abc [... 7 more bytes]");
 }
 
+TEST(HostLogLine, IsWholeWhateverEscapesItNeeds) {
+  for (size_t length = 1; length < 4000; length += 7) {
+    std::string expected;
+    for (size_t i = 0; i < length; ++i) expected += "\\x07";
+    ASSERT_EQ(Shown(std::string(length, '\a')), expected) << length;
+  }
+}
+
+TEST(HostLogLine, LeavesOutWhatDoesNotFit) {
+  const std::string text(5000, 'x');
+  LogLine line({0, 4, "", "", 0, 0});
+  line.Append(text.data(), text.size());
+  EXPECT_EQ(std::string(line.data(), line.size()), text.substr(0, 2048));
+  line.Append('y');
+  EXPECT_EQ(line.size(), 2048u);
+}
+
+TEST(HostLogLine, CountsDroppedLines) {
+  LogLine line({0, 4, "", "", 0, 0});
+  line.AppendDropped(0);
+  line.AppendDropped(1);
+  line.AppendDropped(12);
+  EXPECT_EQ(std::string(line.data(), line.size()), "[1 line dropped] [12 lines dropped] ");
+}
+
 TEST(HostLogLine, ATagCannotBreakTheLine) {
   LogLine line({0, 4, "", "", 0, 0});
   line.AppendTag("a\nMESSAGE=b");

@@ -93,14 +93,10 @@ LogLine::~LogLine() {
   if (data_ != inline_) free(data_);
 }
 
-void LogLine::Append(const char* text, size_t length) {
-  length = std::min(length, Room());
-  memcpy(end_, text, length);
-  end_ += length;
-}
-
-void LogLine::Append(const char* text) {
-  Append(text, strlen(text));
+void LogLine::AppendFitting(const char* text) {
+  const size_t room = Room();
+  memcpy(end_, text, room);
+  end_ += room;
 }
 
 void LogLine::AppendNumber(int number) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 namespace nuv::host {
 
@@ -31,8 +32,12 @@ class LogLine {
   size_t size() const { return static_cast<size_t>(end_ - data_); }
 
   // What does not fit is left out.
-  void Append(const char* text, size_t length);
-  void Append(const char* text);
+  void Append(const char* text, size_t length) {
+    if (length > Room()) return AppendFitting(text);
+    memcpy(end_, text, length);  // of a known length: no call
+    end_ += length;
+  }
+  void Append(const char* text) { Append(text, strlen(text)); }
   void Append(char c) { Append(&c, 1); }
   void AppendNumber(int number);
   void AppendTag(const char* tag);
@@ -47,6 +52,8 @@ class LogLine {
   void AppendMessage(const LogMessage& message, bool keep_colours);
 
  private:
+  // Of a text that does not fit as a whole.
+  void AppendFitting(const char* text);
   void AppendNote(unsigned lines_dropped);
   // Moves to the heap, to where the message fits however many escapes it needs. False where it has moved before, or
   // cannot.
