@@ -249,9 +249,10 @@ TEST_F(HostLogGuest, AHostThatBlocksSigpipeFindsNoneOfTheLogs) {
 // A reader that does not read
 
 // Fills the pipe, logs, reads, logs again.
-int LogPastAFullPipe(const Pipe& pipe) {
+int LogPastAFullPipe(const Pipe& pipe, void (*after_first_line)() = nullptr) {
   const StandardError error(pipe.writer);
   if (Log("first") <= 0) return 1;
+  if (after_first_line != nullptr) after_first_line();
   Fill(pipe.writer);
   for (int i = 0; i < 12; ++i) {
     if (Log("lost") >= 0) return 2;
@@ -275,18 +276,17 @@ TEST_F(HostLogGuest, AFullNamedPipeDropsLinesAndTheNextOneCountsThem) {
 }
 
 // A host without a free descriptor: what needs one has to be done without.
+void UseUpDescriptors() {
+  int highest = 0;
+  while (highest < 100) highest = dup(STDIN_FILENO);
+  rlimit limit;
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = static_cast<rlim_t>(highest) + 1;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 TEST_F(HostLogGuest, AFullNamedPipeThatCannotBeOpenedAgainDropsLinesToo) {
-  EXPECT_EQ(InChild([this] {
-              const Pipe pipe = NamedPipe();
-              int highest = 0;
-              while (highest < 100) highest = dup(pipe.reader);
-              rlimit limit;
-              getrlimit(RLIMIT_NOFILE, &limit);
-              limit.rlim_cur = static_cast<rlim_t>(highest) + 2;  // one for StandardError
-              setrlimit(RLIMIT_NOFILE, &limit);
-              return LogPastAFullPipe(pipe);
-            }),
-            0);
+  EXPECT_EQ(InChild([this] { return LogPastAFullPipe(NamedPipe(), UseUpDescriptors); }), 0);
 }
 
 TEST_F(HostLogGuest, ALongLineReachesAReaderWhole) {
@@ -461,7 +461,7 @@ TEST_F(HostLogGuest, ATerminalAsALogFileDoesNotStopAHostInItsBackground) {
 
 TEST_F(HostLogGuest, ALogFileAtTheLimitOfFileSizesEndsNoHost) {
   LogToFile();
-  EXPECT_EQ(InChild([this] {
+  EXPECT_EQ(InChild([] {
               const std::string text(100, 'x');
               if (Log(text.c_str()) <= 100) return 1;
               const rlim_t limit = FileSizeLimit();
