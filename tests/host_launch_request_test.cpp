@@ -2,17 +2,21 @@
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <nuv_platform/platform_app_control.h>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "private_bus.h"
 
@@ -280,6 +284,31 @@ TEST_F(HostLaunchRequestTest, SeveralThreadsSendAtTheSameTime) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(sent, 80);
   EXPECT_EQ(service.calls(), 80);
+}
+
+// GLib ends a process whose main context cannot be made.
+TEST_F(HostLaunchRequestTest, FailsWhereNoDescriptorsAreFree) {
+  for (size_t free = 0; free <= 16; ++free) {
+    EXPECT_EQ(0, InChild([this, free] {
+                const rlimit few = {64, 64};
+                setrlimit(RLIMIT_NOFILE, &few);
+                std::vector<int> taken;
+                for (int fd = dup(0); fd >= 0; fd = dup(0)) taken.push_back(fd);
+                for (size_t i = 0; i < free; ++i) close(taken.at(i));
+                return Send() == 0 ? 1 : 0;  // there is no service
+              }))
+        << free << " free";
+  }
+}
+
+TEST_F(HostLaunchRequestTest, FailsWhereNoThreadCanBeStarted) {
+  EXPECT_EQ(0, InChild([this] {
+              pthread_attr_t attributes;
+              pthread_attr_init(&attributes);
+              pthread_attr_setstacksize(&attributes, SIZE_MAX / 2 & ~size_t{0xffff});  // no thread finds that much
+              pthread_setattr_default_np(&attributes);
+              return Send() == 0 ? 1 : 0;
+            }));
 }
 
 TEST_F(HostLaunchRequestTest, AForkedChildIsNotHeldForEver) {

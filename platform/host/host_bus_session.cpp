@@ -1,13 +1,51 @@
 #include "host_bus_session.h"
 
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+
 namespace nuv::host {
 
 namespace {
 
 constexpr guint kTickMs = 100;
 constexpr gint64 kGrace = G_USEC_PER_SEC;  // for a step to end once it was cancelled, and for closing
+constexpr size_t kDescriptors = 12;        // those of a session, and a few to spare for the process's other threads
+
+bool DescriptorsAreFree() {
+  std::array<int, kDescriptors> taken{};
+  size_t count = 0;
+  for (int& descriptor : taken) {
+    descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) break;
+    ++count;
+  }
+  for (size_t i = 0; i < count; ++i) close(taken.at(i));
+  return count == kDescriptors;
+}
+
+// One that takes none of the process's signals while it lives.
+bool AThreadCanBeStarted() {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  pthread_t thread{};
+  const bool started = pthread_create(
+                           &thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr) == 0;
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (started) pthread_join(thread, nullptr);
+  return started;
+}
 
 }  // namespace
+
+bool BusSession::CanBeMade() {
+  return DescriptorsAreFree() && AThreadCanBeStarted();
+}
 
 BusSession::BusSession(guint limit_ms) : deadline_(g_get_monotonic_time() + gint64{limit_ms} * 1000) {
   g_main_context_push_thread_default(context_.get());

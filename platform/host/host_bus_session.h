@@ -24,6 +24,9 @@ using GlibPtr = std::unique_ptr<Type, GlibDeleter>;
 // library's threads are missing, the limit holds as well.
 class BusSession {
  public:
+  // Whether descriptors and a thread are free for one. Where there are none, the bus library would end the process.
+  static bool CanBeMade();
+
   explicit BusSession(guint limit_ms);
   ~BusSession();  // closes the connection
   BusSession(const BusSession&) = delete;

@@ -47,6 +47,7 @@ bool SendLaunchRequest(const app_control_s& request) {
   if (!request.app_id || request.app_id->empty()) return Refused("", "no application id");
   const char* const app_id = request.app_id->c_str();
   if (!IsUtf8(request)) return Refused(app_id, "a text is not valid UTF-8");
+  if (!BusSession::CanBeMade()) return Refused(app_id, "no descriptors or no thread are free for the bus");
   BusSession session(kLimitMs);
   GlibPtr<GError> error;
   if (!session.Connect(error)) return Refused(app_id, error->message);
