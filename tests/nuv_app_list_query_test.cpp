@@ -223,7 +223,7 @@ TEST_F(FullListWorker, BringsDownloadsForwardWhenAsked) {
   EXPECT_EQ(0, Read(list, 4, kByIndex, {}, true));
   EXPECT_EQ((std::vector<std::string>{"app301", "app300", "app1", "app2"}), IdsOf(list));
   const auto lines = LogOf("GetAppsTableList");
-  EXPECT_EQ("4 \033[0;33mview mode : last download\033[0;m", lines.at(6));
+  EXPECT_EQ("4 \033[0;32mview mode : last download\033[0;m", lines.at(6));
   EXPECT_EQ(0u, lines.at(7).rfind("4 \033[0;32mapp_id = app301,", 0));  // the records are listed in the new order
 }
 
@@ -235,7 +235,7 @@ TEST_F(FullListWorker, OrdersEvenWhatABusyDatabaseLeft) {
   EXPECT_EQ(-2, Read(list, 3, kByIndex, {}, true));
   EXPECT_EQ((std::vector<std::string>{"app301", "app300", "app1"}), IdsOf(list));
   const auto lines = LogOf("GetAppsTableList");
-  EXPECT_EQ((std::vector<std::string>{"6 Get DB fail:sql busy", "4 \033[0;33mview mode : last download\033[0;m",
+  EXPECT_EQ((std::vector<std::string>{"6 Get DB fail:sql busy", "4 \033[0;32mview mode : last download\033[0;m",
                                       "4 Get DB finish"}),
             std::vector<std::string>(lines.end() - 3, lines.end()));
 }

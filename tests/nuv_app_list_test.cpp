@@ -177,7 +177,7 @@ TEST_F(AppListOrder, FollowsTheViewMode) {
         const std::string text = sqlite_faults::Executed().at(1);
         EXPECT_EQ(kEnd + (ms ? row.ms_order : row.order) + (index == 0 ? "limit 0,4 " : ""),
                   text.substr(text.find(kEnd)));
-        EXPECT_EQ(!ms && row.view_mode == 2, fake_platform::Logged("\033[0;33mview mode : last download\033[0;m"));
+        EXPECT_EQ(!ms && row.view_mode == 2, fake_platform::Logged("\033[0;32mview mode : last download\033[0;m"));
       }
     }
   }

@@ -57,7 +57,7 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& st
   }
   const int result = cycle.Result(stored > 0, NUV_HERE);
   if (last_download) {
-    NUV_INFO(NUV_YELLOW "view mode : last download" NUV_PLAIN);
+    NUV_INFO(NUV_GREEN "view mode : last download" NUV_PLAIN);
     sort_applist_lastdownload(list, real_count);
   }
   if (result == 0) LogRecords(list, real_count, NUV_HERE);
