@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "inner_test.h"
+#include "memory_faults.h"
 #include "nuv_inner_db_api/nuv_inner_app_columns.h"
 
 namespace {
@@ -192,6 +193,31 @@ TEST_F(InnerAppList, AFillThatCannotBePreparedIsAFailure) {
   EXPECT_EQ(-2, Get());
   EXPECT_EQ(nullptr, list_);
   EXPECT_EQ(0, count_);
+}
+
+// The caller would give back, a second time, what it had there before.
+TEST_F(InnerAppList, MemoryThatRunsOutOnceTheArrayWasAskedForLeavesNoList) {
+  database_.Add("an id that is too long for a string without memory of its own", {{"title", "and so is this title"}});
+  ASSERT_EQ(0, Get());
+  int after_the_count = 0;
+  for (long nth = 1; nth < 1000; ++nth) {
+    SCOPED_TRACE("request " + std::to_string(nth));
+    Forget();
+    int result = 0;
+    {
+      const memory_faults::FailNth failing(nth, memory_faults::FailNth::kOnlyThat);
+      result = Get();
+      if (!memory_faults::FailNth::Reached()) break;
+    }
+    EXPECT_EQ(-1, result);
+    EXPECT_EQ(0, count_);
+    EXPECT_EQ(nullptr, list_);
+    const bool counted = fake_platform::Logged(Yellow("[inner db] num: 1 end"));
+    EXPECT_EQ(!counted, list_is_untouched_);
+    after_the_count += counted ? 1 : 0;
+  }
+  EXPECT_LT(3, after_the_count) << "the array, the statement and the texts of the record";
+  EXPECT_EQ(0, Get());
 }
 
 TEST_F(InnerAppList, ACountThatFailsIsAFailure) {

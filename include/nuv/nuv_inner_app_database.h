@@ -181,8 +181,8 @@ NUV_API int nuv_inner_check_recently_used_app(const std::string& app_id);
 /**
  * Lists all installed, available applications that are not awaiting a reset, by app_index. Serialised.
  *
- * @param list  receives an array, which the caller gives back with delete[]. Untouched when there is no application;
- *              null after a failure that came once the array was made.
+ * @param list  receives an array, which the caller gives back with delete[]. Untouched when there is no application,
+ *              and by a failure that came before they were counted; null after a later failure, memory included.
  * @param count receives the number of applications
  * @return 0, also when there is none; negative on failure
  */

@@ -100,11 +100,11 @@ int nuv_inner_get_all_app_list(_APPSINFO_T** list, int* count) try {
   const CNUVClientAutoLock lock(g_inner_Mute);
   const int counted = CountApps(count, NUV_HERE);
   if (counted != 0 || *count == 0) return counted;
+  *list = nullptr;  // what the caller had there is not to be given back after a failure
   std::unique_ptr<_APPSINFO_T[]> apps(new _APPSINFO_T[static_cast<size_t>(*count)]);
   const int filled = FillList(apps.get(), *count, NUV_HERE);
   if (filled != 0) {
     *count = 0;
-    *list = nullptr;
     return filled;
   }
   LogList(apps.get(), *count, NUV_HERE);
