@@ -99,6 +99,12 @@ TEST_F(AppGroup, IsUnknownWhereTheListDoesNotNameIt) {
   for (const char* key : {"tv", "Web", "web ", "", "here"}) EXPECT_EQ("3 before", Find(key)) << key;
 }
 
+TEST_F(AppGroup, IsNamedByAKeyThatEndsAtItsFirstZeroByte) {
+  SetList("web:here");
+  EXPECT_EQ("0 here", Find(std::string("web\0z", 5)));
+  EXPECT_EQ("3 before", Find(std::string("\0web", 4)));
+}
+
 TEST_F(AppGroup, IsUnknownWithoutAList) {
   EXPECT_EQ("3 before", Find("web"));
   EXPECT_EQ(4, fake_platform::LogPriority(Coloured(kYellow, "the runtitle list ")));

@@ -123,6 +123,18 @@ TEST_F(KeyList, GuardsLeaveTheDatabaseAlone) {
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
 
+// The rest of the condition would otherwise be cut off together with what is behind the zero byte.
+TEST_F(KeyList, AKeyEndsAtItsFirstZeroByte) {
+  database_.Add("locked", {{"is_lock", 1}});
+  database_.Add("reset", {{"is_lock", 1}, {"is_need_reset", 1}});
+  int real_count = 0;
+  nuv_app_info_s* list = nullptr;
+  EXPECT_EQ(0, nuv_get_key_list(std::string("is_lock\0z", 9), 0, &list, &real_count));
+  ASSERT_EQ(1, real_count);
+  EXPECT_STREQ("locked", list[0].app_id);
+  free(list);
+}
+
 TEST_F(KeyList, NeedsBothPointers) {
   int real_count = kCountBefore;
   nuv_app_info_s* list = nullptr;

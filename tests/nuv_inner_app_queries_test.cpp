@@ -139,6 +139,16 @@ TEST_P(InnerQuery, NeedsAKey) {
   EXPECT_TRUE(Flags().empty());
 }
 
+TEST_P(InnerQuery, AKeyEndsAtItsFirstZeroByte) {
+  using std::string_literals::operator""s;
+  EXPECT_EQ(-1, GetParam().call("\0z"s));
+  EXPECT_EQ((Lines{Start(""), GetParam().empty}), LogLines());
+  EXPECT_TRUE(Flags().empty());
+  ASSERT_EQ(0, nuv_inner_db_init());
+  EXPECT_EQ(GetParam().none, GetParam().call("none\0z"s));
+  EXPECT_EQ(Lines{Fill(GetParam().clause, GetParam().values)}, sqlite_faults::Executed());
+}
+
 TEST_P(InnerQuery, FailsWhereTheDatabaseCannotBeOpened) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, GetParam().call("key"));

@@ -59,6 +59,13 @@ class InnerChange : public InnerBusTest, public ::testing::WithParamInterface<Ch
   }
 };
 
+TEST_P(InnerChange, OfAnIdThatBeginsWithAZeroByteIsRefusedUnasked) {
+  WarmUp();
+  EXPECT_EQ(-1, GetParam().call(std::string("\0z", 2)));
+  EXPECT_TRUE(service_->Calls().empty());
+  EXPECT_TRUE(Flags().empty());
+}
+
 TEST_P(InnerChange, AnyAnswerButMinusOneIsTheResult) {
   WarmUp();
   for (const int state : {-3, -2, 0, 1, 2, 3}) {

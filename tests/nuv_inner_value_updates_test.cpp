@@ -50,6 +50,15 @@ TEST_F(InnerValueUpdate, NeedsAnId) {
   EXPECT_TRUE(Flags().empty());
 }
 
+TEST_F(InnerValueUpdate, TextsEndAtTheirFirstZeroByte) {
+  EXPECT_EQ(-1, nuv_inner_update_app_by_key_value(std::string("\0z", 2), kVersion, "2.0"));
+  EXPECT_EQ((Lines{"4 [inner db] Update app [] by key 3,value [2.0]", "6 " + Red("Appid is empty")}), LogLines());
+  EXPECT_TRUE(Flags().empty());
+  constexpr auto kAitIds = static_cast<APPSINFO_UPDATE_KEY_e>(1);
+  EXPECT_EQ(0, nuv_inner_update_app_by_key_value(std::string("app\0z", 5), kAitIds, std::string("12\0,34", 6)));
+  EXPECT_EQ("12 12", database_.Ask("select ait_appid || ' ' || ait_orgid from widgetinfo where id = 'app'"));
+}
+
 TEST_F(InnerValueUpdate, AnUnknownKeyFailsAfterTheReopening) {
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("app", static_cast<APPSINFO_UPDATE_KEY_e>(8), "x"));
   EXPECT_EQ(Join({{"4 [inner db] Update app [app] by key 8,value [x]"},

@@ -56,7 +56,7 @@ void GetAppIDFromAppGroupList(const std::string& key, std::string& app_id, int& 
   NUV_INFO(NUV_YELLOW "the runtitle list %s" NUV_PLAIN, list.c_str());
   std::map<std::string, std::string> groups;
   ParseStringToList(list, ",", ":", groups);
-  const auto group = groups.find(key);
+  const auto group = groups.find(key.c_str());
   if (group == groups.end()) {
     result = kNoSuchGroup;
     return;

@@ -26,9 +26,10 @@ constexpr TextField kTextFields[] = {
 // Appends what is set, with its values. False where the key takes no value or is unknown.
 bool AddField(InnerStatement& statement, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
   if (key == APPSINFO_UPDATE_AIT_IDS) {
-    const size_t comma = value.find(',');
+    const std::string ids = value.c_str();
+    const size_t comma = ids.find(',');
     const size_t rest = comma == std::string::npos ? 0 : comma + 1;
-    statement.Add(" set ait_appid = ? , ait_orgid = ? ", value.substr(0, comma), value.substr(rest));
+    statement.Add(" set ait_appid = ? , ait_orgid = ? ", ids.substr(0, comma), ids.substr(rest));
     return true;
   }
   for (const TextField& field : kTextFields) {

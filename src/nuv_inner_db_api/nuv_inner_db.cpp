@@ -17,7 +17,7 @@ bool RefusedWhileRecovering(const LogOrigin& origin) {
 }
 
 bool RequireKey(const std::string& key, const char* complaint, const LogOrigin& origin) {
-  if (!key.empty()) return true;
+  if (*key.c_str() != '\0') return true;
   NUV_ERROR_FROM(origin, "%s", complaint);
   return false;
 }

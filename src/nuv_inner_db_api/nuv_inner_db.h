@@ -12,5 +12,5 @@ bool InnerCheckPkgmgrRecovering();
 // True, and logged for the caller, while packages are being repaired.
 bool RefusedWhileRecovering(const LogOrigin& origin);
 
-// False, and logged for the caller, where the key is empty.
+// False, and logged for the caller, where the key is empty. Like any text, it ends at its first zero byte.
 bool RequireKey(const std::string& key, const char* complaint, const LogOrigin& origin);
