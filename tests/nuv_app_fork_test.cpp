@@ -1,6 +1,7 @@
 // The catalogue in a forked child: it has a connection of its own, whatever the parent's threads do.
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_inner_app_database.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include "catalogue_log.h"
 #include "database_test.h"
 #include "nuv_db_api/nuv_db_statement.h"
+#include "nuv_inner_db_api/nuv_db_connection.h"
 #include "process.h"
 
 // A forked child is told of threads of its parent that have ended and are not joined yet. Races are reported as ever.
@@ -39,6 +41,24 @@ __attribute__((constructor(102))) void RegisterBeforeTheLibrary() {
       nullptr, nullptr);
 }
 
+// Called where fork() begins: the handlers that are registered last are called first.
+std::function<void()> when_fork_begins;
+void RegisterBehindTheLibrary() {
+  pthread_atfork(
+      [] {
+        if (when_fork_begins) when_fork_begins();
+      },
+      nullptr, nullptr);
+}
+
+const std::string kRefused = Coloured(
+    kRed,
+    "this process was forked while another thread was using SQLite: it has to exec before it uses the application "
+    "database");
+
+// Of SQLite's start, of its memory, and of its files.
+constexpr int kSqliteMutexes[] = {SQLITE_MUTEX_STATIC_MAIN, SQLITE_MUTEX_STATIC_MEM, SQLITE_MUTEX_STATIC_VFS1};
+
 int Find(const char* id) {
   nuv_app_info_s info = {};
   return m_nuv_get_app_info(id, &info);
@@ -46,6 +66,7 @@ int Find(const char* id) {
 
 class CatalogueFork : public DatabaseTest {
  protected:
+  static void SetUpTestSuite() { RegisterBehindTheLibrary(); }
   void SetUp() override {
     DatabaseTest::SetUp();
     database_.Add("app", {{"run_title", "clock"}, {"is_lock", 1}});
@@ -70,6 +91,33 @@ class CatalogueFork : public DatabaseTest {
   void Rest(std::atomic<bool>& arrived) {
     arrived = true;
     WaitUntil([this] { return !rest_.load(); });
+  }
+
+  // Another thread in the middle of SQLite, until the condition holds.
+  static std::future<void> HoldSqlite(int id, const std::function<bool()>& until) {
+    auto held = std::make_shared<std::atomic<bool>>(false);
+    auto holder = std::async(std::launch::async, [=] {
+      sqlite3_mutex* const mutex = sqlite3_mutex_alloc(id);
+      sqlite3_mutex_enter(mutex);
+      *held = true;
+      WaitUntil(until);
+      sqlite3_mutex_leave(mutex);
+    });
+    EXPECT_TRUE(WaitUntil([&] { return held->load(); }));
+    return holder;
+  }
+
+  // In the child: 0 where both sides fail and say why.
+  static int ExpectRefused() {
+    fake_platform::Clear();
+    if (Find("app") != -1) return 11;
+    if (fake_platform::LogPriority(kRefused) != 6) return 12;
+    fake_platform::Clear();
+    _APPSINFO_T info;
+    if (nuv_inner_get_app_info_by_id("app", info, true) != -1) return 13;
+    if (fake_platform::LogPriority(kRefused) != 6) return 14;
+    if (nuv_inner_update_app_by_key_value("app", APPSINFO_UPDATE_VERSION, "2") != -1) return 15;
+    return g_pConnection == nullptr && g_pConnection_Inner == nullptr ? 0 : 16;
   }
 
   std::atomic<bool> waiting_{false};
@@ -176,18 +224,71 @@ TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
   release.get();
 }
 
-TEST_F(CatalogueFork, DoesNotHangBehindAQueryThatDoesNotEndForSeconds) {
+// What SQLite notes of the parent's locks is in the child, the locks are not: it would read while others write. The two
+// sides read the same file, so what holds for one of them holds for the other.
+TEST_F(CatalogueFork, BehindAQueryThatDoesNotEndForSecondsGivesAChildThatIsRefusedTheDatabase) {
   auto locker = LockDatabase();
   StartBusyQuery();
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(0, InChild([&] {
               locker->Signal(SIGKILL);
-              go_on_ = true;  // of the child, which has no other thread
-              return WaitUntil([] { return Find("app") == 0; }) ? 0 : 1;
+              const int refused = ExpectRefused();
+              return refused != 0 ? refused : InChild([] { return ExpectRefused(); });
             }));
   EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(5000));
   go_on_ = true;
   EXPECT_EQ(0, query_.get());
+  EXPECT_EQ(0, Find("app")) << "the parent is not refused anything";
+}
+
+TEST_F(CatalogueFork, WaitsASecondInAllForBothSides) {
+  std::atomic<int> held{0};
+  const auto hold = [&](DatabaseSide& side) {
+    const DatabaseTurn turn(side);
+    ++held;
+    WaitUntil([this] { return go_on_.load(); });
+  };
+  auto reader = std::async(std::launch::async, [&] { hold(readSide); });
+  auto writer = std::async(std::launch::async, [&] { hold(innerSide); });
+  ASSERT_TRUE(WaitUntil([&] { return held == 2; }));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(0, InChild([&] {
+              const auto waited = std::chrono::steady_clock::now() - start;
+              if (waited < Milliseconds(900)) return 1;
+              if (waited > Milliseconds(1900)) return 2;
+              return ExpectRefused();
+            }));
+  go_on_ = true;
+  reader.get();
+  writer.get();
+}
+
+// A host's thread that uses SQLite for itself, at the moment of the fork.
+TEST_F(CatalogueFork, WaitsForAnotherThreadInSqlite) {
+  for (const int id : kSqliteMutexes) {
+    SCOPED_TRACE(id);
+    go_on_ = false;
+    auto holder = HoldSqlite(id, [this] { return go_on_.load(); });
+    when_fork_begins = [this] { go_on_ = true; };
+    EXPECT_EQ(0, InChild([] { return Find("app"); }));
+    when_fork_begins = nullptr;
+    holder.get();
+  }
+}
+
+TEST_F(CatalogueFork, GivesAChildThatIsRefusedTheDatabaseWhereAnotherThreadStaysInSqliteForSeconds) {
+  for (const int id : kSqliteMutexes) {
+    SCOPED_TRACE(id);
+    go_on_ = false;
+    auto holder = HoldSqlite(id, [this] { return go_on_.load(); });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, InChild([&] {
+                if (std::chrono::steady_clock::now() - start > Milliseconds(1900)) return 1;
+                return ExpectRefused();
+              }));
+    go_on_ = true;
+    holder.get();
+  }
 }
 
 TEST_F(CatalogueFork, TheChildDoesNotHangWhereAnotherThreadHoldsTheMutexOfLaunches) {

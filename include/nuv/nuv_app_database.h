@@ -21,7 +21,8 @@
  *              leaves the database alone. Each failure is in the platform log, with SQLite's own message. The next call
  *              tries again, also where the database could not be opened.
  *   Fork       A child of fork() opens a connection of its own with its first query. fork() waits, at most a second,
- *              for a query that another thread has under way.
+ *              for other threads that use SQLite; a child for which that is not enough has to exec before it uses the
+ *              database, and each function fails in it with -1.
  *   Memory     A function that runs out of memory returns -1.
  *
  * None of these functions takes a callback, all of them may be called from one, and none leaves a statement open, so

@@ -24,8 +24,9 @@
  *              next call tries again, also where the database could not be opened.
  *   Paths      The path of the database is cut at 127 characters; the log says so.
  *   Fork       A child of fork() opens a connection of its own. It cannot reach the service where its parent had
- *              connected to the bus: forwarded changes are then made locally. fork() waits, at most a second, for a
- *              query that another thread has under way.
+ *              connected to the bus: forwarded changes are then made locally. fork() waits, at most a second, for
+ *              other threads that use SQLite; a child for which that is not enough has to exec before it uses the
+ *              database, and each function fails in it with -1.
  *   Memory     A function that runs out of memory returns -1.
  *
  * None of these functions takes a callback, all of them may be called from one, and none leaves a statement open.

@@ -1,6 +1,6 @@
 #include "nuv_common/nuv_statement.h"
 
-#include <ctime>
+#include "nuv_common/nuv_database_fork.h"
 
 namespace {
 
@@ -53,13 +53,8 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
   }
 }
 
-}  // namespace
-
-int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) {
-  return sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
-}
-
-void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) {
+// Closes what a failed opening left, and logs its reason.
+void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   NUV_INFO_FROM(origin, "Failed to connect to DB : %s", sqlite3_errmsg(side.connection));
   if (side.statement != nullptr) {
     NUV_INFO_FROM(origin, "finalize %s ", side.statementName);
@@ -70,6 +65,19 @@ void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) {
   NUV_INFO_FROM(origin, "Close DB ");
   sqlite3_close(side.connection);
   side.connection = nullptr;
+}
+
+}  // namespace
+
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) {
+  if (DatabaseIsRefused(origin)) return kDatabaseFailed;
+  const int code = sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (code == SQLITE_OK) {
+    NUV_INFO_FROM(origin, "Connected to DB");
+    return 0;
+  }
+  CloseFailedConnection(side, origin);
+  return kDatabaseFailed;
 }
 
 int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) {
@@ -110,21 +118,4 @@ const char* TextOfColumn(const DatabaseSide& side, unsigned column) {
 
 StatementTurn::~StatementTurn() NUV_UNANALYSED {
   FinalizeStatement(m_side, m_side.statementName, NUV_HERE);
-}
-
-bool WaitForTurnBeforeFork(DatabaseSide& side) {
-  timespec limit = {};
-  clock_gettime(CLOCK_MONOTONIC, &limit);
-  limit.tv_sec += 1;
-  return side.turn.try_lock_until(limit);
-}
-
-void EndTurnAfterFork(DatabaseSide& side) {
-  side.turn.unlock();
-}
-
-void ForgetConnectionInChild(DatabaseSide& side) NUV_UNANALYSED {
-  side.turn.Renew(kRecursiveMutex);
-  side.connection = nullptr;
-  side.statement = nullptr;
 }

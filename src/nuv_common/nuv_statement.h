@@ -3,7 +3,6 @@
 
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <pthread.h>
 #include <sqlite3.h>
 
 #include "nuv_common/nuv_out_of_memory.h"
@@ -19,17 +18,16 @@ constexpr int kDatabaseBusy = -2;
 struct DatabaseSide {
   const char* statementName;  // as log lines have it
   void (*waitBeforeRetry)();
+  void (*forgetMode)();  // in a forked child, together with the connection; null: there is nothing to forget
   sqlite3*& connection NUV_GUARDED_BY(turn);
   sqlite3_stmt*& statement NUV_GUARDED_BY(turn);
   // A leaf: nothing but SQLite and the log is called under it.
   Mutex turn{kRecursiveMutex};
+  DatabaseSide* nextAtFork = nullptr;  // see nuv_database_fork.h
 };
 
-// Opens the database at path without ever creating it: SQLite's code. A connection may be there after a failure, too.
-int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag) NUV_REQUIRES(side.turn);
-
-// Closes what a failed opening left, and logs its reason.
-void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+// Opens the database at path without ever creating it: 0, or kDatabaseFailed, with no connection and the reason logged.
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) NUV_REQUIRES(side.turn);
 
 // Compiles sql into the side's statement: 0, kDatabaseFailed or kDatabaseBusy. No statement is left after a failure.
 int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) NUV_REQUIRES(side.turn);
@@ -61,29 +59,4 @@ class NUV_SCOPED_CAPABILITY StatementTurn : private DatabaseTurn {
  public:
   explicit StatementTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) NUV_UNANALYSED : DatabaseTurn(side) {}
   ~StatementTurn() NUV_RELEASE();
-};
-
-// What fork() does to a side. The parent's query is let finish, at most a second long, so that the child does not find
-// SQLite in the middle of a call. The child forgets the connection: using or closing it would touch the parent's locks.
-bool WaitForTurnBeforeFork(DatabaseSide& side) NUV_TRY_ACQUIRE(true, side.turn);
-void EndTurnAfterFork(DatabaseSide& side) NUV_RELEASE(side.turn);
-void ForgetConnectionInChild(DatabaseSide& side);
-
-template <DatabaseSide& Side>
-class ForkHandlers {
- public:
-  static int Register() { return pthread_atfork(Before, InParent, InChild); }
-
- private:
-  static inline thread_local bool hasTurn = false;
-
-  static void Before() NUV_UNANALYSED { hasTurn = WaitForTurnBeforeFork(Side); }
-  static void InParent() NUV_UNANALYSED {
-    if (hasTurn) EndTurnAfterFork(Side);
-  }
-  // The turn is made anew; it is ended first for those who keep account of locks, such as ThreadSanitizer.
-  static void InChild() NUV_UNANALYSED {
-    if (hasTurn) EndTurnAfterFork(Side);
-    ForgetConnectionInChild(Side);
-  }
 };

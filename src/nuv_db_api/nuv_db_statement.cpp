@@ -4,6 +4,8 @@
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
+#include "nuv_common/nuv_database_fork.h"
+
 sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;
 
@@ -15,11 +17,11 @@ void WaitForWriter() {
 
 }  // namespace
 
-DatabaseSide readSide = {"g_pStmt", WaitForWriter, g_pConnection, g_pStmt};
+DatabaseSide readSide = {"g_pStmt", WaitForWriter, nullptr, g_pConnection, g_pStmt};
 
 namespace {
 
-[[maybe_unused]] const int registered = ForkHandlers<readSide>::Register();
+[[maybe_unused]] const int registered = LookAfterAtFork(readSide);
 
 int ConnectToDatabase() NUV_REQUIRES(readSide.turn) {
   const char* directory = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
@@ -38,12 +40,7 @@ int Connect(const std::string& path) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  if (OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY) == SQLITE_OK) {
-    NUV_INFO("Connected to DB");
-    return 0;
-  }
-  CloseFailedConnection(readSide, NUV_HERE);
-  return kDatabaseFailed;
+  return OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY, NUV_HERE);
 }
 
 int Prepare(const std::string& sql) {

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "nuv_common/nuv_database_fork.h"
+
 sqlite3* g_pConnection_Inner = nullptr;
 sqlite3_stmt* g_pStmt_Inner = nullptr;
 int g_db_type = kReadWrite;
@@ -17,6 +19,10 @@ constexpr size_t kPathSize = 128;
 
 void WaitForOtherWriter() {
   sleep(1);
+}
+
+void ForgetMode() NUV_UNANALYSED {
+  g_db_type = kReadWrite;
 }
 
 struct FreeText {
@@ -46,11 +52,11 @@ PathText MakePath() {
 
 }  // namespace
 
-DatabaseSide innerSide = {"g_pStmt_Inner", WaitForOtherWriter, g_pConnection_Inner, g_pStmt_Inner};
+DatabaseSide innerSide = {"g_pStmt_Inner", WaitForOtherWriter, ForgetMode, g_pConnection_Inner, g_pStmt_Inner};
 
 namespace {
 
-[[maybe_unused]] const int registered = ForkHandlers<innerSide>::Register();
+[[maybe_unused]] const int registered = LookAfterAtFork(innerSide);
 
 }  // namespace
 
@@ -63,12 +69,7 @@ int Connect_Inner(DB_OPEN_TYPE type) {
   if (path == nullptr) return kDatabaseFailed;
   g_db_type = type == kReadWrite ? kReadWrite : kReadOnly;
   const int access = type == kReadWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
-  if (OpenDatabase(innerSide, path.get(), access) == SQLITE_OK) {
-    NUV_INFO("Connected to DB");
-    return 0;
-  }
-  CloseFailedConnection(innerSide, NUV_HERE);
-  return kDatabaseFailed;
+  return OpenDatabase(innerSide, path.get(), access, NUV_HERE);
 }
 
 int DisConnect_Inner() {

@@ -42,9 +42,13 @@ Function* Real(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+// fork() holds SQLite's locks before it takes ours: SQLite is not called under ours.
 void NoteExecution(sqlite3_stmt* statement) {
   char* text = sqlite3_expanded_sql(statement);
-  Get().executed.emplace_back(text);
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().executed.emplace_back(text);
+  }
   sqlite3_free(text);
 }
 
@@ -161,8 +165,10 @@ int sqlite3_step(sqlite3_stmt* statement) {
   if (!IsLibrarysCall(sqlite3_db_handle(statement))) return real(statement);
   {
     const Undisturbed undisturbed;
-    const std::lock_guard<std::mutex> lock(Get().mutex);
-    if (const int code = Take(sqlite_faults::step_codes)) return code;
+    {
+      const std::lock_guard<std::mutex> lock(Get().mutex);
+      if (const int code = Take(sqlite_faults::step_codes)) return code;
+    }
     if (sqlite3_stmt_busy(statement) == 0) NoteExecution(statement);
   }
   const WithinSqlite within;

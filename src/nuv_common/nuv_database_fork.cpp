@@ -1,0 +1,109 @@
+#include "nuv_common/nuv_database_fork.h"
+
+#include <pthread.h>
+
+#include <cstddef>
+#include <ctime>
+
+namespace {
+
+DatabaseSide* firstSide = nullptr;
+bool refused = false;  // for good: what the parent's threads left in SQLite does not go away
+
+// What SQLite locks for all of a process, whoever uses it. Those for the use of applications are left to them.
+constexpr int kSqliteMutexes[] = {
+    SQLITE_MUTEX_STATIC_MAIN, SQLITE_MUTEX_STATIC_MEM,  SQLITE_MUTEX_STATIC_OPEN,
+    SQLITE_MUTEX_STATIC_PRNG, SQLITE_MUTEX_STATIC_LRU,  SQLITE_MUTEX_STATIC_PMEM,
+    SQLITE_MUTEX_STATIC_VFS1, SQLITE_MUTEX_STATIC_VFS2, SQLITE_MUTEX_STATIC_VFS3,
+};
+constexpr int kAllSqliteMutexes = sizeof kSqliteMutexes / sizeof *kSqliteMutexes;
+constexpr timespec kPauseBetweenTries = {0, 200000};
+
+// What the thread that forks holds meanwhile.
+thread_local int heldTurns = 0;
+thread_local bool holdsSqlite = false;
+
+timespec MonotonicNow() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now;
+}
+
+bool IsOver(const timespec& deadline) {
+  const timespec now = MonotonicNow();
+  return now.tv_sec != deadline.tv_sec ? now.tv_sec > deadline.tv_sec : now.tv_nsec >= deadline.tv_nsec;
+}
+
+void LeaveSqliteMutexes(int count) {
+  while (count > 0) sqlite3_mutex_leave(sqlite3_mutex_alloc(kSqliteMutexes[--count]));
+}
+
+// All of them or none. None is waited for while others are held, so nobody's order of locking matters. Asking for one
+// of them does not initialise SQLite: a host may still configure it.
+bool TrySqliteMutexes() {
+  for (int taken = 0; taken < kAllSqliteMutexes; ++taken) {
+    if (sqlite3_mutex_try(sqlite3_mutex_alloc(kSqliteMutexes[taken])) == SQLITE_OK) continue;
+    LeaveSqliteMutexes(taken);
+    return false;
+  }
+  return true;
+}
+
+bool HoldSqlite(const timespec& deadline) {
+  while (!TrySqliteMutexes()) {
+    if (IsOver(deadline)) return false;
+    nanosleep(&kPauseBetweenTries, nullptr);
+  }
+  return true;
+}
+
+bool HoldTurns(const timespec& deadline) NUV_UNANALYSED {
+  for (DatabaseSide* side = firstSide; side != nullptr; side = side->nextAtFork) {
+    if (!side->turn.try_lock_until(deadline)) return false;
+    ++heldTurns;
+  }
+  return true;
+}
+
+void LetGo() NUV_UNANALYSED {
+  if (holdsSqlite) LeaveSqliteMutexes(kAllSqliteMutexes);
+  holdsSqlite = false;
+  for (DatabaseSide* side = firstSide; heldTurns > 0; side = side->nextAtFork, --heldTurns) side->turn.unlock();
+}
+
+void BeforeFork() {
+  timespec deadline = MonotonicNow();
+  deadline.tv_sec += 1;
+  holdsSqlite = HoldTurns(deadline) && HoldSqlite(deadline);
+}
+
+// Using or closing the parent's connection would touch the parent's locks. The turn is made anew; it is ended first for
+// those who keep account of locks, such as ThreadSanitizer.
+void InChild() NUV_UNANALYSED {
+  if (!holdsSqlite) refused = true;
+  LetGo();
+  for (DatabaseSide* side = firstSide; side != nullptr; side = side->nextAtFork) {
+    side->turn.Renew(kRecursiveMutex);
+    side->connection = nullptr;
+    side->statement = nullptr;
+    if (side->forgetMode != nullptr) side->forgetMode();
+  }
+}
+
+}  // namespace
+
+int LookAfterAtFork(DatabaseSide& side) {
+  const bool first = firstSide == nullptr;
+  side.nextAtFork = firstSide;
+  firstSide = &side;
+  return first ? pthread_atfork(BeforeFork, LetGo, InChild) : 0;
+}
+
+bool DatabaseIsRefused(const LogOrigin& origin) {
+  if (refused) {
+    NUV_ERROR_FROM(origin, NUV_RED
+                   "this process was forked while another thread was using SQLite: it has to exec before it uses the "
+                   "application database" NUV_PLAIN);
+  }
+  return refused;
+}
