@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "nuv_common/nuv_database_fork.h"
+#include "nuv_common/nuv_pause.h"
 
 sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;
@@ -12,7 +13,7 @@ sqlite3_stmt* g_pStmt = nullptr;
 namespace {
 
 void WaitForWriter() {
-  usleep(10000);
+  Pause({0, 10000000}, [] { return usleep(10000); });
 }
 
 }  // namespace

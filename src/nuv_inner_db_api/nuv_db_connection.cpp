@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "nuv_common/nuv_database_fork.h"
+#include "nuv_common/nuv_pause.h"
 
 sqlite3* g_pConnection_Inner = nullptr;
 sqlite3_stmt* g_pStmt_Inner = nullptr;
@@ -18,7 +19,7 @@ namespace {
 constexpr size_t kPathSize = 128;
 
 void WaitForOtherWriter() {
-  sleep(1);
+  Pause({1, 0}, [] { return sleep(1); });
 }
 
 void ForgetMode() NUV_UNANALYSED {

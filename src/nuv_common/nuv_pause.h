@@ -1,0 +1,23 @@
+// Pauses that a handled signal does not shorten.
+#pragma once
+
+#include <cerrno>
+#include <ctime>
+
+// Calls sleep, one of the libc functions, for a pause of that length, and sleeps what a signal has left of it.
+template <typename Sleep>
+void Pause(const timespec& length, const Sleep& sleep) {
+  timespec end = {};
+  clock_gettime(CLOCK_MONOTONIC, &end);
+  end.tv_sec += length.tv_sec;
+  end.tv_nsec += length.tv_nsec;
+  if (end.tv_nsec >= 1000000000) {
+    end.tv_nsec -= 1000000000;
+    ++end.tv_sec;
+  }
+  errno = 0;
+  // sleep() counts whole seconds: that nothing is left of them does not mean that it was not interrupted.
+  const bool whole = sleep() == 0 && errno != EINTR;
+  while (!whole && clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+  }
+}
