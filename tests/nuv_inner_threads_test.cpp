@@ -73,7 +73,7 @@ void Switch(Tally& tally) {
   tally.Expect(nuv_inner_db_init(), {0});
   nuv_db_ro_exchange();
   nuv_db_rw_exchange();
-  tally.Expect(nuv_inner_update_app_by_key_value("app", kRunTitle, "same"), {0, -1});
+  tally.Expect(nuv_inner_update_app_by_key_value("app", kRunTitle, "same"), {0});
   tally.Expect(nuv_inner_check_app_installing("app"), {-1});
 }
 

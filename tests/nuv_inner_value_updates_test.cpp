@@ -101,4 +101,20 @@ TEST_F(InnerValueUpdate, ReopensBeforeItWaitsForTheMutex) {
   EXPECT_EQ("2.0", Version());
 }
 
+TEST_F(InnerValueUpdate, WritesAlthoughAnotherThreadSwitchedBackWhileItWaitedForTheMutex) {
+  int result = -1;
+  g_inner_Mute.lock();
+  std::thread thread([&] { result = nuv_inner_update_app_by_key_value("app", kVersion, "2.0"); });
+  EXPECT_TRUE(WaitUntil([] { return LogLines() == Join({kStart, kConnected, {"4 Start"}}); }));
+  nuv_db_ro_exchange();
+  Forget();
+  g_inner_Mute.unlock();
+  thread.join();
+  EXPECT_EQ(0, result);
+  EXPECT_EQ("2.0", Version());
+  EXPECT_EQ(1, g_db_type);
+  EXPECT_EQ(Join({kConnected, {"4 " + Yellow("[inner db]connect rw db")}, kAlreadyConnected, kPrepared, kDone, End(0)}),
+            LogLines());
+}
+
 }  // namespace

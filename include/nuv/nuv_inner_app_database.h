@@ -233,7 +233,8 @@ NUV_API int nuv_inner_update_app_count(const std::string& app_id);
 
 /**
  * Opens the connection anew, read-write, and does what nuv_db_update_app_by_key_value() does. Serialised, except for
- * the opening. An empty app_id is refused.
+ * the opening; where another thread has switched the connection back meanwhile, it is switched again for the change. An
+ * empty app_id is refused.
  */
 NUV_API int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key,
                                               const std::string& value);

@@ -60,6 +60,29 @@ int Write(const InnerStatement& statement, const LogOrigin& origin) {
   return kDatabaseFailed;
 }
 
+constexpr const char* kWriteValueName = "nuv_db_update_app_by_key_value";
+
+// Whether a value is written in whatever mode the connection is, or has it switched to writing first.
+enum class Mode { kAsItIs, kReadWrite };
+
+// What nuv_db_update_app_by_key_value() does, which the lines are logged as. The mode is settled in the turn of the
+// change: while the mutex was waited for, another thread may have switched the connection back.
+int WriteValue(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value, Mode mode) try {
+  constexpr LogOrigin origin = {__FILE_NAME__, kWriteValueName, __LINE__};
+  NUV_INFO_FROM(origin, "Start");
+  if (RefusedWhileRecovering(origin)) return -1;
+  const CNUVClientAutoLock lock(g_inner_Mute);
+  InnerStatement statement;
+  statement.Add(kUpdate);
+  if (!AddField(statement, key, value)) return RefuseKey(key, origin);
+  statement.Add(" where id = ? ", app_id);
+  const DatabaseTurn turn(innerSide);
+  if (mode == Mode::kReadWrite && g_db_type == kReadOnly) nuv_db_rw_exchange();
+  return Write(statement, origin);
+} catch (const std::bad_alloc&) {
+  return OutOfMemory({__FILE_NAME__, kWriteValueName, __LINE__});
+}
+
 std::string LocalTimeNow() {
   const time_t now = time(nullptr);
   tm local = {};
@@ -95,17 +118,8 @@ int nuv_db_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e ke
   return OutOfMemory(NUV_HERE);
 }
 
-int nuv_db_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) try {
-  NUV_INFO("Start");
-  if (RefusedWhileRecovering(NUV_HERE)) return -1;
-  const CNUVClientAutoLock lock(g_inner_Mute);
-  InnerStatement statement;
-  statement.Add(kUpdate);
-  if (!AddField(statement, key, value)) return RefuseKey(key, NUV_HERE);
-  statement.Add(" where id = ? ", app_id);
-  return Write(statement, NUV_HERE);
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+int nuv_db_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
+  return WriteValue(app_id, key, value, Mode::kAsItIs);
 }
 
 int nuv_db_update_app_count(const std::string& app_id) try {
@@ -158,7 +172,7 @@ int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE
     DisConnect_Inner();
     Connect_Inner(kReadWrite);
   }
-  const int result = nuv_db_update_app_by_key_value(app_id, key, value);
+  const int result = WriteValue(app_id, key, value, Mode::kReadWrite);
   NUV_INFO("[inner db] Update DB success, ret = %d", result);
   return result;
 }
