@@ -2,10 +2,13 @@
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_inner_app_database.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <memory>
 
 #include "catalogue_log.h"
@@ -76,6 +79,47 @@ TEST_F(Damage, ADirectoryIsNotOpenedAndTheFileInItsPlaceIs) {
   ASSERT_EQ(0, rmdir(database_.path().c_str()));
   PutBack();
   EXPECT_EQ(0, Find("app1"));
+}
+
+// A pipe would be waited for until somebody writes into it.
+TEST_F(Damage, WhatIsNoFileIsNotOpenedAndTheFileInItsPlaceIs) {
+  TakeAway();
+  const std::string& path = database_.path();
+  const std::map<std::string, std::function<int()>> things = {
+      {"pipe", [&] { return mkfifo(path.c_str(), 0600); }},
+      {"device", [&] { return symlink("/dev/null", path.c_str()); }},
+      {"socket", [&] { return mknod(path.c_str(), S_IFSOCK | 0600, 0); }},
+  };
+  for (const auto& [name, make] : things) {
+    SCOPED_TRACE(name);
+    ASSERT_EQ(0, make());
+    EXPECT_EQ(0, InChild([&] {
+                if (Find("app1") != -1) return 1;
+                if (fake_platform::LogPriority("Failed to connect to DB : unable to open database file") != 4) return 2;
+                if (fake_platform::LogPriority(Coloured(kRed, "cannot open " + path + ": not a regular file")) != 6)
+                  return 3;
+                fake_platform::Clear();
+                if (nuv_inner_db_init() != -1) return 4;
+                return fake_platform::LogPriority(Coloured(kRed, "cannot open " + path + ": not a regular file")) == 6
+                           ? 0
+                           : 5;
+              }));
+    ASSERT_EQ(0, unlink(path.c_str()));
+  }
+  PutBack();
+  EXPECT_EQ(0, Find("app1"));
+}
+
+TEST_F(Damage, AFailedOpeningIsAnErrorWithThePathAndSqlitesWords) {
+  TakeAway();
+  const std::string line = Coloured(kRed, "cannot open " + database_.path() + ": unable to open database file");
+  for (int call = 0; call < 2; ++call) {
+    fake_platform::Clear();
+    EXPECT_EQ(-1, Find("app1"));
+    const auto log = fake_platform::Log();
+    EXPECT_EQ(1,
+              std::count_if(log.begin(), log.end(), [&](const auto& l) { return l.priority == 6 && l.text == line; }));
+  }
 }
 
 TEST_F(Damage, AnUnreadableFileIsReadOnceItMayBe) {

@@ -91,7 +91,9 @@ TEST_F(InnerConnection, AMissingFileIsNeverCreated) {
     EXPECT_EQ(mode, g_db_type);
     EXPECT_EQ("closed", Mode());
     EXPECT_NE(0, access(database_.path().c_str(), F_OK));
-    EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", "4 Close DB "}), LogLines());
+    EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
+                     "4 Close DB "}),
+              LogLines());
   }
   EXPECT_EQ(0, sqlite_faults::LiveConnections());
   EXPECT_EQ((std::vector<int>{kFlagsReadOnly, kFlagsReadWrite}), Flags());
@@ -107,9 +109,9 @@ TEST_F(InnerConnection, AFailedOpeningFinalizesTheStatementThatWasLeft) {
   fake_platform::Clear();
   EXPECT_EQ(-1, Connect_Inner(kReadWrite));
   EXPECT_EQ(nullptr, g_pStmt_Inner);
-  EXPECT_EQ(
-      (Lines{"4 Failed to connect to DB : unable to open database file", "4 finalize g_pStmt_Inner ", "4 Close DB "}),
-      LogLines());
+  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
+                   "4 finalize g_pStmt_Inner ", "4 Close DB "}),
+            LogLines());
   EXPECT_EQ(SQLITE_OK, sqlite3_close(left)) << "no statement of it is live";
 }
 
@@ -121,7 +123,7 @@ TEST_F(InnerConnection, ThePathIsCutAt127CharactersWithANotice) {
   ASSERT_EQ(1u, sqlite_faults::Openings().size());
   EXPECT_EQ(cut, sqlite_faults::Openings()[0].path);
   EXPECT_EQ((Lines{"6 " + Red("the path of the database is cut at 127 characters: " + cut),
-                   "4 Failed to connect to DB : unable to open database file", "4 Close DB "}),
+                   "4 Failed to connect to DB : unable to open database file", CannotOpen(cut), "4 Close DB "}),
             LogLines());
 }
 
@@ -131,7 +133,9 @@ TEST_F(InnerConnection, APathOf127CharactersIsWhole) {
   EXPECT_EQ(-1, Connect_Inner(kReadOnly));
   ASSERT_EQ(1u, sqlite_faults::Openings().size());
   EXPECT_EQ(directory + "/.corvane.db", sqlite_faults::Openings()[0].path);
-  EXPECT_EQ(2u, LogLines().size());
+  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(directory + "/.corvane.db"),
+                   "4 Close DB "}),
+            LogLines());
 }
 
 TEST_F(InnerConnection, WithoutAPathVariableNothingIsOpened) {

@@ -16,13 +16,17 @@ using sqlite_faults::LiveStatements;
 using sqlite_faults::Openings;
 using sqlite_faults::Prepared;
 
+std::string CannotOpen(const std::string& path, const std::string& words = "unable to open database file") {
+  return "E " + Coloured(kRed, "cannot open " + path + ": " + words);
+}
+
 class Connection : public DatabaseTest {};
 
 TEST_F(Connection, IsOpenedReadOnlyWithoutMutexAndByTheDefaultVfs) {
   EXPECT_EQ(OpenedLines(database_.path()), LogOf([&] { EXPECT_EQ(0, Connect(database_.path())); }));
   ASSERT_EQ(1u, Openings().size());
   EXPECT_EQ(database_.path(), Openings()[0].path);
-  EXPECT_EQ(0x8001, Openings()[0].flags);
+  EXPECT_EQ(0x48001, Openings()[0].flags);
   EXPECT_FALSE(Openings()[0].with_vfs);
   EXPECT_EQ(1, sqlite3_db_readonly(g_pConnection, "main"));
 }
@@ -41,7 +45,8 @@ TEST_F(Connection, IsKeptWhateverTheNextPath) {
 TEST_F(Connection, NeitherCreatesAFileNorStaysHalfOpen) {
   const std::string missing = directory_ / "missing.db";
   const LogLines failed = {"I Connecting to DB start: " + missing,
-                           "I Failed to connect to DB : unable to open database file", "I Close DB "};
+                           "I Failed to connect to DB : unable to open database file", CannotOpen(missing),
+                           "I Close DB "};
   EXPECT_EQ(failed, LogOf([&] { EXPECT_EQ(-1, Connect(missing)); }));
   EXPECT_NE(0, access(missing.c_str(), F_OK));
   EXPECT_EQ(nullptr, g_pConnection);
@@ -56,7 +61,8 @@ TEST_F(Connection, IsTriedAgainAfterAFailure) {
 
 TEST_F(Connection, AFailureWithoutAHandleClosesNothing) {
   sqlite_faults::open_codes = {SQLITE_NOMEM};
-  EXPECT_EQ((LogLines{"I Connecting to DB start: " + database_.path(), "I Failed to connect to DB : out of memory"}),
+  EXPECT_EQ((LogLines{"I Connecting to DB start: " + database_.path(), "I Failed to connect to DB : out of memory",
+                      CannotOpen(database_.path(), "out of memory")}),
             LogOf([&] { EXPECT_EQ(-1, Connect(database_.path())); }));
 }
 
@@ -67,7 +73,7 @@ TEST_F(Connection, AFailureEndsTheCurrentStatement) {
   const std::string missing = directory_ / "missing.db";
   EXPECT_EQ(
       (LogLines{"I Connecting to DB start: " + missing, "I Failed to connect to DB : unable to open database file",
-                "I finalize g_pStmt ", "I Close DB "}),
+                CannotOpen(missing), "I finalize g_pStmt ", "I Close DB "}),
       LogOf([&] { EXPECT_EQ(-1, Connect(missing)); }));
   EXPECT_EQ(nullptr, g_pStmt);
   EXPECT_EQ(nullptr, sqlite3_next_stmt(own, nullptr));
@@ -99,7 +105,8 @@ TEST_F(Preparing, MakesThePathAnewEachTime) {
 TEST_F(Preparing, FailsWithoutALineOfItsOwnWhereTheConnectionFails) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ((LogLines{"I Connecting to DB start: " + directory_.path() + "/.corvane.db",
-                      "I Failed to connect to DB : unable to open database file", "I Close DB "}),
+                      "I Failed to connect to DB : unable to open database file",
+                      CannotOpen(directory_.path() + "/.corvane.db"), "I Close DB "}),
             LogOf([] { EXPECT_EQ(-1, Prepare("select 1")); }));
   EXPECT_EQ(nullptr, g_pStmt);
 }

@@ -152,7 +152,8 @@ TEST_P(InnerQuery, AKeyEndsAtItsFirstZeroByte) {
 TEST_P(InnerQuery, FailsWhereTheDatabaseCannotBeOpened) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, GetParam().call("key"));
-  EXPECT_EQ(Join({{Start("key"), "4 Failed to connect to DB : unable to open database file", "4 Close DB "},
+  EXPECT_EQ(Join({{Start("key"), "4 Failed to connect to DB : unable to open database file",
+                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "},
                   kFailedToPrepare}),
             LogLines());
   ExpectUntouched();

@@ -97,7 +97,8 @@ TEST_P(InnerWrite, FailsWhereTheDatabaseCannotBeOpened) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, GetParam().call("app"));
   EXPECT_EQ(Join({GetParam().start,
-                  {"4 Failed to connect to DB : unable to open database file", "4 Close DB "},
+                  {"4 Failed to connect to DB : unable to open database file",
+                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "},
                   kFailedToPrepare}),
             LogLines());
 }

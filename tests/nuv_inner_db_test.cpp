@@ -9,11 +9,14 @@ const Lines kToReadWrite = {"4 " + Yellow("[inner db]connect rw db")};
 const Lines kToReadOnly = {"4 " + Yellow("[inner db]connect ro db")};
 const Lines kIsReadWrite = {"4 " + Yellow("[inner db]connected ro db")};
 const Lines kIsReadOnly = {"4 " + Yellow("[inner db]connected rw db")};
-const Lines kCannotOpen = {"4 Failed to connect to DB : unable to open database file", "4 Close DB "};
 
 class InnerDb : public InnerTest {
  protected:
   void LoseFile() { fake_platform::SetDatabaseDirectory(directory_.path()); }
+  Lines FailedOpening() {
+    return {"4 Failed to connect to DB : unable to open database file", CannotOpen(directory_.path() + "/.corvane.db"),
+            "4 Close DB "};
+  }
   void RestoreFile() { fake_platform::SetDatabaseDirectory(database_.directory()); }
 };
 
@@ -31,7 +34,7 @@ TEST_F(InnerDb, InitFailsWithoutAFile) {
   LoseFile();
   EXPECT_EQ(-1, nuv_inner_db_init());
   EXPECT_EQ("closed", Mode());
-  EXPECT_EQ(Join({{"4 DB init"}, kCannotOpen, {"6 " + Red("Failed to open nuv db")}}), LogLines());
+  EXPECT_EQ(Join({{"4 DB init"}, FailedOpening(), {"6 " + Red("Failed to open nuv db")}}), LogLines());
   RestoreFile();
   EXPECT_EQ(0, nuv_inner_db_init());
 }
@@ -105,12 +108,12 @@ TEST_F(InnerDb, AnExchangeThatCannotOpenKeepsTheModeItTried) {
   nuv_db_ro_exchange();
   EXPECT_EQ("closed", Mode());
   EXPECT_EQ(0, g_db_type);
-  EXPECT_EQ(Join({kCannotOpen, kToReadOnly}), LogLines()) << "the result is ignored";
+  EXPECT_EQ(Join({FailedOpening(), kToReadOnly}), LogLines()) << "the result is ignored";
   Forget();
   nuv_db_rw_exchange();
   EXPECT_EQ("closed", Mode());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ(Join({kCannotOpen, kToReadWrite}), LogLines());
+  EXPECT_EQ(Join({FailedOpening(), kToReadWrite}), LogLines());
   RestoreFile();
   nuv_db_rw_exchange();
   EXPECT_EQ("closed", Mode()) << "the mode is read-write already";

@@ -50,7 +50,9 @@ TEST_F(InnerStatements, PreparingFailsWhereOpeningFails) {
   EXPECT_EQ(-1, Prepare_Inner("select id from widgetinfo", kReadWrite));
   EXPECT_EQ(nullptr, g_pStmt_Inner);
   EXPECT_TRUE(sqlite_faults::Prepared().empty());
-  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", "4 Close DB "}), LogLines());
+  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file",
+                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "}),
+            LogLines());
 }
 
 TEST_F(InnerStatements, AWrongStatementIsAnError) {

@@ -71,7 +71,8 @@ TEST_F(InnerValueUpdate, AnUnknownKeyFailsAfterTheReopening) {
 TEST_F(InnerValueUpdate, AnOpeningThatFailsIsTriedOnceMoreForReading) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
-  const Lines failed = {"4 Failed to connect to DB : unable to open database file", "4 Close DB "};
+  const Lines failed = {"4 Failed to connect to DB : unable to open database file",
+                        CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "};
   EXPECT_EQ(Join({kStart, failed, {"4 Start"}, failed, kFailedToPrepare, End(-1)}), LogLines());
   EXPECT_EQ((std::vector<int>{kFlagsReadWrite, kFlagsReadOnly}), Flags());
   EXPECT_EQ(0, g_db_type);

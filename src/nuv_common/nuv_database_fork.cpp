@@ -92,7 +92,8 @@ void InChild() NUV_UNANALYSED {
 
 }  // namespace
 
-int LookAfterAtFork(DatabaseSide& side) {
+int LookAfterAtFork(DatabaseSide& side, void (*forgetMode)()) {
+  side.forgetMode = forgetMode;
   const bool first = firstSide == nullptr;
   side.nextAtFork = firstSide;
   firstSide = &side;

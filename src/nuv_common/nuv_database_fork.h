@@ -7,8 +7,9 @@
 
 #include "nuv_common/nuv_statement.h"
 
-// Has fork() look after a side from now on: 0, or an error number. In a child the side has no connection.
-int LookAfterAtFork(DatabaseSide& side);
+// Has fork() look after a side from now on: 0, or an error number. In a child the side has no connection; what it kept
+// of one beside its handles, forgetMode forgets.
+int LookAfterAtFork(DatabaseSide& side, void (*forgetMode)() = nullptr);
 
 // Whether this process is a child that was refused the database; logged for the caller.
 bool DatabaseIsRefused(const LogOrigin& origin);

@@ -1,8 +1,14 @@
 #include "nuv_common/nuv_statement.h"
 
+#include <sys/stat.h>
+
 #include "nuv_common/nuv_database_fork.h"
 
 namespace {
+
+// Where a host has its connections share their caches, ours do not: a connection for writing that shares one opened for
+// reading cannot write.
+constexpr int kOpenFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE;
 
 void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   if (side.statement == nullptr) return;
@@ -53,9 +59,21 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
   }
 }
 
-// Closes what a failed opening left, and logs its reason.
+// Whether the name is of something whose opening, or reading, may take for ever: a pipe, a device, a socket. SQLite
+// itself refuses a directory.
+bool IsNoFile(const char* path) {
+  struct stat found = {};
+  return stat(path, &found) == 0 && !S_ISREG(found.st_mode) && !S_ISDIR(found.st_mode);
+}
+
+// Why an opening failed: as it is documented, and with the path, for those who read errors only.
+void LogFailedOpening(const char* words, const char* path, const char* reason, const LogOrigin& origin) {
+  NUV_INFO_FROM(origin, "Failed to connect to DB : %s", words);
+  NUV_ERROR_FROM(origin, NUV_RED "cannot open %s: %s" NUV_PLAIN, path, reason);
+}
+
+// Closes what a failed opening left.
 void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
-  NUV_INFO_FROM(origin, "Failed to connect to DB : %s", sqlite3_errmsg(side.connection));
   if (side.statement != nullptr) {
     NUV_INFO_FROM(origin, "finalize %s ", side.statementName);
     sqlite3_finalize(side.statement);
@@ -71,10 +89,14 @@ void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQU
 
 int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) {
   if (DatabaseIsRefused(origin)) return kDatabaseFailed;
-  const int code = sqlite3_open_v2(path, &side.connection, accessFlag | SQLITE_OPEN_NOMUTEX, nullptr);
-  if (code == SQLITE_OK) {
+  if (IsNoFile(path)) {
+    LogFailedOpening(sqlite3_errstr(SQLITE_CANTOPEN), path, "not a regular file", origin);
+  } else if (sqlite3_open_v2(path, &side.connection, accessFlag | kOpenFlags, nullptr) == SQLITE_OK) {
     NUV_INFO_FROM(origin, "Connected to DB");
     return 0;
+  } else {
+    const char* words = sqlite3_errmsg(side.connection);
+    LogFailedOpening(words, path, words, origin);
   }
   CloseFailedConnection(side, origin);
   return kDatabaseFailed;

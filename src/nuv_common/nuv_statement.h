@@ -18,12 +18,13 @@ constexpr int kDatabaseBusy = -2;
 struct DatabaseSide {
   const char* statementName;  // as log lines have it
   void (*waitBeforeRetry)();
-  void (*forgetMode)();  // in a forked child, together with the connection; null: there is nothing to forget
   sqlite3*& connection NUV_GUARDED_BY(turn);
   sqlite3_stmt*& statement NUV_GUARDED_BY(turn);
   // A leaf: nothing but SQLite and the log is called under it.
   Mutex turn{kRecursiveMutex};
-  DatabaseSide* nextAtFork = nullptr;  // see nuv_database_fork.h
+  // Set by LookAfterAtFork().
+  void (*forgetMode)() = nullptr;
+  DatabaseSide* nextAtFork = nullptr;
 };
 
 // Opens the database at path without ever creating it: 0, or kDatabaseFailed, with no connection and the reason logged.

@@ -18,7 +18,7 @@ void WaitForWriter() {
 
 }  // namespace
 
-DatabaseSide readSide = {"g_pStmt", WaitForWriter, nullptr, g_pConnection, g_pStmt};
+DatabaseSide readSide = {"g_pStmt", WaitForWriter, g_pConnection, g_pStmt};
 
 namespace {
 

@@ -53,11 +53,11 @@ PathText MakePath() {
 
 }  // namespace
 
-DatabaseSide innerSide = {"g_pStmt_Inner", WaitForOtherWriter, ForgetMode, g_pConnection_Inner, g_pStmt_Inner};
+DatabaseSide innerSide = {"g_pStmt_Inner", WaitForOtherWriter, g_pConnection_Inner, g_pStmt_Inner};
 
 namespace {
 
-[[maybe_unused]] const int registered = LookAfterAtFork(innerSide);
+[[maybe_unused]] const int registered = LookAfterAtFork(innerSide, ForgetMode);
 
 }  // namespace
 

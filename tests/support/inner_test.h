@@ -73,12 +73,16 @@ inline const Lines kPrepareBusy =
     Join({Times(49, {"4 prepare return SQLITE_BUSY", "4 " + Yellow("retry prepare")}),
           {"4 prepare return SQLITE_BUSY", "4 prepare retry is up to MAX_RETRY_COUNT", "6 " + Yellow("End,ret = -2")}});
 
+inline std::string CannotOpen(const std::string& path) {
+  return "6 " + Red("cannot open " + path + ": unable to open database file");
+}
+
 // A step, or a prepare, that stayed busy for all its tries.
 inline const std::deque<int> kBusyForGood(50, SQLITE_BUSY);
 inline const std::vector<std::string> kAllSleeps(49, "sleep 1");
 
-constexpr int kFlagsReadOnly = 0x8001;
-constexpr int kFlagsReadWrite = 0x8002;
+constexpr int kFlagsReadOnly = 0x48001;
+constexpr int kFlagsReadWrite = 0x48002;
 
 // A statement with its "?" replaced by the values, which are separated by blanks.
 inline std::string Fill(std::string statement, const std::string& values) {
