@@ -24,6 +24,11 @@ int Find(const std::string& id) {
   return m_nuv_get_app_info(id.c_str(), &info);
 }
 
+int FindOnInnerSide(const std::string& id) {
+  _APPSINFO_T info;
+  return nuv_inner_get_app_info_by_id(id, info, true);
+}
+
 bool LoggedSqlite(const std::string& message) {
   return fake_platform::LogPriority(Coloured(kRed, "SQLite: " + message)) == 6;
 }
@@ -214,6 +219,27 @@ TEST_F(Damage, AFileThatIsReplacedInPlaceIsReadAnew) {
   WriteInPlace(ReadFile(other.path()));
   EXPECT_EQ(-1, Find("app1"));
   EXPECT_EQ(0, Find("new"));
+}
+
+// The same bytes, so that SQLite's count of changes is the same, too: what was seen in between must not stay.
+TEST_F(Damage, AFileThatIsRestoredByACopyIsReadAgainWhateverWasSeenInBetween) {
+  ASSERT_EQ(0, Find("app1"));
+  ASSERT_EQ(0, FindOnInnerSide("app1"));
+  for (const size_t size :
+       {size_t{0}, size_t{1}, size_t{100}, size_t{1024}, size_t{4096}, size_t{8192}, good_.size() / 2}) {
+    for (const int looks : {1, 2, 3}) {
+      SCOPED_TRACE(std::to_string(size) + " bytes, seen so often: " + std::to_string(looks));
+      WriteInPlace(good_.substr(0, size));
+      for (int look = 0; look < looks; ++look) {
+        EXPECT_EQ(-1, Find("none"));
+        EXPECT_EQ(-1, FindOnInnerSide("none"));
+      }
+      WriteInPlace(good_);
+      EXPECT_EQ(0, Find("app1"));
+      EXPECT_EQ(0, FindOnInnerSide("app1"));
+      EXPECT_EQ(2, sqlite_faults::LiveConnections()) << "no connection is closed for that";
+    }
+  }
 }
 
 TEST_F(Damage, ADeletedFileStaysReadable) {

@@ -22,6 +22,13 @@ void LogSqliteMessage(const DatabaseSide& side, const LogOrigin& origin) NUV_REQ
   NUV_ERROR_FROM(origin, NUV_RED "SQLite: %s" NUV_PLAIN, sqlite3_errmsg(side.connection));
 }
 
+// Makes the next call read the file anew. A database that is restored by a copy over the file keeps its count of
+// changes, by which SQLite tells whether its pages still hold: without this, what was seen of the file while it was
+// being written would hold for good. SQLite drops its schema by itself, once the pages show another one.
+void ForgetPages(const DatabaseSide& side) NUV_REQUIRES(side.turn) {
+  if (side.connection != nullptr) sqlite3_db_release_memory(side.connection);
+}
+
 bool HasStatement(const DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   if (side.statement != nullptr) return true;
   NUV_ERROR_FROM(origin, NUV_RED "%s is NULL" NUV_PLAIN, side.statementName);
@@ -110,7 +117,9 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
     LogSqliteMessage(side, origin);
   }
   FinalizeStatement(side, "m_pStmt", origin);
-  return code == SQLITE_BUSY ? kDatabaseBusy : kDatabaseFailed;
+  if (code == SQLITE_BUSY) return kDatabaseBusy;
+  ForgetPages(side);
+  return kDatabaseFailed;
 }
 
 int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) {
@@ -128,6 +137,7 @@ int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) {
     LogSqliteMessage(side, origin);
   }
   FinalizeStatement(side, side.statementName, origin);
+  if (code != SQLITE_DONE && code != SQLITE_BUSY) ForgetPages(side);
   return code;
 }
 
