@@ -2,6 +2,7 @@
 #include "nuv_db_api/nuv_app_list_query.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "app_list_test.h"
 #include "nuv_db_api/nuv_db_statement.h"
@@ -114,13 +115,68 @@ std::string CachePages() {
   return pages;
 }
 
-TYPED_TEST(ListWorker, ALongListKeepsLessInTheCache) {
+// What the cache is like at each row of a list whose clause has "seen()"; each row then does what the test wants.
+std::vector<std::string> seen_caches;
+std::function<void(sqlite3_context*)> at_row;
+void NoteCaches() {
+  seen_caches.clear();
+  at_row = nullptr;
+  sqlite3_create_function(
+      g_pConnection, "seen", 0, SQLITE_UTF8, nullptr,
+      [](sqlite3_context* context, int, sqlite3_value**) {
+        seen_caches.push_back(CachePages());
+        sqlite3_result_int(context, 1);
+        if (at_row) at_row(context);
+      },
+      nullptr, nullptr);
+}
+
+TYPED_TEST(ListWorker, ALongListKeepsLessInTheCacheWhileItIsRead) {
   this->database_.AddMany(1);
   auto list = Dirty<TypeParam>(2001);
-  EXPECT_EQ(0, Read(list, 2000));
-  EXPECT_EQ("-2000", CachePages());  // SQLite's own
-  EXPECT_EQ(0, Read(list, 2001));
+  ASSERT_EQ(0, Read(list, 2000));
+  NoteCaches();
+  EXPECT_EQ(0, Read(list, 2000, " where seen()"));
+  EXPECT_EQ(0, Read(list, 2001, " where seen()"));
+  EXPECT_EQ((std::vector<std::string>{"-2000", "-1000"}), seen_caches);  // the first is SQLite's own
+  EXPECT_EQ("-2000", CachePages());
+}
+
+TYPED_TEST(ListWorker, TheCacheHasItsSizeBackHoweverALongListEnds) {
+  this->database_.AddMany(3);
+  auto list = Dirty<TypeParam>(2001);
+  ASSERT_EQ(0, Read(list, 3));
+  sqlite3_stmt* statement = nullptr;  // a size that a build of SQLite may have for its own
+  ASSERT_EQ(SQLITE_OK, sqlite3_prepare_v2(g_pConnection, "pragma cache_size = -1500", -1, &statement, nullptr));
+  sqlite3_step(statement);
+  sqlite3_finalize(statement);
+  NoteCaches();
+  at_row = [](sqlite3_context*) { sqlite_faults::step_codes.assign(50, SQLITE_BUSY); };
+  EXPECT_EQ(-2, Read(list, 2001, " where seen()"));
+  EXPECT_EQ("-1500", CachePages()) << "busy behind a row";
+  at_row = [](sqlite3_context* context) { sqlite3_result_error(context, "planted", -1); };
+  EXPECT_EQ(-1, Read(list, 2001, " where seen()"));
+  EXPECT_EQ("-1500", CachePages()) << "an error";
+  EXPECT_EQ(-1, Read(list, 2001, " where no_such_column"));
+  EXPECT_EQ("-1500", CachePages()) << "a statement that cannot be made";
+  at_row = [](sqlite3_context* context) { sqlite3_result_error_nomem(context); };
+  EXPECT_EQ(-1, Read(list, 2001, " where seen()"));
+  EXPECT_EQ("-1500", CachePages()) << "no memory";
+  EXPECT_EQ((std::vector<std::string>{"-1000", "-1000", "-1000"}), seen_caches);
+}
+
+// Where there is no memory for that either, the next query does it.
+TYPED_TEST(ListWorker, TheCacheHasItsSizeBackWithTheNextQueryWhereItCouldNotHaveItAtOnce) {
+  this->database_.AddMany(1);
+  auto list = Dirty<TypeParam>(2001);
+  ASSERT_EQ(0, Read(list, 1));
+  NoteCaches();
+  at_row = [](sqlite3_context*) { sqlite_faults::prepare_codes = {SQLITE_NOMEM}; };
+  EXPECT_EQ(0, Read(list, 2001, " where seen()"));
+  EXPECT_TRUE(sqlite_faults::prepare_codes.empty());
   EXPECT_EQ("-1000", CachePages());
+  EXPECT_EQ(0, Read(list, 1));
+  EXPECT_EQ("-2000", CachePages());
 }
 
 TYPED_TEST(ListWorker, AFailedPrepareLeavesTheArrayAlone) {

@@ -17,10 +17,6 @@ constexpr int kFirstDownloadIndex = 300;
 // the two that come on top: the memory is of no use.
 constexpr int kLongList = 2000;
 
-void LimitCachesFor(int count) NUV_REQUIRES(readSide.turn) {
-  if (count > kLongList) LimitCaches();
-}
-
 template <typename Record>
 void ClearRecords(Record* list, int count) {
   if (count > 0) memset(list, 0, static_cast<size_t>(count) * sizeof(Record));
@@ -46,7 +42,7 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& st
   StatementCycle cycle;
   const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(strParam), binds);
   if (prepared != 0) return prepared;
-  LimitCachesFor(real_count);
+  const SmallCaches caches(real_count > kLongList);
   ClearRecords(list, real_count);
   int stored = 0;
   while (cycle.NextRow()) {
@@ -73,7 +69,7 @@ int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strPara
   StatementCycle cycle;
   const int prepared = cycle.Begin(sql, binds);
   if (prepared != 0) return prepared;
-  LimitCachesFor(real_count);
+  const SmallCaches caches(real_count > kLongList);
   ClearRecords(list, real_count);
   int stored = 0;
   while (cycle.NextRow()) {

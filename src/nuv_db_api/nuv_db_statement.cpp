@@ -4,6 +4,9 @@
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "nuv_common/nuv_database_fork.h"
 #include "nuv_common/nuv_pause.h"
 
@@ -22,7 +25,37 @@ DatabaseSide readSide = {"g_pStmt", WaitForWriter, g_pConnection, g_pStmt};
 
 namespace {
 
-[[maybe_unused]] const int registered = LookAfterAtFork(readSide);
+constexpr int kSmallCacheSize = -1000;  // in kibibytes, as SQLite has it
+
+// What the caches are to have again; 0: they have it. Part of the connection.
+int cacheSizeToRestore NUV_GUARDED_BY(readSide.turn) = 0;
+
+void ForgetCaches() NUV_UNANALYSED {
+  cacheSizeToRestore = 0;
+}
+
+[[maybe_unused]] const int registered = LookAfterAtFork(readSide, ForgetCaches);
+
+// 0 where SQLite cannot tell.
+int CacheSize() NUV_REQUIRES(readSide.turn) {
+  int size = 0;
+  const auto read = [](void* result, int, char** values, char**) {
+    *static_cast<int*>(result) = atoi(values[0]);
+    return 0;
+  };
+  sqlite3_exec(g_pConnection, "PRAGMA cache_size", read, &size, nullptr);
+  return size;
+}
+
+bool SetCacheSize(int size) NUV_REQUIRES(readSide.turn) {
+  char sql[48];
+  snprintf(sql, sizeof sql, "PRAGMA cache_size = %d", size);
+  return sqlite3_exec(g_pConnection, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+void RestoreCaches() NUV_REQUIRES(readSide.turn) {
+  if (cacheSizeToRestore != 0 && SetCacheSize(cacheSizeToRestore)) cacheSizeToRestore = 0;
+}
 
 int ConnectToDatabase() NUV_REQUIRES(readSide.turn) {
   const char* directory = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
@@ -52,8 +85,14 @@ int Prepare(const std::string& sql) {
   return result;
 }
 
-void LimitCaches() {
-  if (g_pConnection != nullptr) sqlite3_exec(g_pConnection, "PRAGMA cache_size = -1000", nullptr, nullptr, nullptr);
+SmallCaches::SmallCaches(bool wanted) {
+  if (!wanted || cacheSizeToRestore != 0) return;
+  const int before = CacheSize();
+  if (before != 0 && SetCacheSize(kSmallCacheSize)) cacheSizeToRestore = before;
+}
+
+SmallCaches::~SmallCaches() {
+  RestoreCaches();
 }
 
 void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
@@ -89,6 +128,7 @@ void GetValueByDBPosition(unsigned col, std::string& out) {
 StatementCycle::StatementCycle() NUV_UNANALYSED : m_turn(readSide) {}
 
 int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) {
+  RestoreCaches();
   const int result = Prepare(sql);
   if (result == 0) nuvdb_bind(binds);
   return result;

@@ -32,9 +32,15 @@ int Step() NUV_REQUIRES(readSide.turn);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value);
 
-// Makes the connection do with a megabyte for pages and one for sorting: half of SQLite's usual.
-// Without a connection it does nothing.
-void LimitCaches() NUV_REQUIRES(readSide.turn);
+// Where wanted, as long as one lives the connection does with a megabyte for pages and one for sorting: half of
+// SQLite's usual. What it had before it has again afterwards; where that failed, from the next statement on.
+class SmallCaches {
+ public:
+  explicit SmallCaches(bool wanted) NUV_REQUIRES(readSide.turn);
+  ~SmallCaches() NUV_UNANALYSED;
+  SmallCaches(const SmallCaches&) = delete;
+  SmallCaches& operator=(const SmallCaches&) = delete;
+};
 
 // Values of the current row. The text is never null and is SQLite's: it lives until the next step.
 char* GetStringFromResult(unsigned col) NUV_REQUIRES(readSide.turn);
