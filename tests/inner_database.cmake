@@ -18,6 +18,7 @@ nuv_add_database_test(nuv_inner_kill_test)
 nuv_add_database_test(nuv_inner_threads_test)
 nuv_add_database_test(nuv_inner_damage_test)
 nuv_add_database_test(nuv_shared_cache_test)
+nuv_add_database_test(nuv_cancelled_query_test)
 
 # Every exported function, with whatever it needs failing in turn.
 add_library(nuv_exported_calls STATIC support/exported_calls.cpp)

@@ -1,6 +1,7 @@
 // The statement cycle of the application database: what the reading and the writing side of the library have in common.
 #pragma once
 
+#include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 #include <sqlite3.h>
@@ -42,7 +43,7 @@ int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side
 const char* TextOfColumn(const DatabaseSide& side, unsigned column) NUV_REQUIRES(side.turn);
 
 // One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
-// a turn.
+// a turn. It is not cancelled in one: SQLite would be left in the middle of a call.
 class NUV_SCOPED_CAPABILITY DatabaseTurn {
  public:
   explicit DatabaseTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) : m_side(side) { side.turn.lock(); }
@@ -52,6 +53,9 @@ class NUV_SCOPED_CAPABILITY DatabaseTurn {
 
  protected:
   DatabaseSide& m_side;
+
+ private:
+  CancellationOff m_cancellation;  // from before the turn until after it
 };
 
 // A turn for one statement, from prepare to finalize. A statement that an exception left live is finalized at the end:

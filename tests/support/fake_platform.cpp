@@ -29,6 +29,7 @@ struct State {
   std::vector<std::string> effects;
   std::vector<fake_platform::LogLine> log;
   std::function<void(const std::string&)> hook;
+  std::function<void()> log_hook;
   bool log_as_effects = false;
   std::atomic<bool> settings_fail{false};
   std::optional<std::string> database_directory;
@@ -118,6 +119,11 @@ void LetSleepsWait(bool wait) {
   Get().sleeps_wait = wait;
 }
 
+void OnLogLine(std::function<void()> hook) {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().log_hook = std::move(hook);
+}
+
 void OnEffect(std::function<void(const std::string&)> hook) {
   const std::lock_guard<std::mutex> lock(Get().mutex);
   Get().hook = std::move(hook);
@@ -139,9 +145,14 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
   const size_t end = whole.find(" > ");
   const fake_platform::LogLine entry{buffer, priority, end == std::string::npos ? whole : whole.substr(end + 3),
                                      std::string(tag) + " " + whole.substr(0, end)};
-  const std::lock_guard<std::mutex> lock(Get().mutex);
-  Get().log.push_back(entry);
-  if (Get().log_as_effects) Get().effects.push_back("log " + std::to_string(priority) + " " + entry.text);
+  std::function<void()> hook;
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().log.push_back(entry);
+    if (Get().log_as_effects) Get().effects.push_back("log " + std::to_string(priority) + " " + entry.text);
+    hook = Get().log_hook;
+  }
+  if (hook) hook();
   return length;
 }
 

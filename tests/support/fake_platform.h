@@ -34,6 +34,8 @@ void SetFactoryReset(std::optional<int> state);
 void SetRepairMarker(bool exists);
 // usleep() and sleep() are effects ("usleep 10000") and take no time, unless they are let wait.
 void LetSleepsWait(bool wait);
+// Called by the thread that logs, after each line; the hook may end that thread.
+void OnLogLine(std::function<void()> hook);
 // Called by each platform call that is not a log line, with its effect.
 void OnEffect(std::function<void(const std::string&)> hook);
 
