@@ -120,13 +120,6 @@ TEST_F(UsedApps, AreComparedByteForByte) {
   EXPECT_EQ(0, result_);
 }
 
-TEST_F(UsedApps, AnIdEndsAtItsFirstZeroByte) {
-  Run(std::string("app1\0z", 6));
-  EXPECT_EQ(0, result_);
-  Run(std::string("\0z", 2), "select '' where ? = 3");
-  EXPECT_EQ(0, result_);
-}
-
 TEST_F(UsedApps, AnEmptyIdMatchesAnEmptyOrNullColumn) {
   Run("", "select null where ? = 3");
   EXPECT_EQ(0, result_);

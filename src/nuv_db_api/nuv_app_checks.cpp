@@ -17,7 +17,7 @@ bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin&
   while (cycle.NextRow()) {
     if (found) continue;
     GetValueByDBPosition(0, id);
-    found = id == app_id.c_str();
+    found = id == app_id;
     if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[%s] is recently(or most) used app" NUV_PLAIN, app_id.c_str());
   }
   return found;

@@ -91,7 +91,7 @@ bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const Usage
   while (cycle.NextRow()) {
     if (found) continue;
     GetValueByPosition(0, id);
-    found = id == app_id.c_str();
+    found = id == app_id;
     if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[inner db] [%s] %s" NUV_PLAIN, app_id.c_str(), check.matchText);
   }
   return found;
