@@ -11,6 +11,25 @@
 inline constexpr pthread_mutex_t kPlainMutex = PTHREAD_MUTEX_INITIALIZER;
 inline constexpr pthread_mutex_t kRecursiveMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
+#ifdef __SANITIZE_THREAD__
+// ThreadSanitizer does not see that pthread_mutex_clocklock() locks.
+inline bool LockUntil(pthread_mutex_t& mutex, const timespec& deadline) {
+  constexpr timespec kPause = {0, 200000};
+  timespec now = {};
+  while (pthread_mutex_trylock(&mutex) != 0) {
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    if (now.tv_sec > deadline.tv_sec || (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec))
+      return false;
+    nanosleep(&kPause, nullptr);
+  }
+  return true;
+}
+#else
+inline bool LockUntil(pthread_mutex_t& mutex, const timespec& deadline) {
+  return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &deadline) == 0;
+}
+#endif
+
 // A POSIX mutex that the analysis of locks knows.
 class NUV_CAPABILITY Mutex {
  public:
@@ -21,9 +40,7 @@ class NUV_CAPABILITY Mutex {
   void lock() NUV_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
   bool try_lock() NUV_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
   // The deadline is on the monotonic clock: a clock that is set makes nobody wait longer, or not at all.
-  bool try_lock_until(const timespec& deadline) NUV_TRY_ACQUIRE(true) {
-    return pthread_mutex_clocklock(&m_mutex, CLOCK_MONOTONIC, &deadline) == 0;
-  }
+  bool try_lock_until(const timespec& deadline) NUV_TRY_ACQUIRE(true) { return LockUntil(m_mutex, deadline); }
   void unlock() NUV_RELEASE() { pthread_mutex_unlock(&m_mutex); }
 
   // As it was made, whoever held it: for a forked child, in which that thread does not exist.
