@@ -140,17 +140,27 @@ TEST_F(InnerFork, AChildUsesAConnectionOfItsOwn) {
 }
 
 TEST_F(InnerFork, AChildForgetsTheModeTogetherWithTheConnection) {
+  const auto switch_and_write = [] {
+    nuv_db_rw_exchange();
+    return Mode() == "read-write" && nuv_db_update_app_count("app") == 0 ? 0 : 1;
+  };
   nuv_db_ro_exchange();
   ASSERT_EQ(0, g_db_type);
-  EXPECT_EQ(0, InChild([] {
-              if (g_db_type != 1) return 1;
-              _APPSINFO_T info;
-              if (nuv_inner_get_app_info_by_id("app", info, true) != 0 || g_db_type != 0) return 2;
-              nuv_db_rw_exchange();
-              return Mode() == "read-write" && nuv_db_update_app_count("app") == 0 ? 0 : 3;
-            }));
+  EXPECT_EQ(0, InChild(switch_and_write));
   EXPECT_EQ("1", Count());
   EXPECT_EQ(0, g_db_type) << "the parent's mode is the parent's";
+  nuv_db_rw_exchange();
+  ASSERT_EQ(1, g_db_type);
+  EXPECT_EQ(0, InChild(switch_and_write));
+  EXPECT_EQ("2", Count());
+  EXPECT_EQ(1, g_db_type);
+  EXPECT_EQ(0, InChild([] {
+              _APPSINFO_T info;
+              const int found = nuv_inner_get_app_info_by_id("app", info, true);
+              nuv_db_rw_exchange();
+              return found == 0 && Mode() == "read-write" && nuv_db_update_app_count("app") == 0 ? 0 : 1;
+            }));
+  EXPECT_EQ("3", Count());
 }
 
 TEST_F(InnerFork, AChildIsNotHeldUpByAChangeOfAnotherThread) {

@@ -22,8 +22,9 @@ void WaitForOtherWriter() {
   Pause({1, 0}, [] { return sleep(1); });
 }
 
+// A child has no connection, so none for writing: it can be switched to writing at once, whatever its parent had open.
 void ForgetMode() NUV_UNANALYSED {
-  g_db_type = kReadWrite;
+  g_db_type = kReadOnly;
 }
 
 struct FreeText {
