@@ -20,7 +20,9 @@ int ExitStatus(int wait_status) {
 
 }  // namespace
 
-Applications::Applications(RunningFiles files, const Journal& journal) : files_(std::move(files)), journal_(journal) {}
+Applications::Applications(RunningFiles& files, const Journal& journal) : files_(files), journal_(journal) {
+  files_.Clear();
+}
 
 void Applications::ShutDown() {
   shut_down_ = true;

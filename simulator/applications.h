@@ -25,7 +25,7 @@ class Applications {
   };
   using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
 
-  Applications(RunningFiles files, const Journal& journal);
+  Applications(RunningFiles& files, const Journal& journal);
   Applications(const Applications&) = delete;
   Applications& operator=(const Applications&) = delete;
 
@@ -56,7 +56,7 @@ class Applications {
   void FrontChanged();
   pid_t Front() const { return shown_.empty() ? 0 : shown_.back(); }
 
-  RunningFiles files_;
+  RunningFiles& files_;
   const Journal& journal_;
   std::vector<Ended> ended_;
   std::map<pid_t, App> apps_;

@@ -1,69 +1,116 @@
 #include "running_files.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <filesystem>
+#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
+
+#include "journal.h"
 
 namespace simulator {
 namespace {
 
-namespace fs = std::filesystem;
+constexpr const char* kDatabase = ".corvane.db";
+constexpr const char* kHbbtv = "hbbtv";
+constexpr const char* kFresh = ".nuv-simulator.new";
+constexpr std::size_t kLongest = 4096;  // what is longer was not written here
 
 // An id out of a catalogue may be any text; only a plain name becomes a file.
 bool IsFileName(const std::string& name) {
   return !name.empty() && name[0] != '.' && name.size() <= NAME_MAX && name.find('/') == name.npos;
 }
 
-}  // namespace
-
-RunningFiles::RunningFiles(const std::string& directory) : directory_(directory) {
-  fs::remove_all(directory_ + "/running");
-  fs::create_directories(directory_ + "/running");
-  SetHbbtv("");
+bool IsRunningFile(const std::string& content) {
+  static const std::regex form("pid [0-9]{1,20}\nstatus [0-9]{1,20}\nstarttime [0-9]{1,20}\n");
+  return std::regex_match(content, form);
 }
 
-std::string RunningFiles::PathOf(const std::string& platform_id) const {
-  return directory_ + "/running/" + platform_id;
+bool IsLine(const std::string& content) {
+  return content.size() > 1 && content.size() <= kLongest && content.find('\n') == content.size() - 1;
+}
+
+// Whoever wrote it may have been killed before it was full.
+bool IsFresh(const std::string& content) {
+  return content.empty() || IsLine(content) || IsRunningFile(content);
+}
+
+}  // namespace
+
+RunningFiles::RunningFiles(const std::string& directory) : state_(directory), running_(state_.Make("running")) {}
+
+void RunningFiles::Clear() const {
+  for (const std::string& name : running_.Names()) RemoveRunning(name);
+  RemoveOwn(state_, kFresh, IsFresh);
+  RemoveOwn(state_, kHbbtv, IsLine);
+}
+
+// SQLite would create it as well, but through whatever has the name.
+std::string RunningFiles::DatabasePath() const {
+  const int error = state_.Create(kDatabase, "");
+  std::string path = state_.PathOf(kDatabase);
+  if (error != 0 && error != EEXIST) throw DirectoryError(path + ": " + std::strerror(error));
+  if (!state_.IsFile(kDatabase)) {
+    throw DirectoryError(path + " is in the way: the database has to be a file, and no link; move it away");
+  }
+  return path;
 }
 
 void RunningFiles::Write(const std::string& platform_id, pid_t pid, AppStatus status) const {
   if (!IsFileName(platform_id)) {
-    std::fprintf(stderr, "nuv-simulator: \"%s\" cannot be a file name: the platform will not see it run\n",
-                 platform_id.c_str());
+    Warn("\"" + platform_id + "\" cannot be a file name: the platform will not see it run");
     return;
   }
   std::ostringstream content;
   content << "pid " << pid << "\nstatus " << static_cast<int>(status) << "\nstarttime " << StartTime(pid) << "\n";
-  Replace(PathOf(platform_id), content.str());
+  Replace(running_, platform_id, content.str(), IsRunningFile);
 }
 
 void RunningFiles::Remove(const std::string& platform_id) const {
-  std::error_code ignored;
-  if (IsFileName(platform_id)) fs::remove(PathOf(platform_id), ignored);
+  if (IsFileName(platform_id)) RemoveRunning(platform_id);
 }
 
-void RunningFiles::SetHbbtv(const std::string& platform_id) const {
-  const std::string path = directory_ + "/hbbtv";
-  std::error_code ignored;
-  if (platform_id.empty()) {
-    fs::remove(path, ignored);
+void RunningFiles::SetHbbtv(const std::string& platform_id) {
+  if (platform_id == hbbtv_) return;
+  const std::string line = platform_id + "\n";
+  if (!platform_id.empty() && !IsLine(line)) Warn("\"" + platform_id + "\" is no line of text, which hbbtv has to be");
+  if (IsLine(line)) {
+    hbbtv_ = Replace(state_, kHbbtv, line, IsLine) ? platform_id : "";
   } else {
-    Replace(path, platform_id + "\n");
+    hbbtv_.clear();
+    RemoveOwn(state_, kHbbtv, IsLine);
   }
 }
 
+void RunningFiles::RemoveRunning(const std::string& name) const {
+  const auto content = running_.Read(name, kLongest);
+  if (content && IsRunningFile(*content)) running_.Remove(name);
+}
+
+bool RunningFiles::InTheWay(const Directory& place, const std::string& name, const Form& form) const {
+  if (!place.Has(name)) return false;
+  const auto content = place.Read(name, kLongest);
+  if (content && form(*content)) return false;
+  Warn(place.PathOf(name) + " is in the way: nuv-simulator did not write it and leaves it alone; move it away");
+  return true;
+}
+
+void RunningFiles::RemoveOwn(const Directory& place, const std::string& name, const Form& form) const {
+  if (!InTheWay(place, name, form)) place.Remove(name);
+}
+
 // The new file is made outside running/, where every file counts as an application.
-void RunningFiles::Replace(const std::string& path, const std::string& content) const {
-  const std::string fresh = directory_ + "/.nuv-simulator.new";
-  std::error_code error;
-  std::ofstream out(fresh, std::ios::trunc);
-  out << content;
-  out.close();
-  if (out.good()) fs::rename(fresh, path, error);
-  if (!out.good() || error) std::fprintf(stderr, "nuv-simulator: %s cannot be written\n", path.c_str());
+bool RunningFiles::Replace(const Directory& place, const std::string& name, const std::string& content,
+                           const Form& form) const {
+  if (InTheWay(place, name, form) || InTheWay(state_, kFresh, IsFresh)) return false;
+  state_.Remove(kFresh);
+  int error = state_.Create(kFresh, content);
+  if (error == 0) error = state_.MoveTo(place, kFresh, name);
+  if (error != 0) Warn(place.PathOf(name) + " cannot be written: " + std::strerror(error));
+  return error == 0;
 }
 
 unsigned long long StartTime(pid_t pid) {

@@ -3,27 +3,40 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
+
+#include "directory.h"
 
 namespace simulator {
 
 // How an application shows. The numbers are the platform's.
 enum class AppStatus { kVisible = 3, kHidden = 4, kBackground = 5 };
 
+// Replaces and removes only what looks like its own files: whatever else people keep there stays.
 class RunningFiles {
  public:
-  // Removes what an earlier run left behind.
+  // Nothing is changed before Clear().
   explicit RunningFiles(const std::string& directory);
+
+  void Clear() const;                // removes what an earlier run left behind
+  std::string DatabasePath() const;  // of a database that is a file; made where it is missing. Throws DirectoryError
 
   void Write(const std::string& platform_id, pid_t pid, AppStatus status) const;
   void Remove(const std::string& platform_id) const;
-  void SetHbbtv(const std::string& platform_id) const;  // empty when no HbbTV application is in front
+  void SetHbbtv(const std::string& platform_id);  // empty when no HbbTV application is in front
 
  private:
-  void Replace(const std::string& path, const std::string& content) const;
-  std::string PathOf(const std::string& platform_id) const;
+  using Form = std::function<bool(const std::string& content)>;
 
-  std::string directory_;
+  bool InTheWay(const Directory& place, const std::string& name, const Form& form) const;
+  bool Replace(const Directory& place, const std::string& name, const std::string& content, const Form& form) const;
+  void RemoveRunning(const std::string& name) const;
+  void RemoveOwn(const Directory& place, const std::string& name, const Form& form) const;
+
+  Directory state_;
+  Directory running_;
+  std::string hbbtv_;  // what is in that file; empty when there is none of this run
 };
 
 // When the process started, in clock ticks since boot; 0 when there is no such process.

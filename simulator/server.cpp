@@ -26,6 +26,7 @@ Server::Server(const Options& options, ScenarioFile& scenario, std::optional<Cat
       scenario_(scenario),
       seed_(std::move(seed)),
       journal_(options.verbose),
+      files_(options.directory),
       loop_(g_main_loop_new(nullptr, FALSE)),
       ready_fd_(options.ready_fd) {}
 
@@ -69,7 +70,7 @@ void Server::Connect() {
 }
 
 void Server::PrepareService() {
-  auto service = std::make_unique<Service>(options_, scenario_, journal_);
+  auto service = std::make_unique<Service>(options_, files_, scenario_, journal_);
   if (seed_) {
     service->catalogue.Load(*seed_);
   } else if (service->catalogue.was_empty()) {

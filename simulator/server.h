@@ -7,11 +7,13 @@
 #include "bus_link.h"
 #include "dispatcher.h"
 #include "options.h"
+#include "running_files.h"
 
 namespace simulator {
 
 class Server {
  public:
+  // Throws DirectoryError when the state directory is not to be used.
   Server(const Options& options, ScenarioFile& scenario, std::optional<Catalogue> seed);
   ~Server();
   Server(const Server&) = delete;
@@ -36,6 +38,7 @@ class Server {
   ScenarioFile& scenario_;
   std::optional<Catalogue> seed_;
   Journal journal_;
+  RunningFiles files_;
   std::unique_ptr<GMainLoop, LoopUnref> loop_;
   std::unique_ptr<Service> service_;  // from the first connection on
   std::unique_ptr<Dispatcher> dispatcher_;

@@ -1,7 +1,5 @@
 #include "service_methods.h"
 
-#include <filesystem>
-
 namespace simulator {
 namespace {
 
@@ -101,17 +99,12 @@ constexpr ServiceMethod kMethods[] = {
     {"nuv_command", 1, -1, LogArguments},
 };
 
-std::string MakeDirectory(const std::string& directory) {
-  std::filesystem::create_directories(directory);
-  return directory;
-}
-
 }  // namespace
 
-Service::Service(const Options& options, ScenarioFile& scenario, const Journal& the_journal)
+Service::Service(const Options& options, RunningFiles& files, ScenarioFile& scenario, const Journal& the_journal)
     : journal(the_journal),
-      catalogue(MakeDirectory(options.directory) + "/.corvane.db"),
-      applications(RunningFiles(options.directory), the_journal),
+      catalogue(files.DatabasePath()),
+      applications(files, the_journal),
       pin_gate(options, scenario, catalogue, applications, the_journal),
       launcher(catalogue, applications, pin_gate, options.settle_ms) {}
 

@@ -14,7 +14,7 @@ namespace simulator {
 
 // The parts that the methods work on.
 struct Service {
-  Service(const Options& options, ScenarioFile& scenario, const Journal& journal);
+  Service(const Options& options, RunningFiles& files, ScenarioFile& scenario, const Journal& journal);
 
   const Journal& journal;
   CatalogueDb catalogue;

@@ -10,7 +10,7 @@ constexpr int kBusyTimeoutMs = 1000;
 
 Database::Database(const std::string& path) {
   sqlite3* handle = nullptr;
-  const int code = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  const int code = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr);
   handle_.reset(handle);
   if (code != SQLITE_OK) throw DatabaseError(path + ": " + sqlite3_errstr(code));
   sqlite3_busy_timeout(handle, kBusyTimeoutMs);

@@ -18,7 +18,7 @@ class Statement;
 
 class Database {
  public:
-  explicit Database(const std::string& path);
+  explicit Database(const std::string& path);  // of a file that is there, through no link
 
   Statement Prepare(const std::string& sql);
   void Run(const std::string& sql);  // a statement without parameters or result

@@ -1,0 +1,177 @@
+#include "directory.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+namespace simulator {
+namespace {
+
+constexpr mode_t kOwnerOnly = 0700;
+constexpr mode_t kReadableDirectory = 0755;
+constexpr mode_t kReadableFile = 0644;
+constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+std::string NameOf(uid_t user) {
+  const passwd* entry = getpwuid(user);
+  const std::string number = "user " + std::to_string(user);
+  return entry == nullptr ? number : number + " (" + entry->pw_name + ")";
+}
+
+[[noreturn]] void Throw(const std::string& path, int error) {
+  throw DirectoryError(path + ": " + std::strerror(error));
+}
+
+// "mine/" names what a link leads to, not the link.
+std::string WithoutSlashes(std::string path) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  return path;
+}
+
+// A link that somebody else has put there would lead to a directory of his choice. The administrator's may.
+void CheckLink(const std::string& path) {
+  struct stat link {};
+  if (lstat(path.c_str(), &link) != 0 || !S_ISLNK(link.st_mode)) return;
+  if (link.st_uid == geteuid() || link.st_uid == 0) return;
+  throw DirectoryError(path + " is a link of the " + NameOf(link.st_uid) +
+                       " and is not followed: name the directory itself, or another");
+}
+
+void MakeMissing(const std::string& path) {
+  if (mkdir(path.c_str(), kOwnerOnly) == 0 || errno == EEXIST) return;
+  const std::string above = WithoutSlashes(std::filesystem::path(path).parent_path().string());
+  if (errno != ENOENT || above.empty() || above == path) Throw(path, errno);
+  MakeMissing(above);
+  if (mkdir(path.c_str(), kOwnerOnly) != 0 && errno != EEXIST) Throw(path, errno);
+}
+
+std::string OctalMode(mode_t mode) {
+  char text[8];
+  std::snprintf(text, sizeof text, "%04o", static_cast<unsigned>(mode) & 07777U);
+  return text;
+}
+
+}  // namespace
+
+Directory::Directory(const std::string& path) : file_(-1), path_(WithoutSlashes(path)) {
+  if (path_.empty()) throw DirectoryError("the state directory has no name");
+  CheckLink(path_);
+  MakeMissing(path_);
+  file_ = open(path_.c_str(), kOpenDirectory);
+  if (file_ < 0) Throw(path_, errno);
+  try {
+    Check();
+    path_ = std::filesystem::canonical(path_).string();
+  } catch (...) {
+    close(file_);
+    throw;
+  }
+}
+
+Directory::Directory(int file, std::string path) : file_(file), path_(std::move(path)) {}
+
+Directory::Directory(Directory&& other) noexcept
+    : file_(std::exchange(other.file_, -1)), path_(std::move(other.path_)) {}
+
+Directory::~Directory() {
+  if (file_ >= 0) close(file_);
+}
+
+Directory Directory::Make(const std::string& name) const {
+  const std::string path = PathOf(name);
+  if (mkdirat(file_, name.c_str(), kReadableDirectory) != 0 && errno != EEXIST) Throw(path, errno);
+  Directory made(openat(file_, name.c_str(), kOpenDirectory | O_NOFOLLOW), path);
+  if (made.file_ < 0) {
+    const bool other = errno == ELOOP || errno == ENOTDIR;
+    throw DirectoryError(path + (other ? " is in the way: a directory has to be there, and no link; move it away"
+                                       : std::string(": ") + std::strerror(errno)));
+  }
+  made.Check();
+  return made;
+}
+
+// Of what is open, not of what has the name meanwhile.
+void Directory::Check() const {
+  struct stat self {};
+  if (fstat(file_, &self) != 0) Throw(path_, errno);
+  if (self.st_uid != geteuid()) {
+    throw DirectoryError(path_ + " belongs to the " + NameOf(self.st_uid) + ", and this is the " + NameOf(geteuid()) +
+                         ": run this as its owner, or choose another directory with --dir");
+  }
+  if ((self.st_mode & kOthersWrite) == 0) return;
+  // The advice to take the right away from everybody would spoil a shared place like /tmp.
+  const bool shared = (self.st_mode & S_ISVTX) != 0;
+  throw DirectoryError(
+      path_ + " can be written to by other users (mode " + OctalMode(self.st_mode) + "): " +
+      (shared ? "choose a directory of your own in it" : "chmod go-w " + path_ + ", or choose another directory") +
+      " with --dir");
+}
+
+std::vector<std::string> Directory::Names() const {
+  std::vector<std::string> names;
+  const int again = openat(file_, ".", kOpenDirectory);
+  const std::unique_ptr<DIR, CloseDirectory> entries(again < 0 ? nullptr : fdopendir(again));
+  if (entries == nullptr) Throw(path_, errno);
+  while (const dirent* entry = readdir(entries.get())) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  return names;
+}
+
+bool Directory::Has(const std::string& name) const {
+  struct stat entry {};
+  return fstatat(file_, name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool Directory::IsFile(const std::string& name) const {
+  struct stat entry {};
+  return fstatat(file_, name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(entry.st_mode);
+}
+
+std::optional<std::string> Directory::Read(const std::string& name, std::size_t longest) const {
+  if (!IsFile(name)) return std::nullopt;
+  const int file = openat(file_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (file < 0) return std::nullopt;
+  std::string content(longest + 1, '\0');
+  const ssize_t size = read(file, content.data(), content.size());
+  close(file);
+  if (size < 0 || static_cast<std::size_t>(size) > longest) return std::nullopt;
+  content.resize(static_cast<std::size_t>(size));
+  return content;
+}
+
+int Directory::Create(const std::string& name, const std::string& content) const {
+  const int file = openat(file_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kReadableFile);
+  if (file < 0) return errno;
+  errno = EIO;  // of a write that is cut short
+  const bool written = write(file, content.data(), content.size()) == static_cast<ssize_t>(content.size());
+  const int error = written ? 0 : errno;
+  close(file);
+  if (!written) Remove(name);
+  return error;
+}
+
+int Directory::Remove(const std::string& name) const {
+  return unlinkat(file_, name.c_str(), 0) == 0 ? 0 : errno;
+}
+
+int Directory::MoveTo(const Directory& other, const std::string& from, const std::string& to) const {
+  return renameat(file_, from.c_str(), other.file_, to.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace simulator
