@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "printable.h"
+
 namespace simulator {
 namespace {
 
@@ -14,7 +16,7 @@ bool Worthwhile(const std::string& method) {
 
 void Journal::Note(const std::string& text) const {
   if (!verbose_) return;
-  std::printf("%s\n", text.c_str());
+  std::printf("%s\n", Printable(text).c_str());
   std::fflush(stdout);
 }
 
@@ -64,7 +66,7 @@ void Journal::ForegroundChanged(const std::string& app_id) const {
 }
 
 void Warn(const std::string& text) {
-  std::fprintf(stderr, "nuv-simulator: %s\n", text.c_str());
+  std::fprintf(stderr, "nuv-simulator: %s\n", Printable(text).c_str());
 }
 
 }  // namespace simulator

@@ -29,7 +29,7 @@ class Journal {
   NuvGlueNuvSimulator1* control_ = nullptr;
 };
 
-// A line on standard error, whatever the verbosity.
+// A line on standard error, whatever the verbosity. The text may be anybody's, and so may those of the lines above.
 void Warn(const std::string& text);
 
 }  // namespace simulator

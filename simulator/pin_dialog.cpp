@@ -2,14 +2,14 @@
 
 #include <signal.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 
 #include "glib_ptr.h"
+#include "journal.h"
 #include "pin_terminal.h"
+#include "printable.h"
 #include "signal_file.h"
 
 namespace simulator {
@@ -49,7 +49,7 @@ VariantPtr CallService(const char* method, GVariant* arguments) {
                                             "org.kelvo.tv.NuvSimulator1", method, owned.get(), nullptr,
                                             G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, error.out()));
   }
-  if (!reply) std::fprintf(stderr, "nuv-simulator: PIN dialog: %s: %s\n", method, error.message().c_str());
+  if (!reply) Warn("PIN dialog: " + std::string(method) + ": " + error.message());
   return reply;
 }
 
@@ -68,10 +68,8 @@ bool Enter(const DialogTask& task, const std::string& pin, bool* right) {
 }
 
 // The id is whatever a client has sent, and not for a terminal to act upon.
-std::string Prompt(std::string app_id) {
-  const auto control = [](char c) { return (c >= 0 && c < ' ') || c == 0x7f; };
-  std::replace_if(app_id.begin(), app_id.end(), control, '?');
-  return "PIN for " + app_id + ": ";
+std::string Prompt(const std::string& app_id) {
+  return "PIN for " + Printable(app_id) + ": ";
 }
 
 bool AskUser(const DialogTask& task, SignalFile& signals) {

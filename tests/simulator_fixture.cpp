@@ -132,7 +132,8 @@ void SimulatorTest::Start(const std::vector<std::string>& options, const std::st
 void SimulatorTest::StartPlain(const std::vector<std::string>& options) {
   std::vector<std::string> command = {kSimulator, "--dir", directory_.path(), "--print-ready", "-v"};
   command.insert(command.end(), options.begin(), options.end());
-  simulator_ = std::make_unique<Process>(command, files_.path());
+  // What GLib calls a programming error ends it.
+  simulator_ = std::make_unique<Process>(command, files_.path(), Process::Environment{{"G_DEBUG", "fatal-criticals"}});
 }
 
 bool SimulatorTest::WaitForOutput(const std::string& text) const {
