@@ -36,6 +36,12 @@ void SendRawReply(GDBusMethodInvocation* invocation, GVariant* body) {
   g_object_unref(invocation);
 }
 
+// The message may be a text of the database, which anybody has written.
+void ReturnError(GDBusMethodInvocation* invocation, const char* name, const std::string& message) {
+  const StringPtr valid(g_utf8_make_valid(message.c_str(), -1));
+  g_dbus_method_invocation_return_dbus_error(invocation, name, valid.get());
+}
+
 void ReturnNoSuchQuestion(GDBusMethodInvocation* invocation) {
   g_dbus_method_invocation_return_dbus_error(invocation, "org.kelvo.tv.NuvSimulator1.Error.NoSuchQuestion",
                                              "No dialog asks that question, or it was answered before");
@@ -132,7 +138,7 @@ void Dispatcher::Reply(const Call& call) {
     reply = MakeReply(call);
   } catch (const std::exception& error) {
     Warn(std::string(call.method->name) + ": " + error.what());
-    g_dbus_method_invocation_return_dbus_error(call.invocation, "org.freedesktop.DBus.Error.Failed", error.what());
+    ReturnError(call.invocation, "org.freedesktop.DBus.Error.Failed", error.what());
     return;
   }
   if (call.rule.reply.empty()) {
@@ -200,8 +206,7 @@ void Dispatcher::OnLaunchRequest(GDBusMethodInvocation* invocation) {
   if (pid != 0) {
     g_dbus_method_invocation_return_value(invocation, g_variant_new("(i)", pid));
   } else {
-    g_dbus_method_invocation_return_dbus_error(invocation, "org.kelvo.tv.NuvSimulator1.Error.NotLaunched",
-                                               (input.app_id + ": " + reason).c_str());
+    ReturnError(invocation, "org.kelvo.tv.NuvSimulator1.Error.NotLaunched", input.app_id + ": " + reason);
   }
 }
 

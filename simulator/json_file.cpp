@@ -1,19 +1,90 @@
 #include "json_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <stdexcept>
 
 namespace simulator {
+namespace {
 
-nlohmann::json ReadJsonFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error(path + ": " + std::strerror(errno));
+using nlohmann::json;
+
+class File {
+ public:
+  explicit File(int file) : file_(file) {}
+  ~File() {
+    if (file_ >= 0) close(file_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  int get() const { return file_; }
+
+ private:
+  int file_;
+};
+
+[[noreturn]] void Throw(const std::string& path, const std::string& reason) {
+  throw std::runtime_error(path + ": " + reason);
+}
+
+const char* KindOf(mode_t mode) {
+  if (S_ISDIR(mode)) return "a directory";
+  if (S_ISFIFO(mode)) return "a pipe";
+  return S_ISSOCK(mode) ? "a socket" : "a device";
+}
+
+void CheckKind(const std::string& path, const struct stat& file) {
+  if (!S_ISREG(file.st_mode)) Throw(path, std::string("is ") + KindOf(file.st_mode) + ", not a file");
+}
+
+// Looks before it opens: opening a pipe may never return, opening a device may do anything. What takes the file's place
+// in between is looked at again.
+std::string ReadText(const std::string& path) {
+  struct stat named {};
+  if (stat(path.c_str(), &named) != 0) Throw(path, std::strerror(errno));
+  CheckKind(path, named);
+  const File file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat opened {};
+  if (file.get() < 0 || fstat(file.get(), &opened) != 0) Throw(path, std::strerror(errno));
+  CheckKind(path, opened);
+  std::string text;
+  std::array<char, 65536> block{};
+  ssize_t size = 0;
+  while ((size = read(file.get(), block.data(), block.size())) > 0)
+    text.append(block.data(), static_cast<size_t>(size));
+  if (size < 0) Throw(path, std::strerror(errno));
+  return text;
+}
+
+// A text with a NUL would be another text for everybody who gets it as a C string: the database, the bus, a program.
+json::parser_callback_t RefuseNul() {
+  return [key = std::string()](int, json::parse_event_t event, json& parsed) mutable {
+    if (!parsed.is_string()) return true;
+    const auto& text = parsed.get_ref<const std::string&>();
+    const bool is_key = event == json::parse_event_t::key;
+    if (const std::size_t end = text.find('\0'); end != std::string::npos) {
+      const std::string named = key.empty() ? "a text" : "\"" + key + "\"";
+      throw std::runtime_error((is_key ? "a key" : named) + " has \\u0000 in it, after \"" + text.substr(0, end) +
+                               "\"");
+    }
+    if (is_key) key = text;
+    return true;
+  };
+}
+
+}  // namespace
+
+json ReadJsonFile(const std::string& path) {
+  const std::string text = ReadText(path);
   try {
-    return nlohmann::json::parse(in);
-  } catch (const nlohmann::json::exception& error) {
-    throw std::runtime_error(path + ": " + error.what());
+    return json::parse(text, RefuseNul());
+  } catch (const std::exception& error) {
+    Throw(path, error.what());
   }
 }
 

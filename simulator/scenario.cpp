@@ -144,6 +144,24 @@ bool Use(Rule& rule, const std::string& app) {
   return true;
 }
 
+// What GLib can describe in a text, but the bus does not carry: optional values, open files, structures of nothing.
+bool CanTravel(GVariant* reply, std::string* error) {
+  const std::string type = g_variant_get_type_string(reply);
+  const ObjectPtr<GDBusMessage> message(g_dbus_message_new_signal("/", "a.b", "c"));
+  Error failure;
+  if (type.find("()", 1) != std::string::npos || type.find('h') != std::string::npos ||
+      g_variant_is_signature(type.c_str()) == FALSE) {
+    *error = "cannot travel on the bus: it has the type " + type;
+    return false;
+  }
+  g_dbus_message_set_body(message.get(), reply);
+  gsize size = 0;
+  const StringPtr blob(reinterpret_cast<char*>(
+      g_dbus_message_to_blob(message.get(), &size, G_DBUS_CAPABILITY_FLAGS_NONE, failure.out())));
+  if (!blob) *error = "cannot travel on the bus: " + failure.message();
+  return blob != nullptr;
+}
+
 }  // namespace
 
 bool Rule::TakesEffect() const {
@@ -181,9 +199,11 @@ VariantPtr ParseReply(const std::string& text, std::string* error) {
     return nullptr;
   }
   VariantPtr reply(g_variant_take_ref(parsed));
-  if (g_variant_is_of_type(reply.get(), G_VARIANT_TYPE_TUPLE)) return reply;
-  *error = "has to be a tuple, such as ('text', 5)";
-  return nullptr;
+  if (!g_variant_is_of_type(reply.get(), G_VARIANT_TYPE_TUPLE)) {
+    *error = "has to be a tuple, such as ('text', 5)";
+    return nullptr;
+  }
+  return CanTravel(reply.get(), error) ? std::move(reply) : nullptr;
 }
 
 }  // namespace simulator

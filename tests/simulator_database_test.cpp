@@ -240,7 +240,8 @@ TEST_F(SimulatorDatabaseTest, ALockedDatabaseFailsTheUpdateAndNotTheService) {
 }
 
 TEST_F(SimulatorDatabaseTest, TheStateDirectoryIsMadeWhenItIsMissing) {
-  StartPlain({"--dir", directory_ / "deep/er", "--seed", "/dev/null"});
+  WriteFile(files_ / "empty", "");
+  StartPlain({"--seed", files_ / "empty"});
   EXPECT_EQ(simulator_->Wait(), 2) << "an empty file is no catalogue";
   Process fresh({NUV_BIN_DIR "/nuv-simulator", "--print-ready"}, files_.path(),
                 {{"NUV_HOST_DIR", directory_ / "deep/er"}});

@@ -2,6 +2,10 @@
 #include <gmock/gmock.h>
 #include <nuv/nuv_launch_codes.h>
 #include <sqlite3.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "simulator_fixture.h"
 
@@ -106,6 +110,92 @@ TEST_F(SimulatorHostileTest, TheReasonOfARefusalReachesTheTerminalWithoutControl
     EXPECT_EQ(Raw(refusal), 0U) << refusal;
     EXPECT_THAT(refusal, HasSubstr(".\\u001b]0;x\\u0007: there is no such "));
   }
+}
+
+TEST_F(SimulatorHostileTest, ATextOfTheDatabaseThatIsNoUtf8IsAnErrorLikeAnyOther) {
+  Start({}, R"({"apps": [{"id": "an.app"}]})");
+  ChangeDatabase("CREATE TRIGGER t BEFORE UPDATE ON widgetinfo BEGIN SELECT RAISE(ABORT, 'no \xff\x9b way'); END");
+  const Reply reply = CallCorvane("nuv_update_app_count", g_variant_new("(s)", "an.app"));
+  EXPECT_EQ(reply.error, "org.freedesktop.DBus.Error.Failed");
+  EXPECT_EQ(reply.message, "no \xef\xbf\xbd\xef\xbf\xbd way");
+  EXPECT_TRUE(WaitUntil([&] { return !simulator_->Errors().empty(); }));
+  EXPECT_THAT(simulator_->Errors(), HasSubstr("no \\xff\\x9b way\n"));
+  EXPECT_EQ(Call("heartbeat").Text(), "()");
+}
+
+TEST_F(SimulatorHostileTest, ExtraDataThatAreNoTextHarmNoReceiver) {
+  Start({"--pin-answer", "right"}, R"({"apps": [{"id": "locked.app", "is_lock": 1}]})");
+  Launch launch{"locked.app"};
+  launch.blocks = {ExtraBlock("\xff\xfe", "\xc3"), ExtraBlock("key", std::string("\xed\xa0\x80\x80")),
+                   std::string(1024, '\xff'), ExtraBlock("AppId", "\x9b")};
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_LAUNCHED, 0));
+  launch.skip_pin = 1;
+  EXPECT_EQ(OutcomeOf(launch), Outcome(NUV_NOTIFY_BROUGHT_TO_FRONT, 0));
+  EXPECT_EQ(Call("heartbeat").Text(), "()");
+  EXPECT_EQ(simulator_->Errors(), "");
+}
+
+TEST_F(SimulatorHostileTest, ANulInATextOfAFileIsAnError) {
+  EXPECT_THAT(RefusalOf("--seed", R"({"apps": [{"id": "a\u0000b"}]})"),
+              HasSubstr("/refused.json: \"id\" has \\u0000 in it, after \"a\""));
+  EXPECT_THAT(RefusalOf("--seed", R"({"apps": [{"id": "a", "title": "t\u0000"}]})"),
+              HasSubstr("\"title\" has \\u0000"));
+  EXPECT_THAT(RefusalOf("--seed", R"({"apps": [{"id": "a", "b\u0000": ""}]})"), HasSubstr("a key has \\u0000 in it"));
+  EXPECT_THAT(RefusalOf("--seed", R"({"config": {"a": "\u0000"}})"), HasSubstr("\"a\" has \\u0000 in it"));
+  EXPECT_THAT(RefusalOf("--scenario", R"([{"answer": "error", "error_message": "a\u0000b"}])"),
+              HasSubstr("\"error_message\" has \\u0000 in it"));
+  EXPECT_THAT(RefusalOf("--scenario", R"(["\u0000"])"), HasSubstr("a text has \\u0000 in it"));
+}
+
+TEST_F(SimulatorHostileTest, AReplyThatCannotTravelIsAnErrorOfTheScenario) {
+  for (const char* reply : {"(@ms nothing,)", "(just 5,)", "(<@mi 5>,)", "(handle 3,)", "((),)"}) {
+    EXPECT_THAT(RefusalOf("--scenario", std::string(R"([{"reply": ")") + reply + "\"}]"),
+                HasSubstr("rules[0].reply cannot travel on the bus"))
+        << reply;
+  }
+}
+
+// Opening a pipe that nobody writes to would never return.
+TEST_F(SimulatorHostileTest, WhatIsNoFileIsNoCatalogueAndNoScenario) {
+  const std::string pipe = files_ / "pipe";
+  const std::string socket_path = files_ / "socket";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  socket_path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  close(listener);
+  for (const char* option : {"--seed", "--scenario"}) {
+    EXPECT_THAT(Refusal(option, pipe), HasSubstr(pipe + ": is a pipe, not a file"));
+    EXPECT_THAT(Refusal(option, socket_path), HasSubstr(socket_path + ": is a socket, not a file"));
+    EXPECT_THAT(Refusal(option, files_.path()), HasSubstr(files_.path() + ": is a directory, not a file"));
+    EXPECT_THAT(Refusal(option, "/dev/null"), HasSubstr("/dev/null: is a device, not a file"));
+    EXPECT_THAT(Refusal(option, files_ / "missing"), HasSubstr("/missing: No such file or directory"));
+  }
+}
+
+TEST_F(SimulatorHostileTest, AFileThatCannotBeReadIsAnError) {
+  // Root may read any file, but not memory that is not there.
+  const std::string unreadable = getuid() == 0 ? "/proc/self/mem" : files_ / "unreadable";
+  if (getuid() != 0) {
+    WriteFile(unreadable, "[]");
+    chmod(unreadable.c_str(), 0);
+  }
+  const char* const reason = getuid() == 0 ? "Input/output error" : "Permission denied";
+  for (const char* option : {"--seed", "--scenario"}) {
+    EXPECT_THAT(Refusal(option, unreadable), HasSubstr(unreadable + ": " + reason));
+  }
+}
+
+TEST_F(SimulatorHostileTest, AScenarioThatBecomesAPipeIsReportedAndTheRulesStay) {
+  const std::string path = files_ / "scenario.json";
+  WriteFile(path, R"x([{"method": "get_extra_app", "reply": "('scripted',)"}])x");
+  Start({"--scenario", path});
+  ASSERT_EQ(unlink(path.c_str()), 0);
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(Call("get_extra_app").Text(), "('scripted',)");
+  EXPECT_THAT(simulator_->Errors(), HasSubstr("is a pipe, not a file; the scenario from before stays"));
 }
 
 }  // namespace
