@@ -11,7 +11,7 @@
 namespace simulator {
 namespace {
 
-constexpr int kTerminateMs = 2000;
+constexpr gint64 kGiveUpUs = 3 * G_TIME_SPAN_SECOND;  // those that are killed are given a second
 constexpr int kReapPollUs = 5000;
 
 int ExitStatus(int wait_status) {
@@ -27,11 +27,12 @@ Applications::Applications(RunningFiles& files, const Journal& journal) : files_
 void Applications::ShutDown() {
   shut_down_ = true;
   TerminateAll();
-  const gint64 deadline = g_get_monotonic_time() + kTerminateMs * G_TIME_SPAN_MILLISECOND;
-  const gint64 give_up = deadline + G_TIME_SPAN_SECOND;
-  while (!apps_.empty() && g_get_monotonic_time() < give_up) {
-    if (g_get_monotonic_time() > deadline) {
-      for (const auto& [pid, app] : apps_) kill(-pid, SIGKILL);
+  trees_.EndAll();
+  const gint64 give_up = g_get_monotonic_time() + kGiveUpUs;
+  while (!apps_.empty() || trees_.Left() != 0) {
+    if (g_get_monotonic_time() > give_up) {
+      Warn(std::to_string(apps_.size() + trees_.Left()) + " processes of applications cannot be ended");
+      return;
     }
     // Dispatches the child watches.
     if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(kReapPollUs);
@@ -41,13 +42,17 @@ void Applications::ShutDown() {
 pid_t Applications::Start(const AppRecord& record, const ProgramInput& input, AppStatus status) {
   if (shut_down_) return 0;
   std::string error;
-  const pid_t pid = StartProgram(FindProgram(record.install_path, record.id), input, &error);
+  const int tree = trees_.New();
+  ProgramInput marked = input;
+  marked.variables.push_back(trees_.MarkOf(tree));
+  const pid_t pid = StartProgram(FindProgram(record.install_path, record.id), marked, &error);
   if (pid == 0) {
     Warn(record.id + ": " + error);
     return 0;
   }
   App& app = apps_[pid];
-  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, false};
+  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, tree, false};
+  trees_.Started(tree, pid);
   g_child_watch_add(pid, ChildEnded, this);
   files_.Write(app.platform_id, pid, status);
   journal_.AppStarted(app.id, pid);
@@ -117,19 +122,13 @@ void Applications::TerminateAll() {
 }
 
 void Applications::Terminate(App& app) {
-  if (std::exchange(app.ending, true)) return;
-  const pid_t pid = app.pid;
-  kill(-pid, SIGTERM);
-  // By then the number may belong to another application, which is not ending.
-  After(kTerminateMs, [this, pid] {
-    const auto found = apps_.find(pid);
-    if (found != apps_.end() && found->second.ending) kill(-pid, SIGKILL);
-  });
+  if (!std::exchange(app.ending, true)) trees_.End(app.tree);
 }
 
 void Applications::ChildEnded(GPid pid, gint wait_status, gpointer self) {
-  kill(-pid, SIGKILL);  // what the program started goes with it
-  static_cast<Applications*>(self)->Remove(pid, ExitStatus(wait_status));
+  auto* applications = static_cast<Applications*>(self);
+  applications->trees_.RootEnded(applications->apps_[pid].tree);
+  applications->Remove(pid, ExitStatus(wait_status));
   g_spawn_close_pid(pid);
 }
 

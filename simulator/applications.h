@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "app_trees.h"
 #include "catalogue_db.h"
 #include "journal.h"
 #include "program.h"
@@ -21,6 +22,7 @@ class Applications {
     pid_t pid = 0;
     AppStatus status = AppStatus::kVisible;
     bool hbbtv = false;
+    int tree = 0;
     bool ending = false;  // told to end
   };
   using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
@@ -43,7 +45,8 @@ class Applications {
   void LaunchAgain(pid_t pid, const ProgramInput& input, AppStatus status);
   void Terminate(const std::string& id);
   void TerminateAll();
-  // Ends all, waits for them, and starts no more. What else is due on the main loop runs meanwhile.
+  // Ends all with what they started, waits for that, and starts no more. What else is due on the main loop runs
+  // meanwhile.
   void ShutDown();
 
  private:
@@ -60,6 +63,7 @@ class Applications {
   const Journal& journal_;
   std::vector<Ended> ended_;
   std::map<pid_t, App> apps_;
+  AppTrees trees_;
   bool shut_down_ = false;
   std::vector<pid_t> shown_;  // those with a place on the screen, the one in front last
 };

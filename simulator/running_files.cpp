@@ -4,12 +4,11 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <sstream>
 
 #include "journal.h"
+#include "processes.h"
 
 namespace simulator {
 namespace {
@@ -64,8 +63,9 @@ void RunningFiles::Write(const std::string& platform_id, pid_t pid, AppStatus st
     Warn("\"" + platform_id + "\" cannot be a file name: the platform will not see it run");
     return;
   }
+  const unsigned long long start = ReadProcess(pid).value_or(ProcessEntry()).start;
   std::ostringstream content;
-  content << "pid " << pid << "\nstatus " << static_cast<int>(status) << "\nstarttime " << StartTime(pid) << "\n";
+  content << "pid " << pid << "\nstatus " << static_cast<int>(status) << "\nstarttime " << start << "\n";
   Replace(running_, platform_id, content.str(), IsRunningFile);
 }
 
@@ -111,20 +111,6 @@ bool RunningFiles::Replace(const Directory& place, const std::string& name, cons
   if (error == 0) error = state_.MoveTo(place, kFresh, name);
   if (error != 0) Warn(place.PathOf(name) + " cannot be written: " + std::strerror(error));
   return error == 0;
-}
-
-unsigned long long StartTime(pid_t pid) {
-  std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
-  const std::string stat{std::istreambuf_iterator<char>(in), {}};
-  const std::size_t name_end = stat.rfind(')');  // the name may hold anything
-  if (name_end == std::string::npos) return 0;
-  constexpr int kFieldsBetween = 19;  // state, field 3, follows the name; the start time is field 22
-  std::istringstream fields(stat.substr(name_end + 1));
-  std::string skipped;
-  for (int i = 0; i < kFieldsBetween; ++i) fields >> skipped;
-  unsigned long long start_time = 0;
-  fields >> start_time;
-  return start_time;
 }
 
 }  // namespace simulator

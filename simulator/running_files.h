@@ -39,7 +39,4 @@ class RunningFiles {
   std::string hbbtv_;  // what is in that file; empty when there is none of this run
 };
 
-// When the process started, in clock ticks since boot; 0 when there is no such process.
-unsigned long long StartTime(pid_t pid);
-
 }  // namespace simulator

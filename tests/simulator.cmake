@@ -5,7 +5,7 @@ target_include_directories(nuv_simulator_fixture PUBLIC ${CMAKE_CURRENT_SOURCE_D
 target_compile_definitions(nuv_simulator_fixture PRIVATE NUV_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
 add_dependencies(nuv_simulator_fixture nuv-simulator)
 
-foreach(subject bus launch program apps pin database update scenario watch policy manual state hostile)
+foreach(subject bus launch program apps pin database update scenario watch policy manual state hostile tree)
   nuv_add_test(simulator_${subject}_test SOURCES simulator_${subject}_test.cpp LIBRARIES nuv_simulator_fixture)
 endforeach()
 target_compile_definitions(simulator_policy_test PRIVATE NUV_BINARY_DIR="${PROJECT_BINARY_DIR}")
