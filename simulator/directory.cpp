@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,6 +103,11 @@ Directory Directory::Make(const std::string& name) const {
   }
   made.Check();
   return made;
+}
+
+// A file system that knows no locks is worked in without.
+bool Directory::Lock() const {
+  return flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 // Of what is open, not of what has the name meanwhile.

@@ -24,6 +24,9 @@ class Directory {
   // One in it, which everybody may read who can read this one.
   Directory Make(const std::string& name) const;
 
+  // For this process alone until it ends. False while another one has it.
+  bool Lock() const;
+
   ~Directory();
   Directory(Directory&& other) noexcept;
   Directory& operator=(Directory&&) = delete;

@@ -37,9 +37,18 @@ bool IsFresh(const std::string& content) {
   return content.empty() || IsLine(content) || IsRunningFile(content);
 }
 
+// On another bus, a second one would find the names free and remove the files of the first.
+Directory Locked(const std::string& path) {
+  Directory directory(path);
+  if (directory.Lock()) return directory;
+  throw DirectoryError(path +
+                       " is in use by another nuv-simulator: end that one, or choose another directory with --dir");
+}
+
 }  // namespace
 
-RunningFiles::RunningFiles(const std::string& directory) : state_(directory), running_(state_.Make("running")) {}
+RunningFiles::RunningFiles(const std::string& directory)
+    : state_(Locked(directory)), running_(state_.Make("running")) {}
 
 void RunningFiles::Clear() const {
   for (const std::string& name : running_.Names()) RemoveRunning(name);

@@ -155,6 +155,21 @@ TEST_F(SimulatorStateTest, ATemporaryFileOfAKilledOneIsNoHindrance) {
   }
 }
 
+TEST_F(SimulatorStateTest, ADirectoryInWhichAnotherOneWorksIsRefused) {
+  StartApps();
+  EXPECT_EQ(OutcomeOf({"a.app"}), kLaunched);
+  const std::string before = RunningFile("a.app");
+  const PrivateBus other_bus;  // for all that start from now on; the names are free there
+  Process second({NUV_BIN_DIR "/nuv-simulator", "--dir", directory_.path(), "--print-ready"}, files_.path());
+  ASSERT_TRUE(WaitUntil([&] { return !second.Running() || second.Output() == "ready\n"; }));
+  EXPECT_EQ(second.Output(), "");
+  EXPECT_THAT(second.Errors(), HasSubstr(directory_.path() + " is in use by another nuv-simulator"));
+  EXPECT_EQ(RunningFile("a.app"), before);
+  simulator_->KillAndWait();
+  Process third({NUV_BIN_DIR "/nuv-simulator", "--dir", directory_.path(), "--print-ready"}, files_.path());
+  EXPECT_TRUE(WaitUntil([&] { return third.Output() == "ready\n"; })) << third.Errors();
+}
+
 // Root meets the directory of a user, a user meets one of root's.
 TEST_F(SimulatorStateTest, ADirectoryOfAnotherUserIsRefused) {
   const std::string other = getuid() == 0 ? files_ / "other" : "/usr";
