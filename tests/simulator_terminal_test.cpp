@@ -156,7 +156,8 @@ TEST_F(SimulatorTerminalTest, TheTerminalIsTheSimulatorsAsSoonAsTheAnswerIsThere
 TEST_F(SimulatorTerminalTest, TheNameOfAnApplicationDoesNotControlTheTerminal) {
   StartOnTerminal();
   const char* request =
-      "[('MethodName', 'Launch_pin_code_opr_result'), ('AppId', 'a\\u001b[2J\\u009b\\u202eb'), ('Pid', '1'), ('ThreadId', '1'), "
+      "[('MethodName', 'Launch_pin_code_opr_result'), ('AppId', 'a\\u001b[2J\\u009b\\u202eb'), ('Pid', '1'), "
+      "('ThreadId', '1'), "
       "('Index', '1'), ('cbType', '1')]";
   CallControl("LaunchRequest", g_variant_new("(sss@a(ss))", kDialog, "", "", g_variant_new_parsed(request)));
   EXPECT_TRUE(session_->Shows("PIN for a\\u001b[2J\\u009b\\u202eb: "));
