@@ -1,14 +1,14 @@
 #include "processes.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -19,9 +19,17 @@ struct CloseDirectory {
   void operator()(DIR* directory) const { closedir(directory); }
 };
 
+// Empty when the process ends, before it is opened or while it is read: a stream would throw then.
 std::string ReadProcFile(pid_t pid, const char* name) {
-  std::ifstream in("/proc/" + std::to_string(pid) + "/" + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
+  const std::string path = "/proc/" + std::to_string(pid) + "/" + name;
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return "";
+  std::string content;
+  std::array<char, 4096> block{};
+  ssize_t size = 0;
+  while ((size = read(file, block.data(), block.size())) > 0) content.append(block.data(), static_cast<size_t>(size));
+  close(file);
+  return size < 0 ? "" : content;
 }
 
 int OpenProcess(pid_t pid) {
@@ -84,12 +92,12 @@ std::string ReadVariable(pid_t pid, const std::string& name) {
 // What is open stays the process that had the number before the second look. Older kernels and sandboxes do not open
 // processes; there the time between look and signal is short.
 void SignalProcess(const ProcessEntry& process, int signal) {
-  const int open = OpenProcess(process.pid);
+  const int opened = OpenProcess(process.pid);
   const auto now = ReadProcess(process.pid);
   if (now && now->Identity() == process.Identity()) {
-    if (open < 0 || !SignalOpenProcess(open, signal)) kill(process.pid, signal);
+    if (opened < 0 || !SignalOpenProcess(opened, signal)) kill(process.pid, signal);
   }
-  if (open >= 0) close(open);
+  if (opened >= 0) close(opened);
 }
 
 }  // namespace simulator
