@@ -144,13 +144,29 @@ bool Use(Rule& rule, const std::string& app) {
   return true;
 }
 
+// The bus drops whoever sends it a longer signature, or one that nests deeper.
+constexpr std::size_t kLongestSignature = 255;
+constexpr int kDeepest = 32;
+
+bool NestsTooDeep(const std::string& type) {
+  int structures = -1;  // the whole tuple is none
+  int arrays = 0;
+  for (const char c : type) {
+    structures += c == '(' || c == '{' ? 1 : 0;
+    structures -= c == ')' || c == '}' ? 1 : 0;
+    arrays = c == 'a' ? arrays + 1 : 0;
+    if (structures > kDeepest || arrays > kDeepest) return true;
+  }
+  return false;
+}
+
 // What GLib can describe in a text, but the bus does not carry: optional values, open files, structures of nothing.
 bool CanTravel(GVariant* reply, std::string* error) {
   const std::string type = g_variant_get_type_string(reply);
   const ObjectPtr<GDBusMessage> message(g_dbus_message_new_signal("/", "a.b", "c"));
   Error failure;
-  if (type.find("()", 1) != std::string::npos || type.find('h') != std::string::npos ||
-      g_variant_is_signature(type.c_str()) == FALSE) {
+  if (type.size() - 2 > kLongestSignature || NestsTooDeep(type) || type.find("()", 1) != std::string::npos ||
+      type.find('h') != std::string::npos || g_variant_is_signature(type.c_str()) == FALSE) {
     *error = "cannot travel on the bus: it has the type " + type;
     return false;
   }

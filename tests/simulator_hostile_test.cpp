@@ -148,8 +148,13 @@ TEST_F(SimulatorHostileTest, ANulInATextOfAFileIsAnError) {
 }
 
 TEST_F(SimulatorHostileTest, AReplyThatCannotTravelIsAnErrorOfTheScenario) {
-  for (const char* reply : {"(@ms nothing,)", "(just 5,)", "(<@mi 5>,)", "(handle 3,)", "((),)"}) {
-    EXPECT_THAT(RefusalOf("--scenario", std::string(R"([{"reply": ")") + reply + "\"}]"),
+  std::string many = "(5";
+  for (int i = 0; i < 255; ++i) many += ", 5";
+  std::string deep = std::string(34, '(') + "5";
+  for (int i = 0; i < 34; ++i) deep += ",)";
+  for (const std::string& reply : {std::string("(@ms nothing,)"), std::string("(just 5,)"), std::string("(<@mi 5>,)"),
+                                   std::string("(handle 3,)"), std::string("((),)"), many + ")", deep}) {
+    EXPECT_THAT(RefusalOf("--scenario", R"([{"reply": ")" + reply + "\"}]"),
                 HasSubstr("rules[0].reply cannot travel on the bus"))
         << reply;
   }
