@@ -152,6 +152,7 @@ TEST_F(SimulatorStateTest, ATemporaryFileOfAKilledOneIsNoHindrance) {
     EXPECT_EQ(RunningNumber("a.app", "status"), 3) << simulator_->Errors();
     EXPECT_EQ(End(), 0);
     EXPECT_THAT(simulator_->Errors(), Not(HasSubstr("in the way")));
+    ASSERT_TRUE(WaitUntil([&] { return !bus_.NameHasOwner("org.kelvo.tv.corvane.server"); }));
   }
 }
 
