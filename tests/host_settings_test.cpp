@@ -75,6 +75,20 @@ TEST_F(HostSettingsTest, AKeyOfTheLongestNameCanBeWritten) {
   EXPECT_EQ(ReadFile(SettingFile(key)), "x");
 }
 
+// nuv-simulator refuses a directory that others can write to.
+TEST_F(HostSettingsTest, TheDirectoriesThatItMakesAreTheirOwnersWhateverTheUmask) {
+  const mode_t before = umask(002);
+  const TempDir parent;
+  setenv("NUV_HOST_DIR", (parent / "state").c_str(), 1);
+  EXPECT_EQ(0, vconf_set_str("rtc/litenuv/webapp/launch_fail", "text"));
+  umask(before);
+  for (const char* made : {"state", "state/settings", "state/settings/rtc/litenuv/webapp"}) {
+    struct stat status = {};
+    ASSERT_EQ(0, stat((parent / made).c_str(), &status)) << made;
+    EXPECT_EQ(0700u, status.st_mode & 0777u) << made;
+  }
+}
+
 TEST_F(HostSettingsTest, KeysThatLeadElsewhereAreRefused) {
   int value = 7;
   WriteFile(directory_ / "outside", "1");

@@ -18,6 +18,13 @@ namespace nuv::host {
 
 namespace {
 
+// For their owner only, whatever the umask: nuv-simulator refuses a state directory that others can write to.
+bool MakeDirectories(const std::filesystem::path& directory) {
+  if (directory.empty() || std::filesystem::is_directory(directory)) return true;
+  if (directory != directory.parent_path() && !MakeDirectories(directory.parent_path())) return false;
+  return mkdir(directory.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
 constexpr size_t kSmallFileLimit = size_t{64} * 1024;
 
 bool WriteAll(int fd, std::string_view content) {
@@ -73,9 +80,7 @@ std::optional<std::string> ReadSmallFile(const std::string& path) {
 
 bool ReplaceFile(const std::string& path, std::string_view content) {
   const std::filesystem::path target(path);
-  std::error_code error;
-  std::filesystem::create_directories(target.parent_path(), error);
-  if (error) return false;
+  if (!MakeDirectories(target.parent_path())) return false;
   const std::string temporary = TemporaryName(target);
   if (WriteNewFile(temporary, content) && rename(temporary.c_str(), path.c_str()) == 0) return true;
   unlink(temporary.c_str());
