@@ -183,7 +183,8 @@ guint __wrap_g_bus_own_name_on_connection(GDBusConnection* connection, const gch
 
 namespace {
 
-// What GLib says when the host's main loop sees the connection close while the name is being asked for: its name owner forgets the connection on one thread and uses it on the other.
+// What GLib says when the host's main loop sees the connection close while the name is being asked for: its name owner
+// forgets the connection on one thread and uses it on the other.
 std::mutex complaints_mutex;
 std::multiset<std::string> complaints;
 

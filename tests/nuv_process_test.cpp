@@ -1,4 +1,5 @@
-// A host that has no descriptors left: GLib ends a process whose main context cannot be made, so it is not asked for one.
+// A host that has no descriptors left: GLib ends a process whose main context cannot be made, so it is not asked for
+// one.
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
 #include <sys/resource.h>
@@ -88,7 +89,8 @@ class ScarceDescriptors : public CatalogueLaunchTest {
     database_.Close();
     // In a process of its own: this one is copied before it uses the bus.
     service_process_ = std::make_unique<Process>(
-        std::vector<std::string>{NUV_TEST_DIR "/mortal_service", bus_.address(), directory_ / "plan"}, directory_.path());
+        std::vector<std::string>{NUV_TEST_DIR "/mortal_service", bus_.address(), directory_ / "plan"},
+        directory_.path());
     ASSERT_TRUE(WaitUntil([this] { return !service_process_->Output().empty(); }));
   }
 

@@ -329,7 +329,9 @@ TEST_F(RestartTest, ALaunchThatIsAcceptedWhileAnOldCallbackRunsHearsItsResultInT
   service_->SendToClient(service_->Launches().back(), {900, 0});
   ASSERT_TRUE(WaitUntil([] { return in_callback.load(); }));
   RestartBus();
-  service_->Before("launch_app", [this](const RecordedCall& call) { service_->SendToClient(UnpackLaunch(call), {901, 0}); });
+  service_->Before("launch_app", [this](const RecordedCall& call) {
+    service_->SendToClient(UnpackLaunch(call), {901, 0});
+  });
   faults::TakeConditionWaits();
   ASSERT_EQ(0, nuv_launch_webapp("first", nullptr, nullptr, OnNotify, &heard_));
   ASSERT_EQ(0, nuv_launch_webapp("second", nullptr, nullptr, OnNotify, &heard_));

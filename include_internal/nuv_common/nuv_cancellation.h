@@ -4,8 +4,8 @@
 #include <pthread.h>
 
 // As long as one of these lives, the calling thread cannot be cancelled. GLib and SQLite are full of cancellation
-// points and know nothing of cancellation: a thread that ended inside of them would keep their locks, and ours, for ever.
-// A cancellation that comes meanwhile takes effect at the thread's next cancellation point afterwards.
+// points and know nothing of cancellation: a thread that ended inside of them would keep their locks, and ours, for
+// ever. A cancellation that comes meanwhile takes effect at the thread's next cancellation point afterwards.
 class CancellationOff {
  public:
   CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }

@@ -46,9 +46,13 @@ class CNUVGdbus {
   CNUVGdbus(const CNUVGdbus&) = delete;
   CNUVGdbus& operator=(const CNUVGdbus&) = delete;
 
-  // Makes sure that the link is usable: 1 usable, 0 not. Blocks up to 10 s for a probe of the service, and where a first
-  // call cannot offer the client object, 10 s for that. Always called with the same document and table for a given link.
+  // Makes sure that the link is usable: 1 usable, 0 not. Blocks up to 10 s for a probe of the service, and where a
+  // first call cannot offer the client object, 10 s for that. Always called with the same document and table for a
+  // given link.
   int GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable);
+
+  // The same, with the endpoint that was found usable.
+  int GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable, Endpoint& endpoint);
 
   // One synchronous call: 1 success, 0 failure. parameters may be null and is consumed when floating. *reply, where
   // the call succeeded, is a reference that the caller releases. isTimeOutError may be null; it is set to 1 when the
@@ -65,8 +69,8 @@ class CNUVGdbus {
 
   Endpoint CurrentEndpoint() const;
 
-  // What tells this listener from every other of the process, in the one form in which it is sent, printed and compared:
-  // the low 32 bits of its thread id, unless an earlier listener had them. 0 when none runs.
+  // What tells this listener from every other of the process, in the one form in which it is sent, printed and
+  // compared: the low 32 bits of its thread id, unless an earlier listener had them. 0 when none runs.
   int32_t ListenerId() const;
 
   // What the destructor does: gives the client object back. For links that live until the process ends.
@@ -80,6 +84,14 @@ class CNUVGdbus {
 
  private:
   friend class LinkProbe;  // white-box tests
+
+  // What the link is at one moment: which connection it has, counted from its first one, and whether results are heard:
+  // the client object is offered, and a thread serves it.
+  struct Standing {
+    Endpoint endpoint;
+    unsigned int generation = 0;
+    bool hasListener = false;
+  };
 
   // What a listener holds on the bus, moved out of the link before it is given back.
   struct ListenerHandles {
@@ -102,17 +114,16 @@ class CNUVGdbus {
     std::string interface;
   };
 
-  bool ProbeService();
+  bool ProbeService(const Endpoint& endpoint);
   int SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) NUV_REQUIRES(m_proxyMutex);
   bool Connect();
   bool StartListener() NUV_REQUIRES(m_proxyMutex);
   void JoinEndedListeners() NUV_REQUIRES(m_proxyMutex);
   void WaitForListener();
   void RetireListener() NUV_REQUIRES(m_proxyMutex);
-  unsigned int Generation() const;
+  Standing CurrentStanding() const;
+  Endpoint EndpointNow() const NUV_REQUIRES(m_stateMutex);
   std::shared_ptr<ListenerRun> CurrentRun() const;
-  // Whether results are heard: the client object is offered, and its thread serves it.
-  bool ListenerStands() const;
 
   // By the creating thread, so that no request can overtake the object and the name that its result is sent to. False
   // where the thread cannot be started.

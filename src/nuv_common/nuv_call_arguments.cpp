@@ -1,27 +1,27 @@
 #include "nuv_common/nuv_call_arguments.h"
 
-#include <cstring>
-
 CallArguments::~CallArguments() {
   for (size_t i = 0; i < m_count; ++i) g_variant_unref(g_variant_ref_sink(m_values[i]));
 }
 
 CallArguments& CallArguments::Text(const char* text) {
-  if (text == nullptr || !g_utf8_validate(text, -1, nullptr)) {
+  const char* end = nullptr;
+  if (text == nullptr || !g_utf8_validate(text, -1, &end)) {
     m_textsAreValid = false;
     return *this;
   }
   constexpr size_t kLengthZeroAndPadding = 8;
-  return Value(g_variant_new_string(text), strlen(text) + kLengthZeroAndPadding);
+  Add(g_variant_new_string(text), static_cast<size_t>(end - text) + kLengthZeroAndPadding);
+  return *this;
 }
 
 CallArguments& CallArguments::Number(int32_t number) {
-  return Value(g_variant_new_int32(number), sizeof number);
+  Add(g_variant_new_int32(number), sizeof number);
+  return *this;
 }
 
 CallArguments& CallArguments::Value(GVariant* floating, size_t bytes) {
-  m_values.at(m_count++) = floating;
-  m_bytes += bytes;
+  Add(floating, bytes);
   return *this;
 }
 

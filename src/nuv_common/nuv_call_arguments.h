@@ -28,6 +28,11 @@ class CallArguments {
   GVariant* TakeTuple();
 
  private:
+  void Add(GVariant* floating, size_t bytes) {
+    m_values.at(m_count++) = floating;
+    m_bytes += bytes;
+  }
+
   static constexpr size_t kMost = 24;
   // A system bus takes messages of 32 MiB; this leaves room for a header.
   static constexpr size_t kMostBytes = 32 * 1024 * 1024 - 4096;

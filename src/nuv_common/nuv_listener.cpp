@@ -32,6 +32,10 @@ class EndOfRun {
   ListenerRun& m_run;
 };
 
+bool Contains(const std::vector<int32_t>& ids, int32_t id) {
+  return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
 void* RunListenerThread(void* data) {
   const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
   t_run = start->run.get();
@@ -162,15 +166,11 @@ bool CNUVGdbus::CreateListenerThread(ListenerStart* start) {
   return true;
 }
 
-// The thread's id, in its low 32 bits. The system gives a new thread the id of one that has been joined; a result for an
-// earlier listener is told by its id, so one that was used before gives way to the next free number.
+// The thread's id, in its low 32 bits. The system gives a new thread the id of one that has been joined; a result for
+// an earlier listener is told by its id, so one that was used before gives way to the next free number.
 void CNUVGdbus::TakeListenerId() {
   auto id = static_cast<uint32_t>(m_thread);
-  const auto used = [&] {
-    return id == 0 || std::find(m_listenerIds.begin(), m_listenerIds.end(), static_cast<int32_t>(id)) !=
-                          m_listenerIds.end();
-  };
-  while (used()) ++id;
+  while (id == 0 || Contains(m_listenerIds, static_cast<int32_t>(id))) ++id;
   m_listenerId = static_cast<int32_t>(id);
   m_listenerIds.push_back(m_listenerId);
 }
@@ -305,11 +305,6 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
   const CNUVClientAutoLock lock(m_stateMutex);
   m_registrationId = id;
   return true;
-}
-
-bool CNUVGdbus::ListenerStands() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
-  return m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended;
 }
 
 void CNUVGdbus::WakeCreator() {

@@ -6,7 +6,6 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -14,7 +13,6 @@
 namespace {
 
 std::atomic<pid_t> busProcess{0};  // 0 until one has connected
-constexpr size_t kMostDescriptors = 16;
 
 }  // namespace
 
@@ -40,7 +38,8 @@ bool RefuseInForkedChild() {
 bool AThreadCanBeStarted() {
   const AllSignalsBlocked guard;
   pthread_t thread{};
-  const int reason = pthread_create(&thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr);
+  const int reason = pthread_create(
+      &thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr);
   if (reason == 0) {
     pthread_join(thread, nullptr);
     return true;
@@ -50,16 +49,12 @@ bool AThreadCanBeStarted() {
 }
 
 bool DescriptorsAreFree(int count) {
-  std::array<int, kMostDescriptors> taken{};
-  int have = 0;
-  while (have < count) {
-    const int descriptor = eventfd(0, EFD_CLOEXEC);
-    if (descriptor < 0) break;
-    taken.at(static_cast<size_t>(have++)) = descriptor;
+  const int descriptor = eventfd(0, EFD_CLOEXEC);
+  if (descriptor < 0) {
+    NUV_ERROR("not enough descriptors are free for the bus: %s", strerror(errno));
+    return false;
   }
-  const int reason = errno;
-  for (int i = 0; i < have; ++i) close(taken.at(static_cast<size_t>(i)));
-  if (have == count) return true;
-  NUV_ERROR("%d of %d descriptors that the bus takes are free: %s", have, count, strerror(reason));
-  return false;
+  const bool others = count == 1 || DescriptorsAreFree(count - 1);
+  close(descriptor);
+  return others;
 }

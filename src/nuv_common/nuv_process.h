@@ -30,9 +30,10 @@ class AllSignalsBlocked {
   sigset_t m_before;
 };
 
-// Whether a thread can be started; says so in the log where none can. GLib ends the process where it cannot start its own.
+// Whether a thread can be started; says so in the log where none can. GLib ends the process where it cannot start its
+// own.
 bool AThreadCanBeStarted();
 
-// Whether so many descriptors are free; says so in the log where they are not. GLib ends the process where it finds none
-// for the main context that each of its synchronous calls makes.
+// Whether so many descriptors are free; says so in the log where they are not. GLib ends the process where it finds
+// none for the main context that each of its synchronous calls makes.
 bool DescriptorsAreFree(int count);

@@ -103,25 +103,35 @@ void CNUVGdbus::ReleaseClientObject() {
 }
 
 int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable) {
+  Endpoint unused;
+  return GetProxy(introspectionXml, vtable, unused);
+}
+
+int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtable, Endpoint& endpoint) {
   NUV_INFO("Start");
   if (RefuseInForkedChild()) return 0;
-  const CancellationOff guard;
   for (;;) {
-    unsigned int probed = 0;
+    Standing probed;
     if (m_proxyCreated) {
-      probed = Generation();
-      if (ProbeService() && ListenerStands()) return 1;
+      probed = CurrentStanding();
+      if (ProbeService(probed.endpoint) && probed.hasListener) {
+        endpoint = std::move(probed.endpoint);
+        return 1;
+      }
     }
     const CNUVClientAutoLock lock(m_proxyMutex);
     // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
-    if (m_proxyCreated && Generation() != probed) continue;
-    return SetUp(introspectionXml, vtable);
+    if (m_proxyCreated && CurrentStanding().generation != probed.generation) continue;
+    const CancellationOff guard;
+    const int usable = SetUp(introspectionXml, vtable);
+    endpoint = CurrentEndpoint();
+    return usable;
   }
 }
 
-bool CNUVGdbus::ProbeService() {
+bool CNUVGdbus::ProbeService(const Endpoint& endpoint) {
   GVariant* reply = nullptr;
-  const bool alive = MethodCall("heartbeat", nullptr, &reply, kHeartbeatTimeoutMs, nullptr) == 1;
+  const bool alive = MethodCall(endpoint, "heartbeat", nullptr, &reply, kHeartbeatTimeoutMs, nullptr) == 1;
   const GVariantHandle owned(reply);
   if (alive) NUV_INFO("Gdbus proxy has been created");
   return alive;
@@ -138,12 +148,12 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
   const bool open = current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get());
   if (open) {
     NUV_INFO("g_dbus connection is not closed");
-    if (ListenerStands()) return 1;
+    if (CurrentStanding().hasListener) return 1;
   }
   RetireListener();
   if (!Connect() || !StartListener()) return 0;
   if (!open) WaitForListener();  // else a listener is made again, for which nobody has to wait
-  if (!ListenerStands()) NUV_ERROR("no listener: the results of launches cannot be heard");
+  if (!CurrentStanding().hasListener) NUV_ERROR("no listener: the results of launches cannot be heard");
   m_proxyCreated = true;
   NUV_INFO("End");
   return 1;
@@ -255,12 +265,12 @@ void CNUVGdbus::GiveProxy() {
 }
 
 CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
-  Endpoint endpoint;
   const CNUVClientAutoLock lock(m_stateMutex);
-  endpoint.connection = ShareConnection(m_connection.get());
-  endpoint.objectName = m_objectName;
-  endpoint.listenerId = m_listenerId;
-  return endpoint;
+  return EndpointNow();
+}
+
+CNUVGdbus::Endpoint CNUVGdbus::EndpointNow() const {
+  return {ShareConnection(m_connection.get()), m_objectName, m_listenerId};
 }
 
 int32_t CNUVGdbus::ListenerId() const {
@@ -273,9 +283,9 @@ std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {
   return m_run;
 }
 
-unsigned int CNUVGdbus::Generation() const {
+CNUVGdbus::Standing CNUVGdbus::CurrentStanding() const {
   const CNUVClientAutoLock lock(m_stateMutex);
-  return m_generation;
+  return {EndpointNow(), m_generation, m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended};
 }
 
 ProcessLifetimeLink::ProcessLifetimeLink(const char* name, const char* server)

@@ -77,15 +77,24 @@ CNUVGdbus* UsableLauncherProxy() {
   return link->GetProxy(launcher_introspection_xml, launcher_vtable) == 1 ? link : nullptr;
 }
 
+namespace {
+
+CNUVGdbus* UsableLauncherProxy(CNUVGdbus::Endpoint& endpoint) {
+  CNUVGdbus* link = get_launcher_proxy();
+  return link->GetProxy(launcher_introspection_xml, launcher_vtable, endpoint) == 1 ? link : nullptr;
+}
+
+}  // namespace
+
 int nuv_launch_app_client(_NUV_LAUNCHER_DATA& data) {
   const int32_t event = TakeLaunchEvent();
-  CNUVGdbus* link = UsableLauncherProxy();
+  CNUVGdbus::Endpoint endpoint;
+  CNUVGdbus* link = UsableLauncherProxy(endpoint);
   if (link == nullptr) {
     NUV_ERROR("get_launcher_proxy() error");
     nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kNoLink));
     return -1;
   }
-  const CNUVGdbus::Endpoint endpoint = link->CurrentEndpoint();
   const GVariantHandle request = OwnVariant(MakeLaunchRequest(endpoint, data, event));
   // The result may arrive before the reply.
   KeptLaunchCallback callback(event, {data.callback, data.userData});

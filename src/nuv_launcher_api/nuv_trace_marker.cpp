@@ -3,17 +3,19 @@
 #include <nuv_platform/platform_trace.h>
 #include <sys/prctl.h>
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
-#include <cstring>
 
 void LeaveTraceMarker(const char* format, ...) {
-  char text[1024] = {};
+  char text[1024];
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(text, sizeof text, format, arguments);
+  const int length = vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  prctl(NUV_PRCTL_TRACE_MARKER, text, strlen(text));
+  if (length < 0) text[0] = '\0';
+  prctl(NUV_PRCTL_TRACE_MARKER, text, static_cast<size_t>(std::clamp<int>(length, 0, sizeof text - 1)));
   trace_begin(text);
   trace_end();
 }

@@ -196,8 +196,8 @@ int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, cl
   timespec now{};
   clock_gettime(clock, &now);
   constexpr double kNs = 1e-9;
-  const double seconds = static_cast<double>(limit->tv_sec - now.tv_sec) +
-                         static_cast<double>(limit->tv_nsec - now.tv_nsec) * kNs;
+  const double seconds =
+      static_cast<double>(limit->tv_sec - now.tv_sec) + static_cast<double>(limit->tv_nsec - now.tv_nsec) * kNs;
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().waits.push_back({clock, seconds});

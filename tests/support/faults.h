@@ -11,9 +11,9 @@ extern bool bus_get_fails_without_error;
 extern void (*after_bus_get)();  // called with the connection just made; null: nothing
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
-extern void (*at_start_of_thread)();      // called by each new thread; null: nothing
-extern const char* link_target;           // what readlink() finds, as much as there is room for; null: what there is
-extern bool condition_waits_are_short;    // those with a limit on a clock run out at once
+extern void (*at_start_of_thread)();    // called by each new thread; null: nothing
+extern const char* link_target;         // what readlink() finds, as much as there is room for; null: what there is
+extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 
 // The waits for a condition so far that had a limit, and that limit as it was asked for.
 struct ConditionWait {
