@@ -22,7 +22,7 @@
  *   Fork       In a child of fork() that has not exec'ed each function that asks the service returns -1 at once, where
  *              the parent had connected to the bus. The parent goes on undisturbed.
  *   Exit       Once exit() destroys what the host made before its first call of the library, no callback is entered.
- *              exit() gives those that run a tenth of a second to return, and goes on.
+ *              exit() gives those that run a quarter of a second to return, and goes on.
  *   Bus        The library uses the process's shared connection to the system bus, like g_bus_get_sync(), and switches
  *              its exit-on-close off: a lost bus ends no host. A host that wants to end with its bus connects to the
  *              "closed" signal of that connection, or sets exit-on-close again after its first call. No other

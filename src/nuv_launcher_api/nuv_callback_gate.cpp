@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kPatienceMs = 100;
+constexpr int kPatienceMs = 250;
 
 struct Gate {
   Mutex mutex;
