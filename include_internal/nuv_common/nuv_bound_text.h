@@ -6,6 +6,11 @@
 #include <string>
 #include <vector>
 
+// A text ends at its first zero byte, whatever follows in the string.
+inline std::string UpToZero(const std::string& text) {
+  return text.substr(0, text.find('\0'));
+}
+
 enum BindType { kBindText = 1, kBindInteger = 2 };
 
 // One parameter, as either side has it: a record of a type, a text and an integer.

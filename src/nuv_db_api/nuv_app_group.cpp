@@ -1,6 +1,7 @@
 // Groups: names that the service's configuration gives to applications.
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 
 #include <cstdlib>
@@ -56,7 +57,7 @@ void GetAppIDFromAppGroupList(const std::string& key, std::string& app_id, int& 
   NUV_INFO(NUV_YELLOW "the runtitle list %s" NUV_PLAIN, list.c_str());
   std::map<std::string, std::string> groups;
   ParseStringToList(list, ",", ":", groups);
-  const auto group = groups.find(key.c_str());
+  const auto group = groups.find(UpToZero(key));
   if (group == groups.end()) {
     result = kNoSuchGroup;
     return;

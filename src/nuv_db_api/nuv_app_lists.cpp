@@ -248,7 +248,7 @@ int nuv_get_key_list(const std::string& key, int count, nuv_app_info_s** list, i
   constexpr int kSet = 1;
   AppCondition condition;
   condition.Add("  where install_state = ? and is_app_available = ? and ", kInstalled, kAvailable);
-  condition.text += key.c_str();
+  condition.text += UpToZero(key);
   condition.Add(" = ? and is_need_reset = ?  ", kSet, kNoResetNeeded);
   NUV_INFO("param:%s", condition.text.c_str());
   return ReadKeyList(condition, count, list, real_count, NUV_HERE);

@@ -26,7 +26,7 @@ constexpr TextField kTextFields[] = {
 // Appends what is set, with its values. False where the key takes no value or is unknown.
 bool AddField(InnerStatement& statement, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
   if (key == APPSINFO_UPDATE_AIT_IDS) {
-    const std::string ids = value.c_str();
+    const std::string ids = UpToZero(value);
     const size_t comma = ids.find(',');
     const size_t rest = comma == std::string::npos ? 0 : comma + 1;
     statement.Add(" set ait_appid = ? , ait_orgid = ? ", ids.substr(0, comma), ids.substr(rest));
