@@ -10,6 +10,7 @@
 
 #include "bus_functions.h"
 #include "catalogue_launch_test.h"
+#include "faults.h"
 
 namespace {
 
@@ -125,6 +126,20 @@ TEST_F(ScarceDescriptors, EndNoHostBeforeTheFirstCall) {
 TEST_F(ScarceDescriptors, EndNoHostThatIsConnected) {
   for (int free = 0; free <= 8; ++free) {
     EXPECT_EQ(0, InChild([=] { return Use<DescriptorsTaken>(free, true); }, kLimit)) << free << " free";
+  }
+}
+
+// To make the listener again, the name is given back first, with a call of its own.
+TEST_F(ScarceDescriptors, EndNoHostWhoseLinkHasNoListener) {
+  for (int free = 0; free <= 12; ++free) {
+    const auto use = [=] {
+      faults::condition_waits_are_short = true;
+      faults::register_object_returns_zero = true;
+      if (kBusFunctions[0].call() != 0) return kFreedCallFailed;
+      faults::register_object_returns_zero = false;
+      return Use<DescriptorsTaken>(free, false);
+    };
+    EXPECT_EQ(0, InChild(use, kLimit)) << free << " free";
   }
 }
 

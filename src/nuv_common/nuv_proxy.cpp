@@ -150,6 +150,7 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
     NUV_INFO("g_dbus connection is not closed");
     if (CurrentStanding().hasListener) return 1;
   }
+  if (!DescriptorsAreFree(kDescriptorsToConnect)) return 0;
   RetireListener();
   if (!Connect() || !StartListener()) return 0;
   if (!open) WaitForListener();  // else a listener is made again, for which nobody has to wait
@@ -167,7 +168,6 @@ bool CNUVGdbus::Connect() {
     previous = std::move(m_connection);
   }
   previous.reset();  // the shared connection is only made anew when nobody holds the closed one
-  if (!DescriptorsAreFree(kDescriptorsToConnect)) return false;
   const bool first = NoteBusProcess();
   // GLib's own thread is started with the first connection, and lives as long as the process.
   if (first && !AThreadCanBeStarted()) {
