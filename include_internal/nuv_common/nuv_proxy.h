@@ -137,7 +137,7 @@ class CNUVGdbus {
   void TakeListenerId() NUV_REQUIRES(m_stateMutex);
 
   // By the listener.
-  void RunListener(ListenerRun& run);
+  void RunListener(ListenerRun& run) NUV_UNANALYSED;
   void RunLoop(ListenerRun& run);
 
   ListenerHandles TakeListenerHandles();

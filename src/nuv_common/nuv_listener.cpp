@@ -18,29 +18,35 @@ struct ListenerStart {
 
 namespace {
 
-thread_local ListenerRun* t_run = nullptr;  // the run of the listener thread that this is, if it is one
+// What a listener thread holds until it ends, whatever ends it. Where a callback does, not every platform unwinds the
+// stack through GLib, but every one destroys what is the thread's own.
+struct HeldByListener {
+  HeldByListener() = default;
+  ~HeldByListener() NUV_UNANALYSED {
+    if (mutex != nullptr) mutex->unlock();
+    if (run != nullptr) run->ended = true;
+  }
+  HeldByListener(const HeldByListener&) = delete;
+  HeldByListener& operator=(const HeldByListener&) = delete;
 
-// Notes the end of a listener thread, also of one that a callback ends.
-class EndOfRun {
- public:
-  explicit EndOfRun(ListenerRun& run) : m_run(run) {}
-  ~EndOfRun() { m_run.ended = true; }
-  EndOfRun(const EndOfRun&) = delete;
-  EndOfRun& operator=(const EndOfRun&) = delete;
-
- private:
-  ListenerRun& m_run;
+  std::shared_ptr<ListenerRun> run;
+  Mutex* mutex = nullptr;
 };
+
+thread_local HeldByListener t_held;
 
 bool Contains(const std::vector<int32_t>& ids, int32_t id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
 void* RunListenerThread(void* data) {
-  const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
-  t_run = start->run.get();
-  const EndOfRun end(*start->run);
-  return CNUVGdbus::m_Monitor(start->link);
+  CNUVGdbus* link = nullptr;
+  {
+    const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
+    link = start->link;
+    t_held.run = std::move(start->run);
+  }
+  return CNUVGdbus::m_Monitor(link);
 }
 
 // Makes a context the thread's default while the listener runs.
@@ -138,9 +144,9 @@ void* CNUVGdbus::m_Monitor(void* instance) {
     NUV_ERROR("pInstance == NULL");
     return nullptr;
   }
-  if (t_run == nullptr || !t_run->prepared) return nullptr;
+  if (t_held.run == nullptr || !t_held.run->prepared) return nullptr;
   try {
-    link->RunListener(*t_run);
+    link->RunListener(*t_held.run);
   } catch (const std::exception& error) {
     NUV_ERROR("the listener ends: %s", error.what());
   }
@@ -175,10 +181,11 @@ void CNUVGdbus::TakeListenerId() {
   m_listenerIds.push_back(m_listenerId);
 }
 
-// The mutex is the listener's own: as long as a callback of the one before runs, this one waits, and what arrives waits
-// in its context.
+// The mutex is the listener's own, until its thread ends: as long as a callback of the one before runs, this one waits,
+// and what arrives waits in its context.
 void CNUVGdbus::RunListener(ListenerRun& run) {
-  const CNUVClientAutoLock lock(m_monitorMutex);
+  m_monitorMutex.lock();
+  t_held.mutex = &m_monitorMutex;
   const DefaultContext defaultContext(run.context.get());
   RunLoop(run);
 }

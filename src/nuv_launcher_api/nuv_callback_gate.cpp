@@ -3,6 +3,7 @@
 #include <nuv_common/nuv_lock.h>
 
 #include <ctime>
+#include <utility>
 
 namespace {
 
@@ -21,12 +22,26 @@ Gate& TheGate() {
   return *gate_of_process;
 }
 
-thread_local int t_passing = 0;  // those of the calling thread, which may exit in one of them
+// Those of the calling thread, which may exit in one of them, or end in one without the stack being unwound. exit()
+// ends what is the thread's own before it closes the gate.
+struct OwnPassing {
+  OwnPassing() = default;
+  ~OwnPassing() {
+    if (count == 0) return;
+    const CNUVClientAutoLock lock(TheGate().mutex);
+    TheGate().passing -= std::exchange(count, 0);
+  }
+  OwnPassing(const OwnPassing&) = delete;
+  OwnPassing& operator=(const OwnPassing&) = delete;
+
+  int count = 0;
+};
+thread_local OwnPassing t_own;
 
 // In a child of fork() only the calling thread's callbacks run.
 void RenewInChild() NUV_UNANALYSED {
   TheGate().mutex.Renew(kPlainMutex);
-  TheGate().passing = t_passing;
+  TheGate().passing = t_own.count;
 }
 
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, RenewInChild);
@@ -34,7 +49,7 @@ void RenewInChild() NUV_UNANALYSED {
 bool OnlyOwnCallbacksRun() {
   Gate& gate = TheGate();
   const CNUVClientAutoLock lock(gate.mutex);
-  return gate.passing == t_passing;
+  return gate.passing == t_own.count;
 }
 
 }  // namespace
@@ -45,7 +60,7 @@ CallbackPassage::CallbackPassage() {
   m_open = !gate.closed;
   if (!m_open) return;
   ++gate.passing;
-  ++t_passing;
+  ++t_own.count;
 }
 
 CallbackPassage::~CallbackPassage() {
@@ -53,7 +68,7 @@ CallbackPassage::~CallbackPassage() {
   Gate& gate = TheGate();
   const CNUVClientAutoLock lock(gate.mutex);
   --gate.passing;
-  --t_passing;
+  --t_own.count;
 }
 
 GateClosedAtExit::~GateClosedAtExit() {
