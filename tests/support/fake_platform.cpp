@@ -13,6 +13,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
@@ -20,6 +21,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "process.h"
 #include "undisturbed.h"
 
 namespace {
@@ -84,6 +86,14 @@ int LogPriority(const std::string& text) {
 
 bool Logged(const std::string& text) {
   return LogPriority(text) != -1;
+}
+
+bool WaitForOwnName() {
+  return WaitUntil([] {
+    const std::vector<LogLine> log = Log();
+    return std::any_of(log.begin(), log.end(),
+                       [](const LogLine& line) { return line.text.rfind("on name acquired! ", 0) == 0; });
+  });
 }
 
 void Clear() {

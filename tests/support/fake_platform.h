@@ -22,6 +22,8 @@ std::vector<LogLine> Log();
 bool Logged(const std::string& text);
 int LogPriority(const std::string& text);  // of the last line with that text; -1 when there is none
 void Clear();
+// Waits until a link has its name. The listener says so by itself, at any time after the call that made the link.
+bool WaitForOwnName();
 
 // Log lines become effects, too ("log 6 text").
 void LogAsEffects(bool on);

@@ -126,6 +126,7 @@ class InnerBusTest : public InnerTest {
   void WarmUp() {
     StartService();
     ASSERT_EQ(0, nuv_dbus_nuv_command(0, "", "", ""));
+    ASSERT_TRUE(fake_platform::WaitForOwnName());
     service_->Forget();
     Forget();
   }

@@ -65,6 +65,7 @@ class LaunchTest : public ::testing::Test {
   void WarmUp() {
     StartService();
     ASSERT_EQ(0, nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1));
+    ASSERT_TRUE(fake_platform::WaitForOwnName());
     service_->Forget();
     fake_platform::Clear();
   }
