@@ -76,9 +76,9 @@ struct ThreadStart {
 };
 
 void* StartThread(void* data) {
-  const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(data));
+  const ThreadStart start = *std::unique_ptr<ThreadStart>(static_cast<ThreadStart*>(data));
   faults::at_start_of_thread();
-  return start->body(start->data);
+  return start.body(start.data);
 }
 
 }  // namespace
