@@ -17,8 +17,8 @@ class CallbackPassage {
 };
 
 // Closes the gate for good when it is destroyed, which exit() does. A static object that is made in the first call of
-// the library goes before everything that the host made before that call. It waits a quarter of a second at most for the
-// callbacks that run, so that one which has just passed the gate does not enter behind its back.
+// the library goes before everything that the host made before that call. It waits a quarter of a second at most for
+// the callbacks that run, so that one which has just passed the gate does not enter behind its back.
 class GateClosedAtExit {
  public:
   GateClosedAtExit() = default;
