@@ -83,4 +83,9 @@ TEST_F(LeftBehindTest, SeesAThreadUntilItHasEnded) {
   EXPECT_EQ(Lines{}, before.Now());
 }
 
+TEST_F(LeftBehindTest, NeverSeesTheThreadOfItsOwnLook) {
+  const LeftBehind before;
+  for (int look = 0; look < 2000; ++look) ASSERT_EQ(Lines{}, before.Now(kOnce));
+}
+
 }  // namespace

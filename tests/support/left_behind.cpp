@@ -6,6 +6,7 @@
 
 #include <array>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <set>
 #include <thread>
@@ -101,6 +102,16 @@ void AddHeld(Lines& lines) {
   take("turn of the inner side", innerSide.turn, [&] { AddStatements(g_pConnection_Inner, lines); });
 }
 
+// join() may return before the kernel has taken the thread off its list, where the next look would find it.
+void InAThreadThatHasGone(const std::function<void()>& work) {
+  std::string entry;
+  std::thread([&] {
+    entry = "/proc/self/task/" + std::to_string(gettid());
+    work();
+  }).join();
+  WaitUntil([&] { return access(entry.c_str(), F_OK) != 0; }, Milliseconds(10000));
+}
+
 }  // namespace
 
 LeftBehind::LeftBehind() : descriptors_(Descriptors()), threads_(Threads()) {}
@@ -109,7 +120,7 @@ std::vector<std::string> LeftBehind::LookOnce() const {
   Lines lines;
   AddDescriptors(descriptors_, lines);
   AddThreads(threads_, lines);
-  std::thread([&lines] { AddHeld(lines); }).join();
+  InAThreadThatHasGone([&lines] { AddHeld(lines); });
   return lines;
 }
 
