@@ -7,6 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "faults.h"
 #include "launch_test.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -183,11 +184,10 @@ TEST_F(LaunchRequestTest, ACallThatRunsOutOfTimeIsToldWith412) {
   WarmUp();
   service_->AnswerTo("launch_app", {Answer::kSilence, ""});
   _NUV_LAUNCHER_DATA data = FullRecord(&heard_);
-  const auto start = std::chrono::steady_clock::now();
+  faults::hurried_method = "launch_app";
+  faults::TakeBusCalls();
   EXPECT_EQ(-1, nuv_launch_app_client(data));
-  const auto waited = std::chrono::steady_clock::now() - start;
-  EXPECT_GE(waited, std::chrono::milliseconds(14900));
-  EXPECT_LE(waited, std::chrono::milliseconds(17000));
+  EXPECT_EQ((std::vector<faults::BusCall>{{"heartbeat", 10000}, {"launch_app", 15000}}), faults::TakeBusCalls());
   ExpectFailedCall("app", "412");
   EXPECT_EQ(6, fake_platform::LogPriority("Launch app[app], isTimeOutError[1] error"));
 }

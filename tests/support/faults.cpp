@@ -24,6 +24,8 @@ bool register_object_returns_zero = false;
 void (*at_start_of_thread)() = nullptr;
 const char* link_target = nullptr;
 bool condition_waits_are_short = false;
+const char* hurried_method = nullptr;
+void (*after_hurried_call)() = nullptr;
 
 }  // namespace faults
 
@@ -39,6 +41,7 @@ struct Planned {
   faults::Fault fault{};  // without a function: none
   bool happened = false;
   std::vector<faults::ConditionWait> waits;
+  std::vector<faults::BusCall> calls;
 };
 
 // The library's listener may still call while the test process exits.
@@ -100,6 +103,15 @@ bool TakePlanned() {
 std::vector<ConditionWait> TakeConditionWaits() {
   const std::lock_guard<std::mutex> lock(Get().mutex);
   return std::exchange(Get().waits, {});
+}
+
+std::vector<BusCall> TakeBusCalls() {
+  const std::lock_guard<std::mutex> lock(Get().mutex);
+  return std::exchange(Get().calls, {});
+}
+
+void PrintTo(const BusCall& call, std::ostream* out) {
+  *out << call.method << " within " << call.limit_ms << " ms";
 }
 
 }  // namespace faults
@@ -168,9 +180,17 @@ GVariant* g_dbus_connection_call_sync(GDBusConnection* connection, const gchar* 
     if (parameters != nullptr) g_variant_unref(g_variant_ref_sink(parameters));
     return nullptr;
   }
+  {
+    const std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().calls.push_back({method, timeout_ms});
+  }
+  constexpr int kAtOnceMs = 20;
+  const bool hurried = faults::hurried_method != nullptr && strcmp(method, faults::hurried_method) == 0;
   static auto* const real = Real(g_dbus_connection_call_sync, "g_dbus_connection_call_sync");
-  return real(connection, bus_name, path, interface, method, parameters, reply_type, flags, timeout_ms, cancellable,
-              error);
+  GVariant* const reply = real(connection, bus_name, path, interface, method, parameters, reply_type, flags,
+                               hurried ? kAtOnceMs : timeout_ms, cancellable, error);
+  if (hurried && faults::after_hurried_call != nullptr) faults::after_hurried_call();
+  return reply;
 }
 
 ssize_t readlink(const char* path, char* buffer, size_t size) {

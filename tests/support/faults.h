@@ -1,6 +1,8 @@
 // System and library calls that a test lets fail.
 #pragma once
 
+#include <ostream>
+#include <string>
 #include <vector>
 
 namespace faults {
@@ -21,6 +23,18 @@ struct ConditionWait {
   double seconds;
 };
 std::vector<ConditionWait> TakeConditionWaits();
+
+// The library's synchronous calls over the bus so far, with the time that each was given.
+struct BusCall {
+  std::string method;
+  int limit_ms;
+
+  bool operator==(const BusCall& other) const { return method == other.method && limit_ms == other.limit_ms; }
+};
+void PrintTo(const BusCall& call, std::ostream* out);
+std::vector<BusCall> TakeBusCalls();
+extern const char* hurried_method;    // its calls run out of time at once, whatever they are given; null: none
+extern void (*after_hurried_call)();  // called when one has; null: nothing
 
 // A call that fails once without having done anything.
 struct Fault {
