@@ -61,6 +61,18 @@ class RestartTest : public LaunchTest {
     ASSERT_TRUE(service_->SendResult(service_->Launches().back(), {900, 0})) << WholeLog();
     ASSERT_TRUE(heard_.WaitFor(before + 1)) << WholeLog();
   }
+  // The launches that reached the service and were not heard once.
+  std::string Unheard(const std::map<std::string, int>& heard) const {
+    std::string text;
+    for (const LaunchRequest& launch : service_->Launches()) {
+      const auto found = heard.find("notify " + launch.texts[0] + " 900 0 0");
+      const int times = found == heard.end() ? 0 : found->second;
+      if (times == 1) continue;
+      text += "\n" + launch.texts[0] + " of listener " + std::to_string(launch.thread_id) + ", event " +
+              std::to_string(launch.event) + ": heard " + std::to_string(times) + " times";
+    }
+    return text;
+  }
   static std::string WholeLog() {
     std::string text;
     for (const fake_platform::LogLine& line : fake_platform::Log()) text += line.text + "\n";
@@ -494,7 +506,7 @@ TEST_F(RestartTest, ThreadsLaunchAcrossRestartsAndNothingIsLost) {
         return heard["notify " + launch.texts[0] + " 900 0 0"] == 1;
       });
     };
-    EXPECT_TRUE(WaitUntil(all_heard)) << "restart " << i;
+    EXPECT_TRUE(WaitUntil(all_heard)) << "restart " << i << Unheard(heard);
     for (const auto& [text, times] : heard) EXPECT_LE(times, 1) << text;
     threads.GoOn();
     service_.reset();
