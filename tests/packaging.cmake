@@ -74,3 +74,12 @@ if(NOT CMAKE_CROSSCOMPILING)
     ${packaging}/check_outsider ${CMAKE_COMMAND} ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR} ${compilers}
     ${CMAKE_GENERATOR})
 endif()
+
+# The gates of .ci/run: each finds what is planted, where its tool is installed ("scripts/install-deps --ci").
+function(nuv_add_gate_test name tool)
+  find_program(NUV_GATE_TOOL_${tool} ${tool})
+  if(NUV_GATE_TOOL_${tool} AND NOT CMAKE_CROSSCOMPILING)
+    nuv_add_script_test(${name} ${ARGN} ${PROJECT_SOURCE_DIR})
+  endif()
+endfunction()
+nuv_add_gate_test(LintFindsPlantedFaults clang-tidy ${packaging}/check_lint_finds)

@@ -1,0 +1,32 @@
+# To be sourced by the tests of checks: a small project in $project, and faults that are planted there one at a time.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+project=$work/c++    # no check may take its path for a regular expression
+mkdir "$project"
+cd "$project"
+
+planted() {
+  printf '%s: %s\n%s\n' "$@"
+  exit 1
+}
+
+# passes COMMAND...
+passes() {
+  local output
+  output=$("$@" 2>&1) || planted 'refused' "$*" "$output"
+}
+
+# refuses MESSAGE PLANT COMMAND...: once PLANT, commands of the shell, has been done, the command fails and prints MESSAGE.
+refuses() {
+  local message=$1 plant=$2 output
+  shift 2
+  cp -a "$project" "$work/kept"
+  eval "$plant"
+  ! diff -r "$project" "$work/kept" >/dev/null || planted 'changes nothing' "$plant" ''
+  if output=$("$@" 2>&1); then planted 'accepted' "$plant" "$output"; fi
+  grep -q -F -e "$message" <<<"$output" || planted "says nothing of \"$message\"" "$plant" "$output"
+  cd "$work"
+  rm -rf "$project"
+  mv "$work/kept" "$project"
+  cd "$project"
+}
