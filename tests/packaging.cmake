@@ -88,4 +88,5 @@ nuv_add_gate_test(EachRowOfTheBenchmarksHasALimit python3 ${packaging}/check_ben
 nuv_add_gate_test(EachFuzzerIsRunWithItsDictionary bash ${packaging}/check_fuzz_finds)
 nuv_add_gate_test(BuildsOfCiFindWarnings clang++ ${packaging}/check_warnings_find)
 nuv_add_gate_test(AbiCheckFindsChangedRecords abidiff ${packaging}/check_abi_finds)
+nuv_add_gate_test(FormatCheckFindsEachKindOfSource clang-format ${packaging}/check_format_finds)
 nuv_add_gate_test(LintFindsPlantedFaults clang-tidy ${packaging}/check_lint_finds)
