@@ -17,7 +17,7 @@ nuv_add_script_test(LibraryExportsTheListedFunctions
   ${exports})
 
 nuv_add_script_test(LayersAreKept ${packaging}/check_layers ${PROJECT_SOURCE_DIR})
-nuv_add_script_test(LayerCheckFindsPlantedViolations ${packaging}/check_layers_finds ${PROJECT_SOURCE_DIR})
+nuv_add_script_test(LayerCheckFindsPlantedViolations ${packaging}/check_layers_finds)
 
 set(compilers ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER})
 nuv_add_script_test(InstalledHeadersCompileAlone
