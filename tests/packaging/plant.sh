@@ -20,15 +20,18 @@ passes() {
   output=$("$@" 2>&1) || planted 'refused' "$*" "$output"
 }
 
-# refuses MESSAGE PLANT COMMAND...: once PLANT, commands of the shell, has been done, the command fails and prints MESSAGE.
+# refuses MESSAGES PLANT COMMAND...: once PLANT, commands of the shell, has been done, the command fails and prints each
+# line of MESSAGES.
 refuses() {
-  local message=$1 plant=$2 output
+  local messages=$1 plant=$2 message output
   shift 2
   cp -a "$project" "$work/kept"
   eval "$plant"
   [ "$(picture "$project")" != "$(picture "$work/kept")" ] || planted 'changes nothing' "$plant" ''
   if output=$("$@" 2>&1); then planted 'accepted' "$plant" "$output"; fi
-  grep -q -F -e "$message" <<<"$output" || planted "says nothing of \"$message\"" "$plant" "$output"
+  while read -r message; do
+    grep -q -F -e "$message" <<<"$output" || planted "says nothing of \"$message\"" "$plant" "$output"
+  done <<<"$messages"
   cd "$work"
   rm -rf "$project"
   mv "$work/kept" "$project"
