@@ -71,6 +71,8 @@ def tests_of(build):
         environment = tuple(tuple(item.split('=', 1)) for item in properties.get('ENVIRONMENT', []))
         tests.append(Test(entry['name'], tuple(entry['command']), environment,
                           properties.get('WORKING_DIRECTORY', build)))
+    if not tests:
+        raise SystemExit(f'no tests in {build}')
     return tests
 
 
