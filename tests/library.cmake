@@ -25,6 +25,7 @@ function(nuv_add_white_box_test name)
   nuv_add_test(${name} SOURCES ${name}.cpp LIBRARIES nuv_white_box ${ARGN})
 endfunction()
 
+nuv_add_white_box_test(nuv_log_test)
 nuv_add_white_box_test(nuv_payload_caller_id_test)
 nuv_add_white_box_test(nuv_launcher_api_test)
 nuv_add_white_box_test(nuv_litecorvane_process_test)

@@ -149,5 +149,5 @@ const char* TextOfColumn(const DatabaseSide& side, unsigned column) {
 }
 
 StatementTurn::~StatementTurn() NUV_UNANALYSED {
-  FinalizeStatement(m_side, m_side.statementName, NUV_HERE);
+  FinalizeStatement(m_side, m_side.statementName, Here());
 }

@@ -29,14 +29,15 @@ struct DatabaseSide {
 };
 
 // Opens the database at path without ever creating it: 0, or kDatabaseFailed, with no connection and the reason logged.
-int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin = Here())
+    NUV_REQUIRES(side.turn);
 
 // Compiles sql into the side's statement: 0, kDatabaseFailed or kDatabaseBusy. No statement is left after a failure.
-int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin = Here()) NUV_REQUIRES(side.turn);
 
 // Advances the side's statement by one row and returns SQLite's code; SQLite's general error where there is no
 // statement. Every result but a row ends the statement: it is finalized and null.
-int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int StepWithRetry(DatabaseSide& side, const LogOrigin& origin = Here()) NUV_REQUIRES(side.turn);
 
 // The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step.
 // Making a text of a value that is none takes memory: std::bad_alloc.

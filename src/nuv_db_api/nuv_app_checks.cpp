@@ -11,7 +11,8 @@
 namespace {
 
 // Reads all rows: whether the first column of one of them is the id. Rows behind the match are only stepped through.
-bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin) NUV_REQUIRES(readSide.turn) {
+bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin = Here())
+    NUV_REQUIRES(readSide.turn) {
   bool found = false;
   std::string id;
   while (cycle.NextRow()) {
@@ -34,7 +35,7 @@ int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& s
     NUV_ERROR(NUV_RED "Failed to prepare" NUV_PLAIN);
     return prepared;
   }
-  const bool found = HasRowOf(cycle, app_id, NUV_HERE);
+  const bool found = HasRowOf(cycle, app_id);
   if (cycle.EndedBusy()) {
     NUV_ERROR(NUV_RED "get app info fail:sql busy" NUV_PLAIN);
     return kDatabaseBusy;
@@ -42,13 +43,13 @@ int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& s
   NUV_INFO(NUV_YELLOW "[%s] check db finish, result [%d]" NUV_PLAIN, app_id.c_str(), found ? 1 : 0);
   return found ? 0 : -1;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int GetAppsTableCount(int* count, const std::string& clause, int tableType,
                       const std::vector<_NUVDB_BIND_T>& binds) try {
   NUV_INFO("Start:strParam:[%s],tableType:[%d]", clause.c_str(), tableType);
-  if (!RequireParameters(count != nullptr, NUV_HERE)) return -1;
+  if (!RequireParameters(count != nullptr)) return -1;
   StatementCycle cycle;
   const int prepared = cycle.Begin("select count(id) from widgetinfo" + clause, binds);
   if (prepared != 0) return prepared;
@@ -58,7 +59,7 @@ int GetAppsTableCount(int* count, const std::string& clause, int tableType,
     *count = GetIntegerFromResult(0);
     counted = true;
   }
-  return cycle.Result(counted || cycle.EndedInOrder(), NUV_HERE);
+  return cycle.Result(counted || cycle.EndedInOrder());
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

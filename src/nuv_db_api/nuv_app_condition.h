@@ -32,4 +32,4 @@ std::string MarksOf(int set, const int (&bits)[Count], std::vector<_NUVDB_BIND_T
 int FeaturedCategories(int featured);
 
 // Limits the condition to the given categories: 0, or -1, logged for the caller, where none is given.
-int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin);
+int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin = Here());

@@ -22,11 +22,11 @@ void ClearRecords(Record* list, int count) {
   if (count > 0) memset(list, 0, static_cast<size_t>(count) * sizeof(Record));
 }
 
-void LogRecords(const nuv_app_info_s* list, int count, const LogOrigin& origin) {
+void LogRecords(const nuv_app_info_s* list, int count, const LogOrigin& origin = Here()) {
   for (int i = 0; i < count; ++i) LogAppInfo(list[i], origin);
 }
 
-void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin) {
+void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin = Here()) {
   for (int i = 0; i < count; ++i) {
     NUV_INFO_FROM(origin, NUV_GREEN "appindex = %d, app_id =%.127s, is_multi_screen2 =%d" NUV_PLAIN, i, list[i].app_id,
                   list[i].is_multi_screen2);
@@ -51,12 +51,12 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& st
     NUV_INFO("set app_info success");
     ++stored;
   }
-  const int result = cycle.Result(stored > 0, NUV_HERE);
+  const int result = cycle.Result(stored > 0);
   if (last_download) {
     NUV_INFO(NUV_GREEN "view mode : last download" NUV_PLAIN);
     sort_applist_lastdownload(list, real_count);
   }
-  if (result == 0) LogRecords(list, real_count, NUV_HERE);
+  if (result == 0) LogRecords(list, real_count);
   NUV_INFO("Get DB finish");
   return result;
 }
@@ -79,8 +79,8 @@ int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strPara
     NUV_INFO("set app_info success");
     ++stored;
   }
-  const int result = cycle.Result(stored > 0, NUV_HERE);
-  if (result == 0) LogRecords(list, real_count, NUV_HERE);
+  const int result = cycle.Result(stored > 0);
+  if (result == 0) LogRecords(list, real_count);
   NUV_INFO("Get DB finish");
   return result;
 }

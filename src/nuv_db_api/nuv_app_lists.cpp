@@ -177,7 +177,7 @@ int CountMatches(int* real_count, const AppCondition& condition, const LogOrigin
 }
 
 int ReadList(const ListRequest& request, bool ms, int* real_count, nuv_app_info_s** list, nuv_app_ms_s** ms_list,
-             const LogOrigin& origin) {
+             const LogOrigin& origin = Here()) {
   AppCondition condition;
   const int made = MakeListCondition(request, condition, origin);
   if (made != 0) return made;
@@ -190,7 +190,7 @@ int ReadList(const ListRequest& request, bool ms, int* real_count, nuv_app_info_
 
 // Reads the applications of the condition, at most `count` of them.
 int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list, int* real_count,
-                const LogOrigin& origin) {
+                const LogOrigin& origin = Here()) {
   const int counted = GetAppsTableCount(real_count, condition.text, 1, condition.binds);
   if (counted != 0) {
     NUV_ERROR_FROM(origin, NUV_RED "failed to get AppsTable Count " NUV_PLAIN);
@@ -228,32 +228,32 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
 int GetAppList(nuv_app_filter_s filter, nuv_app_viewmode_e view_mode, int index, int count, bool ms, int* real_count,
                nuv_app_info_s** list, nuv_app_ms_s** ms_list) try {
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
-  if (ReadingIsRefused(NUV_HERE, kFactoryResetMilestone)) return -1;
+  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;
   const bool hasList = ms ? ms_list != nullptr : list != nullptr;
-  if (!RequireParameters(hasList && real_count != nullptr, NUV_HERE)) return -1;
+  if (!RequireParameters(hasList && real_count != nullptr)) return -1;
   if (filter.type != NUV_APP_FILTER_ANY && static_cast<unsigned>(filter.type) > 255) {
     NUV_ERROR(NUV_RED "in param app_type is error" NUV_PLAIN);
     return -1;
   }
-  return ReadList({filter, view_mode, {index, count}}, ms, real_count, list, ms_list, NUV_HERE);
+  return ReadList({filter, view_mode, {index, count}}, ms, real_count, list, ms_list);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_key_list(const std::string& key, int count, nuv_app_info_s** list, int* real_count) try {
   const CNUVClientAutoLock lock(g_Mute);
   NUV_INFO(NUV_GREEN "Start,count:[%d], key:[%s]" NUV_PLAIN, count, key.c_str());
-  if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireParameters(real_count != nullptr && list != nullptr, NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
+  if (!RequireParameters(real_count != nullptr && list != nullptr)) return -1;
   constexpr int kSet = 1;
   AppCondition condition;
   condition.Add("  where install_state = ? and is_app_available = ? and ", kInstalled, kAvailable);
   condition.text += UpToZero(key);
   condition.Add(" = ? and is_need_reset = ?  ", kSet, kNoResetNeeded);
   NUV_INFO("param:%s", condition.text.c_str());
-  return ReadKeyList(condition, count, list, real_count, NUV_HERE);
+  return ReadKeyList(condition, count, list, real_count);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int GetNUVAppList(const std::string& app_featured, const std::string& view_mode, bool with_hidden,
@@ -262,16 +262,16 @@ int GetNUVAppList(const std::string& app_featured, const std::string& view_mode,
   NUV_INFO(NUV_GREEN "Start, app_featured:[%s], view_mode:[%s]" NUV_PLAIN, app_featured.c_str(), view_mode.c_str());
   const int featured = static_cast<int>(strtol(app_featured.c_str(), nullptr, 10));
   const int mode = static_cast<int>(strtol(view_mode.c_str(), nullptr, 10));
-  if (ReadingIsRefused(NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
   AppCondition condition;
   condition.Add(" where install_state = ? and is_app_available = ? and is_need_reset = ? ", kInstalled, kAvailable,
                 kNoResetNeeded);
   if (!with_hidden) condition.Add(" and is_hidden = ? ", kVisible);
-  if (AddFeatured(condition, FeaturedCategories(featured), NUV_HERE) != 0) return -1;
+  if (AddFeatured(condition, FeaturedCategories(featured)) != 0) return -1;
   condition.Add(OrderOf(mode));
   const int result = m_GetAppsTableInnerList(list, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish ret[%d]" NUV_PLAIN, result);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

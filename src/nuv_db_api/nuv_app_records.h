@@ -17,4 +17,4 @@ void GetMultiScreenInfo(nuv_app_ms_s& info) NUV_REQUIRES(readSide.turn);
 void GetInnerInfo(_APPS_INNER_INFO_T& info) NUV_REQUIRES(readSide.turn);
 
 // Logs a record's main members in one line, as the caller's.
-void LogAppInfo(const nuv_app_info_s& info, const LogOrigin& origin);
+void LogAppInfo(const nuv_app_info_s& info, const LogOrigin& origin = Here());

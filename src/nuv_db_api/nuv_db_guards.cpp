@@ -30,7 +30,7 @@ bool CheckPkgmgrRecovering() {
   return false;
 }
 
-bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice) {
+bool ReadingIsRefused(const char* factoryResetNotice, const LogOrigin& origin) {
   if (CkeckIsFactoryReset()) {
     NUV_INFO_FROM(origin, "%s", factoryResetNotice);
     return true;

@@ -74,13 +74,13 @@ int Connect(const std::string& path) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  return OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY, NUV_HERE);
+  return OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY);
 }
 
 int Prepare(const std::string& sql) {
   g_pStmt = nullptr;
   if (ConnectToDatabase() != 0) return kDatabaseFailed;
-  const int result = PrepareWithRetry(readSide, sql.c_str(), NUV_HERE);
+  const int result = PrepareWithRetry(readSide, sql.c_str());
   NUV_MILESTONE(NUV_GREEN "End,ret = %d" NUV_PLAIN, result);
   return result;
 }
@@ -100,7 +100,7 @@ void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
 }
 
 int Step() {
-  return StepWithRetry(readSide, NUV_HERE);
+  return StepWithRetry(readSide);
 }
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value) {

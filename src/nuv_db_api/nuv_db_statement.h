@@ -61,7 +61,7 @@ class NUV_SCOPED_CAPABILITY StatementCycle {
   bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
   bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
   // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
-  int Result(bool hadRow, const LogOrigin& origin) const;
+  int Result(bool hadRow, const LogOrigin& origin = Here()) const;
 
  private:
   StatementTurn m_turn;

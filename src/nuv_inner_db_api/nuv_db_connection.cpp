@@ -71,7 +71,7 @@ int Connect_Inner(DB_OPEN_TYPE type) {
   if (path == nullptr) return kDatabaseFailed;
   g_db_type = type == kReadWrite ? kReadWrite : kReadOnly;
   const int access = type == kReadWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
-  return OpenDatabase(innerSide, path.get(), access, NUV_HERE);
+  return OpenDatabase(innerSide, path.get(), access);
 }
 
 int DisConnect_Inner() {
@@ -84,13 +84,13 @@ int DisConnect_Inner() {
 int Prepare_Inner(const char* sql, DB_OPEN_TYPE type) {
   g_pStmt_Inner = nullptr;
   if (Connect_Inner(type) != 0) return kDatabaseFailed;
-  const int result = PrepareWithRetry(innerSide, sql, NUV_HERE);
+  const int result = PrepareWithRetry(innerSide, sql);
   NUV_ERROR(NUV_YELLOW "End,ret = %d" NUV_PLAIN, result);
   return result;
 }
 
 int Step_Inner() {
-  return StepWithRetry(innerSide, NUV_HERE);
+  return StepWithRetry(innerSide);
 }
 
 void save_inner_db_bind(std::vector<_NUVDB_INNER_BIND_T>& binds, const std::string& value) {

@@ -84,8 +84,8 @@ constexpr UsageCheck kMostUsed = {"most used", "use_count", "is most used app or
 constexpr UsageCheck kRecentlyUsed = {"recently used", "launch_date", "is recently used app", "check db finish"};
 
 // Whether the id is among the first rows; the rest of them are only stepped through.
-bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check, const LogOrigin& origin)
-    NUV_REQUIRES(innerSide.turn) {
+bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check,
+              const LogOrigin& origin = Here()) NUV_REQUIRES(innerSide.turn) {
   bool found = false;
   std::string id;
   while (cycle.NextRow()) {
@@ -97,7 +97,7 @@ bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const Usage
   return found;
 }
 
-int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrigin& origin) {
+int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrigin& origin = Here()) {
   NUV_INFO_FROM(origin, "[inner db] check [%s] is %s app or not", app_id.c_str(), check.what);
   if (RefusedWhileRecovering(origin) || !RequireKey(app_id, kAppIdIsEmpty, origin)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
@@ -120,7 +120,7 @@ int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrig
 }  // namespace
 
 int nuv_inner_get_app_info_by_id(const std::string& app_id, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by app id", app_id, NUV_HERE};
+  const Lookup lookup = {"get app info by app id", app_id, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement = FullRow();
@@ -131,11 +131,11 @@ int nuv_inner_get_app_info_by_id(const std::string& app_id, _APPSINFO_T& info, b
   }
   return FindRecord(statement, info, lookup, NUV_YELLOW "[inner db] SQLITE_ROW" NUV_PLAIN);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo id", kelvo_id, NUV_HERE};
+  const Lookup lookup = {"get app info by kelvo id", kelvo_id, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement = FullRow();
@@ -146,11 +146,11 @@ int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& 
   }
   return FindRecord(statement, info, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo runtitle", run_title, NUV_HERE};
+  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};
   if (!MayRun(lookup)) return -1;
   InnerStatement statement = FullRow();
   statement.Add(" where run_title = ?", run_title);
@@ -160,39 +160,39 @@ int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T
   }
   return FindRecord(statement, info, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_appid_by_title(const std::string& title, std::string& app_id) try {
-  const Lookup lookup = {"get app id by title", title, NUV_HERE};
+  const Lookup lookup = {"get app id by title", title, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement;
   statement.Add("select id from widgetinfo where title = ?", title);
   return FindId(statement, app_id, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_appid_by_kelvoid_or_nativeid(const std::string& id, std::string& app_id) try {
-  const Lookup lookup = {"get app id by kelvo id or native id", id, NUV_HERE};
+  const Lookup lookup = {"get app id by kelvo id or native id", id, Here()};
   if (!MayRun(lookup, "[inner db] id is empty")) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement;
   statement.Add("select id from widgetinfo where (kelvo_id = ? or hybrid_app = ?)", id, id);
   return FindId(statement, app_id, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_check_most_used_app(const std::string& app_id) try {
-  return CheckUsage(kMostUsed, app_id, NUV_HERE);
+  return CheckUsage(kMostUsed, app_id);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_check_recently_used_app(const std::string& app_id) try {
-  return CheckUsage(kRecentlyUsed, app_id, NUV_HERE);
+  return CheckUsage(kRecentlyUsed, app_id);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

@@ -10,7 +10,7 @@
 bool InnerCheckPkgmgrRecovering();
 
 // True, and logged for the caller, while packages are being repaired.
-bool RefusedWhileRecovering(const LogOrigin& origin);
+bool RefusedWhileRecovering(const LogOrigin& origin = Here());
 
 // False, and logged for the caller, where the key is empty. Like any text, it ends at its first zero byte.
 bool RequireKey(const std::string& key, const char* complaint, const LogOrigin& origin);

@@ -18,7 +18,7 @@ CNUVGdbus* get_innerdb_proxy() {
 }
 
 // The link, usable; null, and logged for the caller, when it is not.
-CNUVGdbus* UsableLink(const LogOrigin& origin) {
+CNUVGdbus* UsableLink(const LogOrigin& origin = Here()) {
   CNUVGdbus* link = get_innerdb_proxy();
   if (link->GetProxy(kIntrospectionXml, kNoMethods) == 1) return link;
   NUV_ERROR_FROM(origin, "get inner db proxy error");
@@ -37,7 +37,7 @@ bool ReadState(const ServiceReply& answer, int& state) {
 
 int nuv_dbus_update_app_count(const std::string& app_id) try {
   NUV_INFO("Start, appid [%s]", app_id.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
+  CNUVGdbus* link = UsableLink();
   if (link == nullptr) return -1;
   CallArguments arguments;
   arguments.Text(app_id.c_str());
@@ -46,12 +46,12 @@ int nuv_dbus_update_app_count(const std::string& app_id) try {
     NUV_INFO("update app count state: [%d]", state);
   return state;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version) try {
   NUV_INFO("Start appid [%s]", app_id.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
+  CNUVGdbus* link = UsableLink();
   if (link == nullptr) return -1;
   CallArguments arguments;
   arguments.Text(app_id.c_str()).Text(version.c_str());
@@ -60,12 +60,12 @@ int nuv_dbus_update_app_version(const std::string& app_id, const std::string& ve
     NUV_INFO("update app version state : [%d]", state);
   return state;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) try {
   NUV_INFO("Start app[%s], key[%d]", app_id.c_str(), static_cast<int>(key));
-  CNUVGdbus* link = UsableLink(NUV_HERE);
+  CNUVGdbus* link = UsableLink();
   if (link == nullptr) return -1;
   CallArguments arguments;
   arguments.Text(app_id.c_str()).Number(key);
@@ -74,18 +74,18 @@ int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e 
     NUV_INFO("update app info by key state : [%d]", state);
   return state;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                          const std::string& data) try {
   NUV_INFO("Start cmd[%d] app_id[%s] pkg_path[%s] data[%s]", command, app_id.c_str(), pkg_path.c_str(), data.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
+  CNUVGdbus* link = UsableLink();
   if (link == nullptr) return -1;
   CallArguments arguments;
   arguments.Number(command).Text(app_id.c_str()).Text(pkg_path.c_str()).Text(data.c_str());
   CallService(*link, "nuv_command", arguments);
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

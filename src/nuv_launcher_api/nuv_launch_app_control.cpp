@@ -129,7 +129,7 @@ void ApplyRequest(app_control_h request, _NUV_LAUNCHER_DATA& data) {
   }
 }
 
-int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin& origin) {
+int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin& origin = Here()) {
   NUV_ERROR_FROM(origin, NUV_RED "launch data is NULL!!!" NUV_PLAIN);
   nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_NO_APP_ID);
   constexpr const char* kNoApp = nullptr;
@@ -143,9 +143,9 @@ int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin
 
 int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, void* user_data) try {
   const CpuInheritance inheritance;
-  if (request == nullptr) return RefuseRequest(callback, user_data, NUV_HERE);
+  if (request == nullptr) return RefuseRequest(callback, user_data);
   const PlatformText appId = TextOf(request, app_control_get_app_id);
-  if (appId == nullptr) return RefuseRequest(callback, user_data, NUV_HERE);
+  if (appId == nullptr) return RefuseRequest(callback, user_data);
   NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId.get());
   KeepOperation(request);
   _NUV_LAUNCHER_DATA data;
@@ -156,5 +156,5 @@ int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, voi
   ApplyRequest(request, data);
   return nuv_launch_app_client(data);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

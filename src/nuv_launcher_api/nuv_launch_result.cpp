@@ -126,7 +126,7 @@ void nuv_launcher_handle_event(GDBusConnection*, const char*, const char*, const
     try {
       nuv_launcher_app_result(parameters, invocation);
     } catch (const std::bad_alloc&) {
-      OutOfMemory(NUV_HERE);  // no exception may pass through GLib
+      OutOfMemory();  // no exception may pass through GLib
     }
     return;
   }

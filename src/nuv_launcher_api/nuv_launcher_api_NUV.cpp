@@ -13,7 +13,7 @@
 
 namespace {
 
-int ReportUnknownApp(const char* app_id, uintptr_t callback, void* user_data, const LogOrigin& origin) {
+int ReportUnknownApp(const char* app_id, uintptr_t callback, void* user_data, const LogOrigin& origin = Here()) {
   CallUserCallback<nuv_launch_notify_cb>(callback, app_id, NUV_NOTIFY_LAUNCH_FAILED, 0,
                                          static_cast<int>(NUV_LAUNCH_STATUS_UNKNOWN_APP), user_data);
   NUV_ERROR_FROM(origin, NUV_RED "get app info by app id [%s] failed." NUV_PLAIN, app_id);
@@ -50,14 +50,14 @@ int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_
     return -1;
   }
   nuv_app_info_s info = {};
-  if (m_nuv_get_app_info(app_id, &info) != 0) return ReportUnknownApp(app_id, callbackNumber, user_data, NUV_HERE);
+  if (m_nuv_get_app_info(app_id, &info) != 0) return ReportUnknownApp(app_id, callbackNumber, user_data);
   NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, info.app_id);
   _NUV_LAUNCHER_DATA data = MakeRecord(info.app_id, payload, opinion);
   data.callback = callbackNumber;
   data.userData = user_data;
   return nuv_launch_app_client(data);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id, const std::string& reason) {
@@ -85,7 +85,7 @@ int nuv_terminate_allApps_internal(const std::string& caller_id, const std::stri
   NUV_INFO("Terminate all apps end!!!");
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_extra_app(std::string& app_id) try {
@@ -104,7 +104,7 @@ int nuv_get_extra_app(std::string& app_id) try {
   NUV_INFO("Get_extra_app app id [%s].", app_id.c_str());
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_notify_extra_app_changed(std::string app_id) try {
@@ -119,5 +119,5 @@ int nuv_notify_extra_app_changed(std::string app_id) try {
   ReportMissingReply(answer);
   return answer.succeeded && answer.reply != nullptr ? 0 : -1;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

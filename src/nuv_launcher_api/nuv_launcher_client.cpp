@@ -55,7 +55,7 @@ void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
       static_cast<int>(isTimeOutError == 1 ? NUV_LAUNCH_STATUS_TIMED_OUT : NUV_LAUNCH_STATUS_FAILED), data.userData);
 }
 
-int ReportTerminate(const ServiceReply& answer, const LogOrigin& origin) {
+int ReportTerminate(const ServiceReply& answer, const LogOrigin& origin = Here()) {
   if (answer.succeeded) {
     NUV_INFO_FROM(origin, "call terminate_app success.");
     return 0;
@@ -122,9 +122,9 @@ int nuv_terminate_app_client(const char* app_id, int option, const std::string& 
   }
   CallArguments arguments;
   arguments.Text(info.app_id).Number(option).Text(caller_id.c_str()).Text(reason.c_str());
-  return ReportTerminate(CallService(*link, "terminate_app", arguments), NUV_HERE);
+  return ReportTerminate(CallService(*link, "terminate_app", arguments));
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_terminate_app_by_runtitle_client(const char* runtitle) try {
@@ -140,9 +140,9 @@ int nuv_terminate_app_by_runtitle_client(const char* runtitle) try {
   }
   CallArguments arguments;
   arguments.Text(runtitle);
-  return ReportTerminate(CallService(*link, "terminate_app_by_runtitle", arguments), NUV_HERE);
+  return ReportTerminate(CallService(*link, "terminate_app_by_runtitle", arguments));
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) try {
@@ -155,7 +155,7 @@ int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) try {
   arguments.Number(type);
   return ReportPlainCall(CallService(*link, "launch_systempopup", arguments));
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* caller_id, int preload_type,
@@ -170,7 +170,7 @@ int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* ca
   arguments.Number(log_type).Text(app_id).Text(caller_id == nullptr ? "" : caller_id).Number(preload_type).Text(pt);
   return ReportPlainCall(CallService(*link, "send_appexec_kpi", arguments));
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_android_app_status_client(const char* app_id, int& status) try {
@@ -193,7 +193,7 @@ int nuv_get_android_app_status_client(const char* app_id, int& status) try {
   NUV_INFO("get_android_app_status,app id [%s],status:[%d].", app_id, status);
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_set_launch_fail(std::string text) {

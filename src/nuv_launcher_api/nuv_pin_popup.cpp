@@ -59,5 +59,5 @@ int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& rec
   NUV_ERROR(NUV_RED "Call AulLaunchPINPopup failed error" NUV_PLAIN);
   return -1;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
