@@ -5,7 +5,6 @@
 #include <nuv_common/nuv_log.h>
 
 #include "nuv_common/nuv_out_of_memory.h"
-#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -66,35 +65,18 @@ int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id,
   return nuv_terminate_app_client(app_id, 0, caller_id, reason);
 }
 
-int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) try {
+int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) {
   NUV_ERROR("Terminate all apps start, caller id:[%s], reason:[%s], .", caller_id.c_str(), reason.c_str());
-  int result = -1;
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR("get_launcher_proxy() error");
-    return result;
-  }
-  CallArguments arguments;
-  arguments.Text(caller_id.c_str()).Text(reason.c_str());
-  if (CallService(*link, "terminate_allapp", arguments).succeeded) {
-    NUV_INFO("call terminate_allapp success.");
-    result = 0;
-  } else {
-    NUV_ERROR("call terminate_allapp error.");
-  }
-  NUV_INFO("Terminate all apps end!!!");
+  const ServiceReply answer =
+      AskService(kLauncherService, "terminate_allapp", CallArguments().Text(caller_id.c_str()).Text(reason.c_str()));
+  const int result = ReportTerminate(answer, "terminate_allapp");
+  if (answer.asked) NUV_INFO("Terminate all apps end!!!");
   return result;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory();
 }
 
 int nuv_get_extra_app(std::string& app_id) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  const ServiceReply answer = CallService(*link, "get_extra_app");
+  CallArguments none;
+  const ServiceReply answer = AskService(kLauncherServiceInRed, "get_extra_app", none);
   ReportMissingReply(answer);
   GVariant* reply = answer.Of("(s)");
   if (reply == nullptr) return -1;
@@ -107,17 +89,9 @@ int nuv_get_extra_app(std::string& app_id) try {
   return OutOfMemory();
 }
 
-int nuv_notify_extra_app_changed(std::string app_id) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Text(app_id.c_str());
-  const ServiceReply answer = CallService(*link, "notify_extra_app_changed", arguments);
+int nuv_notify_extra_app_changed(std::string app_id) {
+  const ServiceReply answer =
+      AskService(kLauncherServiceInRed, "notify_extra_app_changed", CallArguments().Text(app_id.c_str()));
   ReportMissingReply(answer);
   return answer.succeeded && answer.reply != nullptr ? 0 : -1;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory();
 }

@@ -31,11 +31,8 @@ _NUV_LAUNCHER_COMMUI_DATA MakeCommonUiData(const _NUV_LAUNCHER_DATA& record, int
 }  // namespace
 
 int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& record) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
+  CNUVGdbus* link = UsableLink(kLauncherServiceInRed);
+  if (link == nullptr) return -1;
   const int32_t event = TakeLaunchEvent();
   _NUV_LAUNCHER_COMMUI_DATA data = MakeCommonUiData(record, event);
   const std::string pid = std::to_string(getpid());
