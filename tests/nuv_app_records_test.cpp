@@ -7,9 +7,9 @@
 #include "database_test.h"
 #include "distinct_row.h"
 #include "full_row.h"
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_columns.h"
 #include "nuv_db_api/nuv_db_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

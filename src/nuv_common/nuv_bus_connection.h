@@ -1,7 +1,7 @@
 // Getting a connection to the system bus that really is one.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
+#include "nuv_common/nuv_handles.h"
 
 struct BusConnection {
   GConnectionHandle connection;  // null on failure

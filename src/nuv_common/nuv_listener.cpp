@@ -1,7 +1,6 @@
 // The listener: the client's object and bus name, through which results arrive, and the thread that serves them.
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 
 #include <algorithm>
 #include <exception>
@@ -9,6 +8,7 @@
 
 #include "nuv_common/nuv_listener_run.h"
 #include "nuv_common/nuv_process.h"
+#include "nuv_common/nuv_proxy.h"
 
 // What a listener thread is started with.
 struct ListenerStart {

@@ -1,7 +1,8 @@
+#include "nuv_common/nuv_proxy.h"
+
 #include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 #include <unistd.h>
 
 #include <algorithm>

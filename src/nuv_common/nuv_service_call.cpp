@@ -1,8 +1,8 @@
 #include "nuv_common/nuv_service_call.h"
 
-#include <nuv_common/nuv_proxy.h>
+#include <nuv_common/nuv_out_of_memory.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_proxy.h"
 
 namespace {
 

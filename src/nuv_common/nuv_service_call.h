@@ -1,10 +1,10 @@
 // The common shape of the service's plain methods: the link, one call, its reply.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_log.h>
 
 #include "nuv_common/nuv_call_arguments.h"
+#include "nuv_common/nuv_handles.h"
 
 class CNUVGdbus;
 

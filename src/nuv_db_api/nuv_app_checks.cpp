@@ -4,9 +4,9 @@
 
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_db_guards.h"
 #include "nuv_db_api/nuv_db_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

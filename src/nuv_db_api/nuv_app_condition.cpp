@@ -1,6 +1,6 @@
 #include "nuv_db_api/nuv_app_condition.h"
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

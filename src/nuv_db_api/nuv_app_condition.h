@@ -2,12 +2,13 @@
 #pragma once
 
 #include <nuv/nuv_app_database_inner.h>
-#include <nuv_common/nuv_app_state.h>
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>
 #include <vector>
+
+#include "nuv_db_common/nuv_app_state.h"
+#include "nuv_db_common/nuv_bound_text.h"
 
 // What the filters compare with, beside the state of an application that can be used.
 enum AppFlag { kLocked = 1, kMarkedForUninstall = 0 };

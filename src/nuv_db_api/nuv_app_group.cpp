@@ -1,13 +1,13 @@
 // Groups: names that the service's configuration gives to applications.
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_database_inner.h>
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 
 #include <cstdlib>
 #include <memory>
 
 #include "nuv_db_api/nuv_app_queries.h"
+#include "nuv_db_common/nuv_bound_text.h"
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <memory>
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_list_query.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "nuv_db_api/nuv_db_guards.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

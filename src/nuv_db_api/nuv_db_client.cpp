@@ -7,10 +7,10 @@
 
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "nuv_db_api/nuv_db_guards.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 

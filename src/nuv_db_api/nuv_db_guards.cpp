@@ -1,7 +1,8 @@
 #include "nuv_db_api/nuv_db_guards.h"
 
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_platform/platform_settings.h>
+
+#include "nuv_db_common/nuv_app_state.h"
 
 namespace {
 

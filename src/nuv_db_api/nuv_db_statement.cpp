@@ -1,14 +1,14 @@
 #include "nuv_db_api/nuv_db_statement.h"
 
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "nuv_common/nuv_database_fork.h"
-#include "nuv_common/nuv_pause.h"
+#include "nuv_db_common/nuv_bound_text.h"
+#include "nuv_db_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_pause.h"
 
 sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;

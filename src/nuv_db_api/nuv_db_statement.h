@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 extern DatabaseSide readSide;
 extern sqlite3* g_pConnection NUV_GUARDED_BY(readSide.turn);  // null until opened

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "nuv_common/nuv_database_fork.h"
-#include "nuv_common/nuv_pause.h"
+#include "nuv_db_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_pause.h"
 
 sqlite3* g_pConnection_Inner = nullptr;
 sqlite3_stmt* g_pStmt_Inner = nullptr;

@@ -4,14 +4,14 @@
 // The functions lock nothing: whoever uses the connection holds a turn at it.
 #pragma once
 
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 #include <sqlite3.h>
 
 #include <string>
 #include <vector>
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_bound_text.h"
+#include "nuv_db_common/nuv_statement.h"
 
 enum DB_OPEN_TYPE : int { kReadOnly = 0, kReadWrite = 1 };  // any other value is taken for read-only
 

@@ -1,10 +1,10 @@
 // The list of all installed applications.
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <memory>
 #include <new>
 
+#include "nuv_db_common/nuv_app_state.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_inner_db_api/nuv_inner_app_columns.h"
 #include "nuv_inner_db_api/nuv_inner_app_record.h"

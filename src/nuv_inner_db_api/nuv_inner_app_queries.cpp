@@ -1,9 +1,9 @@
 // Looking one application up on the inner side.
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <new>
 
+#include "nuv_db_common/nuv_app_state.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_inner_db_api/nuv_inner_app_columns.h"
 #include "nuv_inner_db_api/nuv_inner_app_record.h"

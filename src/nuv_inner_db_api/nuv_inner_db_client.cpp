@@ -1,8 +1,8 @@
 // What the inner side asks the service, over a link of its own.
 #include <nuv/nuv_inner_app_database.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_common/nuv_service_call.h"
 
 namespace {

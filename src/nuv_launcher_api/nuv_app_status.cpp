@@ -3,15 +3,15 @@
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <nuv_platform/platform_hbbtv.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_handles.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_running_apps.h"
 

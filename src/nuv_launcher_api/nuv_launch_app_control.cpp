@@ -1,14 +1,14 @@
 // Launching from an app-control request of the platform.
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <nuv_platform/platform_app_control.h>
 
 #include <cstdlib>
 #include <new>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_handles.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_cpu_inheritance.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"

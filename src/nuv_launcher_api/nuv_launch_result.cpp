@@ -1,13 +1,13 @@
 #include "nuv_launcher_api/nuv_launch_result.h"
 
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
+#include <nuv_common/nuv_out_of_memory.h>
 
 #include <cstring>
 #include <optional>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_handles.h"
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"

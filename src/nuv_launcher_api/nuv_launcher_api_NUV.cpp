@@ -3,8 +3,8 @@
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"

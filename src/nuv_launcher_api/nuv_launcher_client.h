@@ -2,8 +2,8 @@
 #pragma once
 
 #include <nuv/nuv_service_api.h>
-#include <nuv_common/nuv_proxy.h>
 
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_launcher_data.h"
 

@@ -1,9 +1,9 @@
 // A launch that needs the user's PIN first.
 #include <nuv/nuv_service_launch.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <unistd.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"

@@ -1,8 +1,8 @@
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 #include <sys/stat.h>
 
-#include "nuv_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_database_fork.h"
 
 namespace {
 

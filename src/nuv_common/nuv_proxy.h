@@ -9,7 +9,6 @@
 #pragma once
 
 #include <gio/gio.h>
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_lock.h>
 #include <pthread.h>
 #include <sys/types.h>
@@ -20,6 +19,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "nuv_common/nuv_handles.h"
 
 // What a link's owner would receive through its callback; no event is ever made.
 struct _NUV_PROXY_ASYNC_EVENT {

@@ -4,9 +4,8 @@
 #include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <sqlite3.h>
-
-#include "nuv_common/nuv_out_of_memory.h"
 
 // A busy database is asked this often in all.
 constexpr int kMaxRetryCount = 50;
