@@ -89,7 +89,7 @@ void CNUVGdbus::ReleaseClientObject() {
   unsigned int registrationId = 0;
   GConnectionHandle connection;
   if (!IsForkedChild()) {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     if (m_registrationId != 0 && m_ownConnection != nullptr) {
       registrationId = std::exchange(m_registrationId, 0);
       connection = std::move(m_ownConnection);
@@ -120,7 +120,7 @@ int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtabl
         return 1;
       }
     }
-    const CNUVClientAutoLock lock(m_proxyMutex);
+    const MutexLock lock(m_proxyMutex);
     // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
     if (m_proxyCreated && CurrentStanding().generation != probed.generation) continue;
     const CancellationOff guard;
@@ -141,7 +141,7 @@ bool CNUVGdbus::ProbeService(const Endpoint& endpoint) {
 int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) {
   m_proxyCreated = false;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     m_introspectionXml = introspectionXml;
     m_vtable = vtable;
   }
@@ -165,7 +165,7 @@ bool CNUVGdbus::Connect() {
   NUV_INFO("getting gdus connection.");
   GConnectionHandle previous;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     previous = std::move(m_connection);
   }
   previous.reset();  // the shared connection is only made anew when nobody holds the closed one
@@ -185,7 +185,7 @@ bool CNUVGdbus::Connect() {
   NUV_INFO("getpid %d", getpid());
   GConnectionHandle privateBus(bus.context == nullptr ? nullptr : ShareConnection(bus.connection.get()));
   auto run = std::make_shared<ListenerRun>(std::move(bus.context), std::move(privateBus));
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   m_connection = std::move(bus.connection);
   m_run = std::move(run);
   m_objectName = "obj" + std::to_string(getpid());
@@ -227,7 +227,7 @@ void CNUVGdbus::WaitForListener() {
   NUV_INFO("wait for create monitor success(10s timeout)");
   NUV_INFO("take try Begin.");
   {
-    const CNUVClientAutoLock lock(m_waitMutex);
+    const LeafLock lock(m_waitMutex);
     if (m_waitFlag != 0) {
       m_waitFlag = 1;
       timespec deadline{};
@@ -256,7 +256,7 @@ void CNUVGdbus::GiveProxy() {
   m_DestroyMessageMonitor();
   GConnectionHandle connection;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     connection = std::move(m_connection);
   }
   if (connection != nullptr) NUV_ERROR("release the nuv api gdbus connection.");
@@ -266,7 +266,7 @@ void CNUVGdbus::GiveProxy() {
 }
 
 CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return EndpointNow();
 }
 
@@ -275,17 +275,17 @@ CNUVGdbus::Endpoint CNUVGdbus::EndpointNow() const {
 }
 
 int32_t CNUVGdbus::ListenerId() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return m_listenerId;
 }
 
 std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return m_run;
 }
 
 CNUVGdbus::Standing CNUVGdbus::CurrentStanding() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return {EndpointNow(), m_generation, m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended};
 }
 

@@ -144,11 +144,11 @@ class CNUVGdbus {
   ListenerHandles TakeListenerHandles();
 
   // The handshake's mutex and condition live as long as the link.
-  Mutex m_waitMutex;
+  LeafMutex m_waitMutex;
   pthread_cond_t m_waitCond;
   Mutex m_monitorMutex;
   Mutex m_proxyMutex;
-  mutable Mutex m_stateMutex;
+  mutable LeafMutex m_stateMutex;
 
   pthread_t m_thread NUV_GUARDED_BY(m_stateMutex);        // the listener; 0 when none runs
   std::string m_processName;                              // executable of this process

@@ -8,24 +8,6 @@
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_db_common/nuv_statement.h"
 
-namespace {
-
-// Reads all rows: whether the first column of one of them is the id. Rows behind the match are only stepped through.
-bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin = Here())
-    NUV_REQUIRES(readSide.turn) {
-  bool found = false;
-  std::string id;
-  while (cycle.NextRow()) {
-    if (found) continue;
-    GetValueByDBPosition(0, id);
-    found = id == app_id;
-    if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[%s] is recently(or most) used app" NUV_PLAIN, app_id.c_str());
-  }
-  return found;
-}
-
-}  // namespace
-
 int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& sql,
                                  std::vector<_NUVDB_BIND_T>& binds) try {
   NUV_INFO("app id:%s, strSql:%s", app_id.c_str(), sql.c_str());
@@ -35,11 +17,8 @@ int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& s
     NUV_ERROR(NUV_RED "Failed to prepare" NUV_PLAIN);
     return prepared;
   }
-  const bool found = HasRowOf(cycle, app_id);
-  if (cycle.EndedBusy()) {
-    NUV_ERROR(NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
+  const bool found = HasRowOf(cycle, app_id, "", "is recently(or most) used app", Here());
+  if (cycle.ReportBusy(kLookupBusy)) return kDatabaseBusy;
   NUV_INFO(NUV_YELLOW "[%s] check db finish, result [%d]" NUV_PLAIN, app_id.c_str(), found ? 1 : 0);
   return found ? 0 : -1;
 } catch (const std::bad_alloc&) {

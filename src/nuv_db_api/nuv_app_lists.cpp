@@ -2,12 +2,12 @@
 // reading to a worker.
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_database_inner.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <new>
 
 #include "nuv_db_api/nuv_app_condition.h"
@@ -38,19 +38,12 @@ const char* MultiScreenOrderOf(int view_mode) {
   return view_mode == NUV_APP_VIEWMODE_LAST_DOWNLOAD ? " order by install_date desc " : OrderOf(view_mode);
 }
 
-struct FreeBlock {
-  void operator()(void* block) const { free(block); }
-};
-
-// An array for the caller, from malloc().
+// An array for the caller.
 template <typename Record>
-using RecordBlock = std::unique_ptr<Record[], FreeBlock>;
-
-template <typename Record>
-RecordBlock<Record> AllocateRecords(int count) {
+AllocatedRecords<Record> AllocateRecords(int count) {
   const size_t records = static_cast<size_t>(count);
   if (records > SIZE_MAX / sizeof(Record)) return nullptr;
-  return RecordBlock<Record>(static_cast<Record*>(malloc(records * sizeof(Record))));
+  return AllocatedRecords<Record>(static_cast<Record*>(malloc(records * sizeof(Record))));
 }
 
 // The rows that a caller wants.
@@ -144,7 +137,7 @@ template <typename List>
 int ReadPage(const ListRequest& request, AppCondition& condition, int* real_count, typename List::Record** list,
              const LogOrigin& origin) {
   const int wanted = *real_count;
-  RecordBlock<typename List::Record> block = AllocateRecords<typename List::Record>(wanted);
+  AllocatedRecords<typename List::Record> block = AllocateRecords<typename List::Record>(wanted);
   *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, "%s", List::kNoMemory);
@@ -205,7 +198,7 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
   if (count >= 1 && count < *real_count) *real_count = count;
   NUV_INFO_FROM(origin, "after set,real_count: %d", *real_count);
   const int wanted = *real_count;
-  RecordBlock<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(wanted);
+  AllocatedRecords<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(wanted);
   *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, NUV_RED "Failed to malloc app_list" NUV_PLAIN);

@@ -125,7 +125,7 @@ void GetValueByDBPosition(unsigned col, std::string& out) {
   out = GetStringFromResult(col);
 }
 
-StatementCycle::StatementCycle() NUV_UNANALYSED : m_turn(readSide) {}
+StatementCycle::StatementCycle() NUV_UNANALYSED : QueryCycle(readSide, "Get DB fail:sql busy") {}
 
 int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) {
   RestoreCaches();
@@ -135,14 +135,5 @@ int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_
 }
 
 bool StatementCycle::NextRow() {
-  m_lastStep = Step();
-  return m_lastStep == SQLITE_ROW;
-}
-
-int StatementCycle::Result(bool hadRow, const LogOrigin& origin) const {
-  if (EndedBusy()) {
-    NUV_ERROR_FROM(origin, "Get DB fail:sql busy");
-    return kDatabaseBusy;
-  }
-  return hadRow ? 0 : kDatabaseFailed;
+  return Note(Step());
 }

@@ -151,3 +151,18 @@ const char* TextOfColumn(const DatabaseSide& side, unsigned column) {
 StatementTurn::~StatementTurn() NUV_UNANALYSED {
   FinalizeStatement(m_side, m_side.statementName, Here());
 }
+
+bool QueryCycle::ReportBusy(const char* complaint, const LogOrigin& origin) const {
+  if (EndedBusy()) NUV_ERROR_FROM(origin, "%s", complaint);
+  return EndedBusy();
+}
+
+int QueryCycle::Result(bool hadRow, const LogOrigin& origin) const {
+  if (ReportBusy(m_busyComplaint, origin)) return kDatabaseBusy;
+  return hadRow ? 0 : kDatabaseFailed;
+}
+
+bool QueryCycle::FirstColumnIs(const std::string& text) const {
+  const char* first = TextOfColumn(m_side, 0);
+  return text == (first == nullptr ? "" : first);
+}

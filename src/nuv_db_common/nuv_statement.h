@@ -7,6 +7,8 @@
 #include <nuv_common/nuv_out_of_memory.h>
 #include <sqlite3.h>
 
+#include <string>
+
 // A busy database is asked this often in all.
 constexpr int kMaxRetryCount = 50;
 
@@ -60,8 +62,56 @@ class NUV_SCOPED_CAPABILITY DatabaseTurn {
 
 // A turn for one statement, from prepare to finalize. A statement that an exception left live is finalized at the end:
 // it would keep the service from writing.
-class NUV_SCOPED_CAPABILITY StatementTurn : private DatabaseTurn {
+class NUV_SCOPED_CAPABILITY StatementTurn : protected DatabaseTurn {
  public:
   explicit StatementTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) NUV_UNANALYSED : DatabaseTurn(side) {}
   ~StatementTurn() NUV_RELEASE();
 };
+
+constexpr const char* kLookupBusy = NUV_RED "get app info fail:sql busy" NUV_PLAIN;
+
+// One statement from prepare to finalize, undisturbed by other threads: what the cycles of both sides have in common.
+class QueryCycle : private StatementTurn {
+ public:
+  // After the last row.
+  int LastStep() const { return m_lastStep; }
+  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
+  bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
+  // EndedBusy(), which is logged for the caller.
+  bool ReportBusy(const char* complaint, const LogOrigin& origin = Here()) const;
+  // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
+  int Result(bool hadRow, const LogOrigin& origin = Here()) const;
+
+  // Whether the first column of the current row is the text.
+  bool FirstColumnIs(const std::string& text) const NUV_UNANALYSED;
+
+ protected:
+  // busyComplaint: what Result() says after a busy end.
+  QueryCycle(DatabaseSide& side, const char* busyComplaint) NUV_UNANALYSED : StatementTurn(side),
+                                                                             m_busyComplaint(busyComplaint) {}
+  ~QueryCycle() NUV_UNANALYSED = default;
+
+  // Whether the step gave a row.
+  bool Note(int step) {
+    m_lastStep = step;
+    return step == SQLITE_ROW;
+  }
+
+ private:
+  const char* m_busyComplaint;
+  int m_lastStep = SQLITE_OK;
+};
+
+// Reads all rows: whether the first column of one of them is the id, which is said in the caller's words around it.
+// Rows behind the match are only stepped through.
+template <typename Cycle>
+bool HasRowOf(Cycle& cycle, const std::string& id, const char* before, const char* behind,
+              const LogOrigin& origin) NUV_UNANALYSED {
+  bool found = false;
+  while (cycle.NextRow()) {
+    if (found || !cycle.FirstColumnIs(id)) continue;
+    found = true;
+    NUV_INFO_FROM(origin, NUV_YELLOW "%s[%s] %s" NUV_PLAIN, before, id.c_str(), behind);
+  }
+  return found;
+}

@@ -1,11 +1,11 @@
 #include "nuv_inner_db_api/nuv_db_connection.h"
 
+#include <nuv_common/nuv_handle.h>
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
 #include "nuv_db_common/nuv_database_fork.h"
 #include "nuv_db_common/nuv_pause.h"
@@ -27,14 +27,9 @@ void ForgetMode() NUV_UNANALYSED {
   g_db_type = kReadOnly;
 }
 
-struct FreeText {
-  void operator()(char* text) const { free(text); }
-};
-using PathText = std::unique_ptr<char, FreeText>;
-
 // The path of the database, cut where it is too long; null, and logged, where there is none.
-PathText MakePath() {
-  PathText path(static_cast<char*>(calloc(kPathSize, 1)));
+AllocatedText MakePath() {
+  AllocatedText path(static_cast<char*>(calloc(kPathSize, 1)));
   if (path == nullptr) {
     NUV_ERROR(NUV_RED "malloc error" NUV_PLAIN);
     return nullptr;
@@ -67,7 +62,7 @@ int Connect_Inner(DB_OPEN_TYPE type) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  const PathText path = MakePath();
+  const AllocatedText path = MakePath();
   if (path == nullptr) return kDatabaseFailed;
   g_db_type = type == kReadWrite ? kReadWrite : kReadOnly;
   const int access = type == kReadWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
@@ -129,6 +124,5 @@ int InnerStatementCycle::Begin(const InnerStatement& statement, const LogOrigin&
 }
 
 bool InnerStatementCycle::NextRow() {
-  m_lastStep = Step_Inner();
-  return m_lastStep == SQLITE_ROW;
+  return Note(Step_Inner());
 }

@@ -54,20 +54,13 @@ void GetValueByPosition(unsigned column, bool& out) NUV_REQUIRES(innerSide.turn)
 
 using InnerStatement = BoundText<_NUVDB_INNER_BIND_T>;
 
-// One statement from prepare to finalize, undisturbed by other threads.
-class NUV_SCOPED_CAPABILITY InnerStatementCycle {
+// One statement of the inner side.
+class NUV_SCOPED_CAPABILITY InnerStatementCycle : public QueryCycle {
  public:
-  InnerStatementCycle() NUV_ACQUIRE(innerSide.turn) NUV_UNANALYSED : m_turn(innerSide) {}
-  ~InnerStatementCycle() NUV_RELEASE() NUV_UNANALYSED {}
+  InnerStatementCycle() NUV_ACQUIRE(innerSide.turn) NUV_UNANALYSED : QueryCycle(innerSide, kLookupBusy) {}
+  ~InnerStatementCycle() NUV_RELEASE() NUV_UNANALYSED = default;
 
   // Prepares for reading and binds: the result of Prepare_Inner(), a failure logged for the caller.
   int Begin(const InnerStatement& statement, const LogOrigin& origin) NUV_REQUIRES(innerSide.turn);
   bool NextRow() NUV_REQUIRES(innerSide.turn);
-
-  int LastStep() const { return m_lastStep; }
-  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
-
- private:
-  StatementTurn m_turn;
-  int m_lastStep = SQLITE_OK;
 };

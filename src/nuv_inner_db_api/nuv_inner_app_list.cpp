@@ -23,15 +23,6 @@ InnerStatement OverInstalledApps(std::string_view head) {
   return statement;
 }
 
-// What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
-int ResultOf(const InnerStatementCycle& cycle, bool hadRow, const LogOrigin& origin) {
-  if (cycle.EndedBusy()) {
-    NUV_ERROR_FROM(origin, NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
-  return hadRow ? 0 : kDatabaseFailed;
-}
-
 int ReadCount(int& total, const LogOrigin& origin) {
   InnerStatementCycle cycle;
   const int prepared = cycle.Begin(OverInstalledApps(kCountRows), origin);
@@ -41,7 +32,7 @@ int ReadCount(int& total, const LogOrigin& origin) {
     GetValueByPosition(0, total);
     counted = true;
   }
-  return ResultOf(cycle, counted, origin);
+  return cycle.Result(counted, origin);
 }
 
 // The number of applications. 0 of them, or fewer, is said in the log.
@@ -78,7 +69,7 @@ int FillList(_APPSINFO_T* list, int total, const LogOrigin& origin = Here()) {
     NUV_INFO_FROM(origin, NUV_GREEN "set app_info success!" NUV_PLAIN);
     ++stored;
   }
-  const int result = ResultOf(cycle, stored > 0, origin);
+  const int result = cycle.Result(stored > 0, origin);
   if (result != 0) NUV_ERROR_FROM(origin, NUV_RED "failed to get app list" NUV_PLAIN);
   return result;
 }

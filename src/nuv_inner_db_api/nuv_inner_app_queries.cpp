@@ -27,14 +27,9 @@ bool MayRun(const Lookup& lookup, const char* complaint = kAppIdIsEmpty) {
   return !RefusedWhileRecovering(lookup.origin) && RequireKey(lookup.key, complaint, lookup.origin);
 }
 
-bool ReportBusy(const InnerStatementCycle& cycle, const LogOrigin& origin) {
-  if (cycle.EndedBusy()) NUV_ERROR_FROM(origin, NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-  return cycle.EndedBusy();
-}
-
 // The end of a lookup that read to the last row. It counts as a success whether or not anything was found.
 int Finish(const InnerStatementCycle& cycle, bool found, const Lookup& lookup) {
-  if (ReportBusy(cycle, lookup.origin)) return kDatabaseBusy;
+  if (cycle.ReportBusy(kLookupBusy, lookup.origin)) return kDatabaseBusy;
   NUV_INFO_FROM(lookup.origin, "[inner db] %s [%s] success", lookup.what, lookup.key.c_str());
   return found ? 0 : -1;
 }
@@ -83,20 +78,6 @@ struct UsageCheck {
 constexpr UsageCheck kMostUsed = {"most used", "use_count", "is most used app or not", "get db finish"};
 constexpr UsageCheck kRecentlyUsed = {"recently used", "launch_date", "is recently used app", "check db finish"};
 
-// Whether the id is among the first rows; the rest of them are only stepped through.
-bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check,
-              const LogOrigin& origin = Here()) NUV_REQUIRES(innerSide.turn) {
-  bool found = false;
-  std::string id;
-  while (cycle.NextRow()) {
-    if (found) continue;
-    GetValueByPosition(0, id);
-    found = id == app_id;
-    if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[inner db] [%s] %s" NUV_PLAIN, app_id.c_str(), check.matchText);
-  }
-  return found;
-}
-
 int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrigin& origin = Here()) {
   NUV_INFO_FROM(origin, "[inner db] check [%s] is %s app or not", app_id.c_str(), check.what);
   if (RefusedWhileRecovering(origin) || !RequireKey(app_id, kAppIdIsEmpty, origin)) return -1;
@@ -110,8 +91,8 @@ int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrig
   InnerStatementCycle cycle;
   const int prepared = cycle.Begin(statement, origin);
   if (prepared != 0) return prepared;
-  const bool found = HasRowOf(cycle, app_id, check, origin);
-  if (ReportBusy(cycle, origin)) return kDatabaseBusy;
+  const bool found = HasRowOf(cycle, app_id, "[inner db] ", check.matchText, origin);
+  if (cycle.ReportBusy(kLookupBusy, origin)) return kDatabaseBusy;
   NUV_INFO_FROM(origin, NUV_YELLOW "[inner db] [%s] %s, result [%d]" NUV_PLAIN, app_id.c_str(), check.endText,
                 found ? 1 : 0);
   return found ? 1 : 0;

@@ -51,11 +51,8 @@ int Write(const InnerStatement& statement, const LogOrigin& origin = Here()) {
   const int prepared = cycle.Begin(statement, origin);
   if (prepared != 0) return prepared;
   cycle.NextRow();
-  if (cycle.LastStep() == SQLITE_DONE) return 0;
-  if (cycle.EndedBusy()) {
-    NUV_ERROR_FROM(origin, NUV_RED "update app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
+  if (cycle.EndedInOrder()) return 0;
+  if (cycle.ReportBusy(NUV_RED "update app info fail:sql busy" NUV_PLAIN, origin)) return kDatabaseBusy;
   NUV_ERROR_FROM(origin, NUV_RED "update app info fail" NUV_PLAIN);
   return kDatabaseFailed;
 }

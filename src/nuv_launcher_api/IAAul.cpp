@@ -1,13 +1,12 @@
 #include "nuv_launcher_api/IAAul.h"
 
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_app_control.h>
 #include <nuv_platform/platform_aul.h>
 
 #include <string>
 #include <utility>
-
-#include "nuv_common/nuv_handles.h"
 
 namespace {
 

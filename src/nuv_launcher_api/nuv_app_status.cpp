@@ -3,6 +3,7 @@
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_common/nuv_out_of_memory.h>
 #include <nuv_platform/platform_hbbtv.h>
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <utility>
 
-#include "nuv_common/nuv_handles.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_running_apps.h"
 
@@ -44,7 +44,7 @@ const std::string& PlatformId(const _APPSINFO_T& record, const char* app_id, con
 void PreferHbbtvApp(char* buffer, const LogOrigin& origin = Here()) {
   char* text = nullptr;
   const int running = GetRunningHbbtvApp(&text);
-  const Handle<char, free> owned(text);
+  const AllocatedText owned(text);
   if (running != 1 || text == nullptr) return;
   NUV_INFO_FROM(origin, NUV_YELLOW "Running hbbtv app kelvo id[%s]" NUV_PLAIN, text);
   strncpy(buffer, text, kShowingIdSize);
@@ -126,6 +126,6 @@ int nuv_get_current_showing_app_client(char** app_id) try {
   NUV_INFO(NUV_YELLOW "Current showing app id [%s]." NUV_PLAIN, *app_id);
   return 0;
 } catch (const std::bad_alloc&) {
-  const Handle<char, free> unused(std::exchange(*app_id, nullptr));
+  const AllocatedText unused(std::exchange(*app_id, nullptr));
   return OutOfMemory();
 }

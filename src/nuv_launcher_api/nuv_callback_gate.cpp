@@ -10,7 +10,7 @@ namespace {
 constexpr int kPatienceMs = 250;
 
 struct Gate {
-  Mutex mutex;
+  LeafMutex mutex;
   bool closed NUV_GUARDED_BY(mutex) = false;
   int passing NUV_GUARDED_BY(mutex) = 0;  // callbacks that run
 };
@@ -28,7 +28,7 @@ struct OwnPassing {
   OwnPassing() = default;
   ~OwnPassing() {
     if (count == 0) return;
-    const CNUVClientAutoLock lock(TheGate().mutex);
+    const LeafLock lock(TheGate().mutex);
     TheGate().passing -= std::exchange(count, 0);
   }
   OwnPassing(const OwnPassing&) = delete;
@@ -48,7 +48,7 @@ void RenewInChild() NUV_UNANALYSED {
 
 bool OnlyOwnCallbacksRun() {
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
+  const LeafLock lock(gate.mutex);
   return gate.passing == t_own.count;
 }
 
@@ -56,7 +56,7 @@ bool OnlyOwnCallbacksRun() {
 
 CallbackPassage::CallbackPassage() {
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
+  const LeafLock lock(gate.mutex);
   m_open = !gate.closed;
   if (!m_open) return;
   ++gate.passing;
@@ -66,7 +66,7 @@ CallbackPassage::CallbackPassage() {
 CallbackPassage::~CallbackPassage() {
   if (!m_open) return;
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
+  const LeafLock lock(gate.mutex);
   --gate.passing;
   --t_own.count;
 }
@@ -74,7 +74,7 @@ CallbackPassage::~CallbackPassage() {
 GateClosedAtExit::~GateClosedAtExit() {
   {
     Gate& gate = TheGate();
-    const CNUVClientAutoLock lock(gate.mutex);
+    const LeafLock lock(gate.mutex);
     gate.closed = true;
   }
   constexpr timespec kMillisecond = {0, 1000000};

@@ -9,7 +9,7 @@ namespace {
 
 // Callers and listeners use the table at the same time, the listeners even while the process exits.
 struct LaunchTable {
-  Mutex mutex;
+  LeafMutex mutex;
   std::map<int32_t, nuv_launcher_user_callback> launcher_cb_map NUV_GUARDED_BY(mutex);
   LaunchEvents launcher_event_key NUV_GUARDED_BY(mutex);
 };
@@ -36,24 +36,24 @@ void UnlockTable() NUV_UNANALYSED {
 
 int32_t TakeLaunchEvent() {
   LaunchTable& table = Table();
-  const CNUVClientAutoLock lock(table.mutex);
+  const LeafLock lock(table.mutex);
   return table.launcher_event_key.Take();
 }
 
 void KeepLaunchCallback(int32_t event, const nuv_launcher_user_callback& callback) {
   LaunchTable& table = Table();
-  const CNUVClientAutoLock lock(table.mutex);
+  const LeafLock lock(table.mutex);
   table.launcher_cb_map[event] = callback;
 }
 
 void ForgetLaunchCallback(int32_t event) {
   LaunchTable& table = Table();
-  const CNUVClientAutoLock lock(table.mutex);
+  const LeafLock lock(table.mutex);
   table.launcher_cb_map.erase(event);
 }
 
 nuv_launcher_user_callback FindLaunchCallback(int32_t event) {
   LaunchTable& table = Table();
-  const CNUVClientAutoLock lock(table.mutex);
+  const LeafLock lock(table.mutex);
   return table.launcher_cb_map[event];
 }
