@@ -1,5 +1,5 @@
 // Questions that a statement of the caller answers: how many rows, and is an application among them.
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 
 #include <new>

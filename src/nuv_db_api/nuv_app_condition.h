@@ -1,7 +1,7 @@
 // How the clauses of queries are put together.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>

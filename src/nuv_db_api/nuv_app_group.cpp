@@ -1,6 +1,6 @@
 // Groups: names that the service's configuration gives to applications.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
 

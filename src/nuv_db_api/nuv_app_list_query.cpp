@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "nuv_db_api/nuv_app_columns.h"
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
 namespace {

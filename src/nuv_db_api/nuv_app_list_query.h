@@ -4,7 +4,7 @@
 // there was none, -2 when the database stayed busy; the result of Prepare() where that failed.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
 
 #include <string>

@@ -1,7 +1,7 @@
 // Lists of applications: the functions that callers see. Each makes a condition, counts, makes the array and leaves the
 // reading to a worker.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>

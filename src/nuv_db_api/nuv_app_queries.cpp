@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "nuv_db_api/nuv_app_columns.h"
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_guards.h"
 #include "nuv_db_api/nuv_db_statement.h"
 

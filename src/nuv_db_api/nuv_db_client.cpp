@@ -1,7 +1,7 @@
 // Looking one application up: the functions that callers see. Each asks the guards, checks its arguments and leaves the
 // query to a worker.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 

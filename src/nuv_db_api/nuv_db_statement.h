@@ -4,7 +4,7 @@
 // functions lock nothing: whoever uses the connection holds a StatementCycle for as long as its statement lives.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 #include <sqlite3.h>
 

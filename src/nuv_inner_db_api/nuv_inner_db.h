@@ -1,7 +1,7 @@
 // What the functions of the inner side have in common: the guard, the checks of their arguments, and their failures.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>

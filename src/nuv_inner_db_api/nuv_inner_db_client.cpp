@@ -1,5 +1,5 @@
 // What the inner side asks the service, over a link of its own.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_log.h>
 
 #include "nuv_common/nuv_proxy.h"

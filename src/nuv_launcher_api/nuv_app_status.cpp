@@ -1,5 +1,5 @@
 // Whether an application runs, and which one shows.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>

@@ -1,7 +1,7 @@
 // How the current row becomes a record. A row of the full-row statement, unless said otherwise.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
 #include <nuv_common/nuv_log.h>
 

@@ -1,4 +1,4 @@
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 
 #include <array>
 #include <cstddef>
