@@ -149,6 +149,7 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
   const bool open = current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get());
   if (open) {
     NUV_INFO("g_dbus connection is not closed");
+    // As documented, a failed probe alone mends nothing, and none follows it.
     if (CurrentStanding().hasListener) return 1;
   }
   if (!DescriptorsAreFree(kDescriptorsToConnect)) return 0;
@@ -162,7 +163,7 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
 }
 
 bool CNUVGdbus::Connect() {
-  NUV_INFO("getting gdus connection.");
+  NUV_INFO("getting gdus connection.");  // misspelt; readers of the log know it
   GConnectionHandle previous;
   {
     const LeafLock lock(m_stateMutex);
@@ -194,7 +195,7 @@ bool CNUVGdbus::Connect() {
 }
 
 bool CNUVGdbus::StartListener() {
-  NUV_INFO("create Begin.");
+  NUV_INFO("create Begin.");  // around nothing; readers of the log look for the pair
   NUV_INFO("create End.");
   const std::shared_ptr<ListenerRun> run = CurrentRun();
   bool started = false;
@@ -210,7 +211,7 @@ bool CNUVGdbus::StartListener() {
   NUV_ERROR("failed to create thread");
   GiveProxy();
   AbandonRun(*run);
-  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy Begin.");  // around nothing, like the other pair
   NUV_INFO("destroy End.");
   return false;
 }
@@ -233,14 +234,14 @@ void CNUVGdbus::WaitForListener() {
       timespec deadline{};
       clock_gettime(CLOCK_MONOTONIC, &deadline);
       deadline.tv_sec += kListenerWaitSeconds;
-      NUV_INFO("TAKE_TRY timedwait start.");
+      NUV_INFO("TAKE_TRY timedwait start.");  // in capitals; readers of the log know it
       pthread_cond_clockwait(&m_waitCond, &static_cast<pthread_mutex_t&>(m_waitMutex), CLOCK_MONOTONIC, &deadline);
       NUV_INFO("TAKE_TRY timedwait end.");
     }
   }
   NUV_INFO("take try End.");
   NUV_INFO("create monitor success");
-  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy Begin.");  // around nothing: what it destroyed lives as long as the link
   NUV_INFO("destroy End.");
 }
 

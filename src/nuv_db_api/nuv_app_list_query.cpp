@@ -38,7 +38,7 @@ void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin = H
 int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& strParam, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download) {
   NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, strParam.c_str(), tableType);
-  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);
+  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);  // one too few, and so known
   StatementCycle cycle;
   const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(strParam), binds);
   if (prepared != 0) return prepared;

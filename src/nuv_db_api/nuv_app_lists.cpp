@@ -57,7 +57,7 @@ int CutToPage(const Page& page, int* real_count, const LogOrigin& origin) {
   int total = *real_count;
   NUV_INFO_FROM(origin, "before set,count: %d,index:%d,real_count:%d", page.count, page.index, total);
   if (total <= page.index) {
-    NUV_INFO_FROM(origin, "offect >= real count:offect:%d, real count:%d ", page.index, total);
+    NUV_INFO_FROM(origin, "offect >= real count:offect:%d, real count:%d ", page.index, total);  // misspelt; known
     *real_count = 0;
     return -1;
   }
@@ -221,7 +221,7 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
 int GetAppList(nuv_app_filter_s filter, nuv_app_viewmode_e view_mode, int index, int count, bool ms, int* real_count,
                nuv_app_info_s** list, nuv_app_ms_s** ms_list) try {
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
-  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;
+  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;  // takes no mutex: callers are promised that it does not
   const bool hasList = ms ? ms_list != nullptr : list != nullptr;
   if (!RequireParameters(hasList && real_count != nullptr)) return -1;
   if (filter.type != NUV_APP_FILTER_ANY && static_cast<unsigned>(filter.type) > 255) {

@@ -72,7 +72,7 @@ int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOri
 
 }  // namespace
 
-int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {
+int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {  // takes no mutex, and so promised
   NUV_INFO(NUV_GREEN "Start, app_id:[%s]" NUV_PLAIN, app_id);
   if (ReadingIsRefused()) return -1;
   if (!RequireParameters(app_id != nullptr && info != nullptr)) return -1;
@@ -88,7 +88,7 @@ int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {
 
 int nuv_get_app_info_by_runtitle(const char* runtitle, nuv_app_info_s* info) try {
   const CNUVClientAutoLock lock(g_Mute);
-  NUV_INFO(NUV_GREEN "Start, runtitile:[%s]" NUV_PLAIN, runtitle);
+  NUV_INFO(NUV_GREEN "Start, runtitile:[%s]" NUV_PLAIN, runtitle);  // misspelt in all lines; readers know it
   if (ReadingIsRefused()) return -1;
   if (!RequireRunTitle(runtitle, info)) return -1;
   const int result = QueryByRunTitle(kByRunTitleSerialised, runtitle, info);
@@ -98,7 +98,7 @@ int nuv_get_app_info_by_runtitle(const char* runtitle, nuv_app_info_s* info) try
   return OutOfMemory();
 }
 
-int GetAppInfoByRuntitle(nuv_app_info_s* info, const char* runtitle) try {
+int GetAppInfoByRuntitle(nuv_app_info_s* info, const char* runtitle) try {  // takes no mutex, unlike its neighbours
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
   if (ReadingIsRefused(kFactoryResetMilestone)) return -1;
   if (!RequireRunTitle(runtitle, info)) return -1;

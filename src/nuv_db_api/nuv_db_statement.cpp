@@ -78,7 +78,7 @@ int Connect(const std::string& path) {
 }
 
 int Prepare(const std::string& sql) {
-  g_pStmt = nullptr;
+  g_pStmt = nullptr;  // dropped, not finalized: whoever left it live ends it
   if (ConnectToDatabase() != 0) return kDatabaseFailed;
   const int result = PrepareWithRetry(readSide, sql.c_str());
   NUV_MILESTONE(NUV_GREEN "End,ret = %d" NUV_PLAIN, result);

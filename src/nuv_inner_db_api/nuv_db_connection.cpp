@@ -77,10 +77,10 @@ int DisConnect_Inner() {
 }
 
 int Prepare_Inner(const char* sql, DB_OPEN_TYPE type) {
-  g_pStmt_Inner = nullptr;
+  g_pStmt_Inner = nullptr;  // dropped, not finalized: whoever left it live ends it
   if (Connect_Inner(type) != 0) return kDatabaseFailed;
   const int result = PrepareWithRetry(innerSide, sql);
-  NUV_ERROR(NUV_YELLOW "End,ret = %d" NUV_PLAIN, result);
+  NUV_ERROR(NUV_YELLOW "End,ret = %d" NUV_PLAIN, result);  // an error line whatever the result: filters show it
   return result;
 }
 

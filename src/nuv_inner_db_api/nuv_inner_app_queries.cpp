@@ -27,7 +27,8 @@ bool MayRun(const Lookup& lookup, const char* complaint = kAppIdIsEmpty) {
   return !RefusedWhileRecovering(lookup.origin) && RequireKey(lookup.key, complaint, lookup.origin);
 }
 
-// The end of a lookup that read to the last row. It counts as a success whether or not anything was found.
+// The end of a lookup that read to the last row. The log calls it a success whether or not anything was found, which
+// its readers know.
 int Finish(const InnerStatementCycle& cycle, bool found, const Lookup& lookup) {
   if (cycle.ReportBusy(kLookupBusy, lookup.origin)) return kDatabaseBusy;
   NUV_INFO_FROM(lookup.origin, "[inner db] %s [%s] success", lookup.what, lookup.key.c_str());
@@ -131,8 +132,8 @@ int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& 
 }
 
 int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};
-  if (!MayRun(lookup)) return -1;
+  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};  // no kelvo id is asked for; known so
+  if (!MayRun(lookup)) return -1;  // takes no mutex, unlike its neighbours: so it is promised
   InnerStatement statement = FullRow();
   statement.Add(" where run_title = ?", run_title);
   if (installed_only) {

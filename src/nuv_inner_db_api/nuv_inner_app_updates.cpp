@@ -142,7 +142,7 @@ int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e
     nuv_db_rw_exchange();
     result = nuv_db_update_app_by_key(app_id, key);
   }
-  NUV_INFO("[inner db] update app key success");
+  NUV_INFO("[inner db] update app key success");  // behind a failure, too: the result tells
   return result;
 }
 
@@ -157,7 +157,7 @@ int nuv_inner_update_app_count(const std::string& app_id) {
     nuv_db_rw_exchange();
     result = nuv_db_update_app_count(app_id);
   }
-  NUV_INFO("[inner db] get app count success");
+  NUV_INFO("[inner db] get app count success");  // behind a failure, too: the result tells
   return result;
 }
 
@@ -165,12 +165,13 @@ int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE
   NUV_INFO("[inner db] Update app [%s] by key %d,value [%s]", app_id.c_str(), static_cast<int>(key), value.c_str());
   if (!MayChange(app_id, kAppidIsEmpty)) return -1;
   {
+    // Before the mutex is waited for, in the documented order; WriteValue() settles the mode again under it.
     const DatabaseTurn turn(innerSide);
     DisConnect_Inner();
     Connect_Inner(kReadWrite);
   }
   const int result = WriteValue(app_id, key, value, Mode::kReadWrite);
-  NUV_INFO("[inner db] Update DB success, ret = %d", result);
+  NUV_INFO("[inner db] Update DB success, ret = %d", result);  // behind a failure, too
   return result;
 }
 

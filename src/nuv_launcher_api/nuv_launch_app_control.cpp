@@ -143,7 +143,7 @@ int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, voi
   if (request == nullptr) return RefuseRequest(callback, user_data);
   const AllocatedText appId = TextOf(request, app_control_get_app_id);
   if (appId == nullptr) return RefuseRequest(callback, user_data);
-  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId.get());
+  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId.get());  // nothing is looked up
   KeepOperation(request);
   _NUV_LAUNCHER_DATA data;
   data.extraDatas = ExtraDatasOf(request);

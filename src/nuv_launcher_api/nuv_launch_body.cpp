@@ -48,6 +48,7 @@ int nuv_launch_app_internal_(const char* appId, const char* payload, const char*
   // Not a guard: where an exception leaves, the priority stays lent.
   const int tid = gettid();
   LendCpuPriority(tid);
+  // Start lines are error lines in all entry points: filters show those.
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s],callerid [%s]." NUV_PLAIN, appId, payload, callerId);
   LeaveTraceMarker("[BEGIN]Start: app id:[%s], callerid [%s].", appId, callerId);
   if (appId == nullptr) {
@@ -55,7 +56,7 @@ int nuv_launch_app_internal_(const char* appId, const char* payload, const char*
     TakeCpuPriorityBack(tid);
     return -1;
   }
-  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);
+  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);  // nothing is looked up; known so
   _NUV_LAUNCHER_DATA data = MakeRecord(appId, payload, callerId, options);
   data.callback = callback;
   data.userData = userData;

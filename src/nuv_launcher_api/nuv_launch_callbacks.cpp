@@ -55,5 +55,5 @@ void ForgetLaunchCallback(int32_t event) {
 nuv_launcher_user_callback FindLaunchCallback(int32_t event) {
   LaunchTable& table = Table();
   const LeafLock lock(table.mutex);
-  return table.launcher_cb_map[event];
+  return table.launcher_cb_map[event];  // an unknown number gets an entry, which stays: later events find it
 }

@@ -130,6 +130,7 @@ void nuv_launcher_handle_event(GDBusConnection*, const char*, const char*, const
     }
     return;
   }
-  // Nothing else is answered; the invocation, which holds the connection, is let go all the same.
+  // Nothing else is answered, "check_dbus_connection" included, as documented. The invocation, which holds the
+  // connection, is let go all the same.
   const GInvocationHandle released(invocation);
 }

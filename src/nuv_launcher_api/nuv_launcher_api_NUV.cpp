@@ -40,6 +40,7 @@ _NUV_LAUNCHER_DATA MakeRecord(const char* app_id, const char* payload, const Lau
 int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_notify_cb callback, void* user_data,
                             Launch_Opinion& opinion) try {
   const uintptr_t callbackNumber = reinterpret_cast<uintptr_t>(callback);
+  // Start lines are error lines, which filters show.
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s], cb [%p],user_data:[%p]." NUV_PLAIN, app_id, payload,
             reinterpret_cast<void*>(callbackNumber), user_data);
   LeaveTraceMarker("[BEGIN]start");

@@ -11,6 +11,7 @@
 #include "nuv_launcher_api/nuv_launch_request.h"
 #include "nuv_launcher_api/nuv_launch_result.h"
 
+// "check_dbus_connection" is part of it although it is never answered: the document is what the service knows.
 const char* const launcher_introspection_xml =
     "<node>"
     "  <interface name='org.kelvo.tv.corvane.launcherclient.interface.%s'>"
@@ -48,6 +49,7 @@ bool SendLaunch(CNUVGdbus& link, const CNUVGdbus::Endpoint& endpoint, GVariant* 
 void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
   NUV_ERROR("Launch app[%s], isTimeOutError[%d] error", data.appId.c_str(), isTimeOutError);
   nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kCallFailed));
+  // Whatever shape the callback has: callers of the other one have learnt to read these arguments.
   CallUserCallback<nuv_launch_notify_cb>(
       data.callback, data.appId.c_str(), NUV_NOTIFY_LAUNCH_FAILED, 0,
       static_cast<int>(isTimeOutError == 1 ? NUV_LAUNCH_STATUS_TIMED_OUT : NUV_LAUNCH_STATUS_FAILED), data.userData);
