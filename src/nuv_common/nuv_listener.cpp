@@ -34,7 +34,7 @@ struct HeldByListener {
   Mutex* mutex = nullptr;
 };
 
-thread_local HeldByListener t_held;
+thread_local HeldByListener heldByListener;
 
 bool Contains(const std::vector<int32_t>& ids, int32_t id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
@@ -45,7 +45,7 @@ void* RunListenerThread(void* data) {
   {
     const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
     link = start->link;
-    t_held.run = std::move(start->run);
+    heldByListener.run = std::move(start->run);
   }
   return CNUVGdbus::m_Monitor(link);
 }
@@ -133,9 +133,9 @@ void* CNUVGdbus::m_Monitor(void* instance) {
     NUV_ERROR("pInstance == NULL");
     return nullptr;
   }
-  if (t_held.run == nullptr || !t_held.run->prepared) return nullptr;
+  if (heldByListener.run == nullptr || !heldByListener.run->prepared) return nullptr;
   try {
-    link->RunListener(*t_held.run);
+    link->RunListener(*heldByListener.run);
   } catch (const std::exception& error) {
     NUV_ERROR("the listener ends: %s", error.what());
   }
@@ -174,7 +174,7 @@ void CNUVGdbus::TakeListenerId() {
 // and what arrives waits in its context.
 void CNUVGdbus::RunListener(ListenerRun& run) {
   m_monitorMutex.lock();
-  t_held.mutex = &m_monitorMutex;
+  heldByListener.mutex = &m_monitorMutex;
   const ThreadDefaultContext guard(run.context.get());
   RunLoop(run);
 }

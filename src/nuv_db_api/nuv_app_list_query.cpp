@@ -35,12 +35,12 @@ void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin = H
 
 }  // namespace
 
-int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& strParam, int tableType,
+int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& clause, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download) {
-  NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, strParam.c_str(), tableType);
+  NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, clause.c_str(), tableType);
   NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);  // one too few, and so known
   StatementCycle cycle;
-  const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(strParam), binds);
+  const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(clause), binds);
   if (prepared != 0) return prepared;
   const SmallCaches caches(real_count > kLongList);
   ClearRecords(list, real_count);
@@ -61,10 +61,10 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& st
   return result;
 }
 
-int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strParam,
+int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& clause,
                   const std::vector<_NUVDB_BIND_T>& binds) {
-  NUV_INFO("Start : strParam:[%s],real_count:[%d] ", strParam.c_str(), real_count);
-  const std::string sql = "select id,is_multi_screen2 from widgetinfo" + strParam;
+  NUV_INFO("Start : strParam:[%s],real_count:[%d] ", clause.c_str(), real_count);
+  const std::string sql = "select id,is_multi_screen2 from widgetinfo" + clause;
   NUV_INFO("sql:%s", sql.c_str());
   StatementCycle cycle;
   const int prepared = cycle.Begin(sql, binds);

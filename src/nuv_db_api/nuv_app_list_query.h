@@ -11,10 +11,10 @@
 #include <vector>
 
 // last_download: orders the array by sort_applist_lastdownload() afterwards, whatever the result.
-int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& strParam, int tableType,
+int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& clause, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download);
 
-int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strParam,
+int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& clause,
                   const std::vector<_NUVDB_BIND_T>& binds);
 
 // Brings the records with an app_index of 300 and above that end the array to its front, the last one first. In place.

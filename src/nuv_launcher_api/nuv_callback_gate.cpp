@@ -16,10 +16,10 @@ struct Gate {
 };
 
 // Like the table of callbacks, made when the library is loaded and never destroyed.
-NeverDestroyed<Gate> gate_of_process;
+NeverDestroyed<Gate> processGate;
 
 Gate& TheGate() {
-  return *gate_of_process;
+  return *processGate;
 }
 
 // Those of the calling thread, which may exit in one of them, or end in one without the stack being unwound. exit()
@@ -36,12 +36,12 @@ struct OwnPassing {
 
   int count = 0;
 };
-thread_local OwnPassing t_own;
+thread_local OwnPassing ownPassing;
 
 // In a child of fork() only the calling thread's callbacks run.
 void RenewInChild() NUV_UNANALYSED {
   TheGate().mutex.Renew(kPlainMutex);
-  TheGate().passing = t_own.count;
+  TheGate().passing = ownPassing.count;
 }
 
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, RenewInChild);
@@ -49,7 +49,7 @@ void RenewInChild() NUV_UNANALYSED {
 bool OnlyOwnCallbacksRun() {
   Gate& gate = TheGate();
   const LeafLock lock(gate.mutex);
-  return gate.passing == t_own.count;
+  return gate.passing == ownPassing.count;
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ CallbackPassage::CallbackPassage() {
   m_open = !gate.closed;
   if (!m_open) return;
   ++gate.passing;
-  ++t_own.count;
+  ++ownPassing.count;
 }
 
 CallbackPassage::~CallbackPassage() {
@@ -68,7 +68,7 @@ CallbackPassage::~CallbackPassage() {
   Gate& gate = TheGate();
   const LeafLock lock(gate.mutex);
   --gate.passing;
-  --t_own.count;
+  --ownPassing.count;
 }
 
 GateClosedAtExit::~GateClosedAtExit() {

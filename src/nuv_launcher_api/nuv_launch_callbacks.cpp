@@ -16,10 +16,10 @@ struct LaunchTable {
 
 // Made when the library is loaded: a child forked while another thread was making it would wait for that thread for
 // ever.
-NeverDestroyed<LaunchTable> table_of_process;
+NeverDestroyed<LaunchTable> processTable;
 
 LaunchTable& Table() {
-  return *table_of_process;
+  return *processTable;
 }
 
 // A child of fork() finds the table whole and its lock free.
