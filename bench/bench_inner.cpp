@@ -3,7 +3,7 @@
 //   bench_inner check QUERY 1 ROWS                fails unless both sides give the same
 // QUERY is "lookup" (by id), "list" (all, by index) or "update" (a launch counted by the service); ROWS is how many
 // rows the database of $NUV_HOST_DIR has.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The inner side's queries with nothing but SQLite, on a connection kept open.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <sqlite3.h>
 
 #include <memory>

@@ -1,6 +1,6 @@
 // Databases of any shape and content through every lookup and list of the read side.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // The cutting of lists such as "a:x,b:y", against a plain model of it.
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include "support/input.h"
 #include "support/must.h"

@@ -1,5 +1,5 @@
 // Databases of any shape and content through every lookup, list and change of the inner side.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 // Replies of the service, of any type and content, and its errors, through every function that makes a plain call.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
 

@@ -1,8 +1,7 @@
 // GVariants of any type and content, made of a fuzzer's input.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
-
+#include "nuv_common/nuv_handles.h"
 #include "support/input.h"
 
 namespace fuzz {

@@ -216,7 +216,7 @@ NUV_API int nuv_terminate_app_by_runtitle(const char* runtitle);
 /**
  * Tells whether an application runs. Not serialised.
  *
- * The database is read first, which takes at most 98 s (nuv/nuv_inner_app_database.h says when); then the platform is
+ * The database is read first, which takes at most 98 s (nuv/nuv_inner_database.h says when); then the platform is
  * asked, or for an Android application the service.
  *
  * @param app_id id, kelvo id or run title of an installed application. Must not be NULL: std::logic_error leaves the
@@ -230,7 +230,7 @@ NUV_API int nuv_get_app_status(const char* app_id, int* status);
 /**
  * Tells which application shows: the HbbTV application that runs, else the first visible application that the database
  * knows. Not serialised. Asks the platform, and for each visible application the database, which takes at most 98 s
- * (nuv/nuv_inner_app_database.h says when).
+ * (nuv/nuv_inner_database.h says when).
  *
  * @param app_id receives its id, at most 127 bytes, which the caller gives back with free(); an empty text when none
  *               shows

@@ -11,7 +11,7 @@
  * It takes the id of the first visible application that the database knows into a buffer of 255 bytes, which is to
  * begin with a zero byte, as an iterator of aul_app_get_running_app_info(): -1 ends the walk (the id is there, or the
  * buffer is null), 0 goes on. It asks the database about each visible application, which takes at most 98 s
- * (nuv/nuv_inner_app_database.h says when). A visible one without a platform id makes it throw std::logic_error.
+ * (nuv/nuv_inner_database.h says when). A visible one without a platform id makes it throw std::logic_error.
  */
 #ifndef NUV_SERVICE_LAUNCH_H
 #define NUV_SERVICE_LAUNCH_H

@@ -53,24 +53,41 @@ class NUV_CAPABILITY Mutex {
   pthread_mutex_t m_mutex;
 };
 
+// One of the two that the library promises its callers to take, or not to take.
+class NUV_CAPABILITY NamedMutex : public Mutex {
+ public:
+  using Mutex::Mutex;
+};
+
+// A private one under which no other lock is taken, and neither GLib nor a callback is called.
+class NUV_CAPABILITY LeafMutex : public Mutex {
+ public:
+  using Mutex::Mutex;
+};
+
 // Held by a launch for its whole run, and by the read side of the application database. The thread that holds it may
 // enter again: a failure callback runs while it is held and may launch.
-extern Mutex g_Mute;
+extern NamedMutex g_Mute;
 
 // Held by the queries and changes of the inner side of the application database.
-extern Mutex g_inner_Mute;
+extern NamedMutex g_inner_Mute;
 
 // Locks a mutex for the life of the guard.
-class NUV_SCOPED_CAPABILITY CNUVClientAutoLock {
+template <typename Kind>
+class NUV_SCOPED_CAPABILITY MutexLock {
  public:
-  explicit CNUVClientAutoLock(Mutex& mutex) NUV_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
-  ~CNUVClientAutoLock() NUV_RELEASE() { m_mutex.unlock(); }
-  CNUVClientAutoLock(const CNUVClientAutoLock&) = delete;
-  CNUVClientAutoLock& operator=(const CNUVClientAutoLock&) = delete;
+  explicit MutexLock(Kind& mutex) NUV_ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
+  ~MutexLock() NUV_RELEASE() { m_mutex.unlock(); }
+  MutexLock(const MutexLock&) = delete;
+  MutexLock& operator=(const MutexLock&) = delete;
 
  private:
-  Mutex& m_mutex;
+  Kind& m_mutex;
 };
+
+// A line says which kind it takes, and compiles for no other.
+using CNUVClientAutoLock = MutexLock<NamedMutex>;
+using LeafLock = MutexLock<LeafMutex>;
 
 // An object that lives as long as the process: its destructor never runs, so a thread that outlives static
 // destruction still finds it whole.

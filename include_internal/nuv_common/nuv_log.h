@@ -32,7 +32,18 @@ struct LogOrigin {
   const char* function;
   int line;
 };
-#define NUV_HERE (LogOrigin{__FILE_NAME__, __func__, __LINE__})
+
+inline const char* FileNameOf(const char* path) {
+  const char* slash = __builtin_strrchr(path, '/');
+  return slash == nullptr ? path : slash + 1;
+}
+
+// The place that calls: as a default argument, the call of the function that has it. A helper of a helper is given its
+// caller's, and has no default, or the line would name the helper. A template would be named with its arguments.
+inline LogOrigin Here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+                      const char* path = __builtin_FILE()) {
+  return {FileNameOf(path), function, line};
+}
 
 #define NUV_LOG_FROM(origin, priority, format, ...)                                                                    \
   __dlog_print(NUV_LOG_BUFFER_MAIN, (priority), NUV_LOG_TAG, "%s: %s(%d) > " format, (origin).file, (origin).function, \

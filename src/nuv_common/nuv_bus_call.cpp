@@ -2,7 +2,6 @@
 #include <libintl.h>
 #include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +9,7 @@
 #include <string_view>
 
 #include "nuv_common/nuv_process.h"
+#include "nuv_common/nuv_proxy.h"
 
 namespace {
 

@@ -8,20 +8,6 @@
 
 namespace {
 
-// Makes a context the calling thread's default for a while.
-class ThreadDefaultContext {
- public:
-  explicit ThreadDefaultContext(GMainContext* context) : m_context(context) {
-    g_main_context_push_thread_default(m_context);
-  }
-  ~ThreadDefaultContext() { g_main_context_pop_thread_default(m_context); }
-  ThreadDefaultContext(const ThreadDefaultContext&) = delete;
-  ThreadDefaultContext& operator=(const ThreadDefaultContext&) = delete;
-
- private:
-  GMainContext* m_context;
-};
-
 // GLib makes the shared connection so that a lost bus ends the process, and lets nobody say otherwise before it is
 // made. As long as one of these lives, a connection that closes, and would end the process, waits until ours has been
 // told that it ends nothing; nobody else's is touched. One that waits for the limit is not ours: ours is handed out as

@@ -1,7 +1,21 @@
 // Getting a connection to the system bus that really is one.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
+#include "nuv_common/nuv_handles.h"
+
+// Makes a context the calling thread's default for a while.
+class ThreadDefaultContext {
+ public:
+  explicit ThreadDefaultContext(GMainContext* context) : m_context(context) {
+    g_main_context_push_thread_default(m_context);
+  }
+  ~ThreadDefaultContext() { g_main_context_pop_thread_default(m_context); }
+  ThreadDefaultContext(const ThreadDefaultContext&) = delete;
+  ThreadDefaultContext& operator=(const ThreadDefaultContext&) = delete;
+
+ private:
+  GMainContext* m_context;
+};
 
 struct BusConnection {
   GConnectionHandle connection;  // null on failure

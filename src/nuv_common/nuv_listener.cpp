@@ -1,14 +1,15 @@
 // The listener: the client's object and bus name, through which results arrive, and the thread that serves them.
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 
 #include <algorithm>
 #include <exception>
 #include <utility>
 
+#include "nuv_common/nuv_bus_connection.h"
 #include "nuv_common/nuv_listener_run.h"
 #include "nuv_common/nuv_process.h"
+#include "nuv_common/nuv_proxy.h"
 
 // What a listener thread is started with.
 struct ListenerStart {
@@ -33,7 +34,7 @@ struct HeldByListener {
   Mutex* mutex = nullptr;
 };
 
-thread_local HeldByListener t_held;
+thread_local HeldByListener heldByListener;
 
 bool Contains(const std::vector<int32_t>& ids, int32_t id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
@@ -44,22 +45,10 @@ void* RunListenerThread(void* data) {
   {
     const std::unique_ptr<ListenerStart> start(static_cast<ListenerStart*>(data));
     link = start->link;
-    t_held.run = std::move(start->run);
+    heldByListener.run = std::move(start->run);
   }
   return CNUVGdbus::m_Monitor(link);
 }
-
-// Makes a context the thread's default while the listener runs.
-class DefaultContext {
- public:
-  explicit DefaultContext(GMainContext* context) : m_context(context) { g_main_context_push_thread_default(m_context); }
-  ~DefaultContext() { g_main_context_pop_thread_default(m_context); }
-  DefaultContext(const DefaultContext&) = delete;
-  DefaultContext& operator=(const DefaultContext&) = delete;
-
- private:
-  GMainContext* m_context;
-};
 
 // Runs a function in a context as soon as that is next dispatched.
 void Post(GMainContext* context, GSourceFunc function, gpointer data, GDestroyNotify release) {
@@ -144,9 +133,9 @@ void* CNUVGdbus::m_Monitor(void* instance) {
     NUV_ERROR("pInstance == NULL");
     return nullptr;
   }
-  if (t_held.run == nullptr || !t_held.run->prepared) return nullptr;
+  if (heldByListener.run == nullptr || !heldByListener.run->prepared) return nullptr;
   try {
-    link->RunListener(*t_held.run);
+    link->RunListener(*heldByListener.run);
   } catch (const std::exception& error) {
     NUV_ERROR("the listener ends: %s", error.what());
   }
@@ -163,7 +152,7 @@ bool CNUVGdbus::OfferAndServe(const std::shared_ptr<ListenerRun>& run) {
 
 bool CNUVGdbus::CreateListenerThread(ListenerStart* start) {
   const AllSignalsBlocked guard;
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   if (pthread_create(&m_thread, nullptr, RunListenerThread, start) != 0) {
     m_thread = 0;
     return false;
@@ -185,15 +174,15 @@ void CNUVGdbus::TakeListenerId() {
 // and what arrives waits in its context.
 void CNUVGdbus::RunListener(ListenerRun& run) {
   m_monitorMutex.lock();
-  t_held.mutex = &m_monitorMutex;
-  const DefaultContext defaultContext(run.context.get());
+  heldByListener.mutex = &m_monitorMutex;
+  const ThreadDefaultContext guard(run.context.get());
   RunLoop(run);
 }
 
 void CNUVGdbus::PrepareListener(ListenerRun& run) {
   NUV_INFO("Creating monitor %s.", CurrentEndpoint().objectName.c_str());
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     m_listenerIds.reserve(m_listenerIds.size() + 1);  // memory must not run out behind the thread's start
   }
   g_type_class_unref(g_type_class_ref(G_TYPE_DBUS_CONNECTION));
@@ -202,7 +191,7 @@ void CNUVGdbus::PrepareListener(ListenerRun& run) {
     NUV_ERROR("context == NULL");
     return;
   }
-  const DefaultContext defaultContext(run.context.get());
+  const ThreadDefaultContext guard(run.context.get());
   if (!ParseIntrospection()) return;
   OwnName(run);
   run.prepared = true;
@@ -211,7 +200,7 @@ void CNUVGdbus::PrepareListener(ListenerRun& run) {
 bool CNUVGdbus::ParseIntrospection() {
   std::string document;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     document = m_introspectionXml;
     const size_t mark = document.find("%s");
     if (mark != std::string::npos) document.replace(mark, 2, m_objectName);
@@ -228,7 +217,7 @@ bool CNUVGdbus::ParseIntrospection() {
     NUV_ERROR("introspection created error ");
     return false;
   }
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   m_nodeInfo = std::move(nodeInfo);
   return true;
 }
@@ -246,7 +235,7 @@ void CNUVGdbus::OwnName(ListenerRun& run) {
   }
   const unsigned int ownerId = g_bus_own_name_on_connection(endpoint.connection.get(), name.c_str(), kNameFlags,
                                                             m_OnnameAcquired, nullptr, this, nullptr);
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   m_ownerId = ownerId;
 }
 
@@ -257,7 +246,7 @@ void CNUVGdbus::RunLoop(ListenerRun& run) {
   }
   bool current = false;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     current = m_run.get() == &run;
     if (current) m_mainLoop.reset(g_main_loop_ref(loop.get()));
   }
@@ -286,7 +275,7 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
   std::string objectName;
   GConnectionHandle own = ShareConnection(connection);
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     std::swap(m_ownConnection, own);
     if (m_nodeInfo != nullptr) nodeInfo.reset(g_dbus_node_info_ref(m_nodeInfo.get()));
     vtable = m_vtable;
@@ -309,7 +298,7 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
     NUV_ERROR("register id error");
     return false;
   }
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   m_registrationId = id;
   return true;
 }
@@ -317,7 +306,7 @@ bool CNUVGdbus::RegisterObject(GDBusConnection* connection) {
 void CNUVGdbus::WakeCreator() {
   NUV_INFO("give Begin.");
   {
-    const CNUVClientAutoLock lock(m_waitMutex);
+    const LeafLock lock(m_waitMutex);
     m_waitFlag = 0;
     NUV_INFO("give cond_signal start.");
     pthread_cond_signal(&m_waitCond);
@@ -339,7 +328,7 @@ void CNUVGdbus::m_DestroyMessageMonitor() {
 
 CNUVGdbus::ListenerHandles CNUVGdbus::TakeListenerHandles() {
   ListenerHandles handles;
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   handles.mainLoop = std::move(m_mainLoop);
   handles.ownerId = std::exchange(m_ownerId, 0);
   handles.nodeInfo = std::move(m_nodeInfo);

@@ -1,10 +1,10 @@
 // One listener thread's run on one connection.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
-
 #include <atomic>
 #include <utility>
+
+#include "nuv_common/nuv_handles.h"
 
 struct ListenerRun {
   explicit ListenerRun(GMainContextHandle privateContext, GConnectionHandle privateBus)

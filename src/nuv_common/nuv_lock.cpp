@@ -1,7 +1,7 @@
 #include <nuv_common/nuv_lock.h>
 
-Mutex g_Mute(kRecursiveMutex);
-Mutex g_inner_Mute;
+NamedMutex g_Mute(kRecursiveMutex);
+NamedMutex g_inner_Mute;
 
 namespace {
 

@@ -1,7 +1,8 @@
+#include "nuv_common/nuv_proxy.h"
+
 #include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,7 +89,7 @@ void CNUVGdbus::ReleaseClientObject() {
   unsigned int registrationId = 0;
   GConnectionHandle connection;
   if (!IsForkedChild()) {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     if (m_registrationId != 0 && m_ownConnection != nullptr) {
       registrationId = std::exchange(m_registrationId, 0);
       connection = std::move(m_ownConnection);
@@ -119,7 +120,7 @@ int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtabl
         return 1;
       }
     }
-    const CNUVClientAutoLock lock(m_proxyMutex);
+    const MutexLock lock(m_proxyMutex);
     // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
     if (m_proxyCreated && CurrentStanding().generation != probed.generation) continue;
     const CancellationOff guard;
@@ -140,7 +141,7 @@ bool CNUVGdbus::ProbeService(const Endpoint& endpoint) {
 int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& vtable) {
   m_proxyCreated = false;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     m_introspectionXml = introspectionXml;
     m_vtable = vtable;
   }
@@ -148,6 +149,7 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
   const bool open = current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get());
   if (open) {
     NUV_INFO("g_dbus connection is not closed");
+    // As documented, a failed probe alone mends nothing, and none follows it.
     if (CurrentStanding().hasListener) return 1;
   }
   if (!DescriptorsAreFree(kDescriptorsToConnect)) return 0;
@@ -161,10 +163,10 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
 }
 
 bool CNUVGdbus::Connect() {
-  NUV_INFO("getting gdus connection.");
+  NUV_INFO("getting gdus connection.");  // misspelt; readers of the log know it
   GConnectionHandle previous;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     previous = std::move(m_connection);
   }
   previous.reset();  // the shared connection is only made anew when nobody holds the closed one
@@ -184,7 +186,7 @@ bool CNUVGdbus::Connect() {
   NUV_INFO("getpid %d", getpid());
   GConnectionHandle privateBus(bus.context == nullptr ? nullptr : ShareConnection(bus.connection.get()));
   auto run = std::make_shared<ListenerRun>(std::move(bus.context), std::move(privateBus));
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   m_connection = std::move(bus.connection);
   m_run = std::move(run);
   m_objectName = "obj" + std::to_string(getpid());
@@ -193,7 +195,7 @@ bool CNUVGdbus::Connect() {
 }
 
 bool CNUVGdbus::StartListener() {
-  NUV_INFO("create Begin.");
+  NUV_INFO("create Begin.");  // around nothing; readers of the log look for the pair
   NUV_INFO("create End.");
   const std::shared_ptr<ListenerRun> run = CurrentRun();
   bool started = false;
@@ -209,7 +211,7 @@ bool CNUVGdbus::StartListener() {
   NUV_ERROR("failed to create thread");
   GiveProxy();
   AbandonRun(*run);
-  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy Begin.");  // around nothing, like the other pair
   NUV_INFO("destroy End.");
   return false;
 }
@@ -226,20 +228,20 @@ void CNUVGdbus::WaitForListener() {
   NUV_INFO("wait for create monitor success(10s timeout)");
   NUV_INFO("take try Begin.");
   {
-    const CNUVClientAutoLock lock(m_waitMutex);
+    const LeafLock lock(m_waitMutex);
     if (m_waitFlag != 0) {
       m_waitFlag = 1;
       timespec deadline{};
       clock_gettime(CLOCK_MONOTONIC, &deadline);
       deadline.tv_sec += kListenerWaitSeconds;
-      NUV_INFO("TAKE_TRY timedwait start.");
+      NUV_INFO("TAKE_TRY timedwait start.");  // in capitals; readers of the log know it
       pthread_cond_clockwait(&m_waitCond, &static_cast<pthread_mutex_t&>(m_waitMutex), CLOCK_MONOTONIC, &deadline);
       NUV_INFO("TAKE_TRY timedwait end.");
     }
   }
   NUV_INFO("take try End.");
   NUV_INFO("create monitor success");
-  NUV_INFO("destroy Begin.");
+  NUV_INFO("destroy Begin.");  // around nothing: what it destroyed lives as long as the link
   NUV_INFO("destroy End.");
 }
 
@@ -255,7 +257,7 @@ void CNUVGdbus::GiveProxy() {
   m_DestroyMessageMonitor();
   GConnectionHandle connection;
   {
-    const CNUVClientAutoLock lock(m_stateMutex);
+    const LeafLock lock(m_stateMutex);
     connection = std::move(m_connection);
   }
   if (connection != nullptr) NUV_ERROR("release the nuv api gdbus connection.");
@@ -265,7 +267,7 @@ void CNUVGdbus::GiveProxy() {
 }
 
 CNUVGdbus::Endpoint CNUVGdbus::CurrentEndpoint() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return EndpointNow();
 }
 
@@ -274,17 +276,17 @@ CNUVGdbus::Endpoint CNUVGdbus::EndpointNow() const {
 }
 
 int32_t CNUVGdbus::ListenerId() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return m_listenerId;
 }
 
 std::shared_ptr<ListenerRun> CNUVGdbus::CurrentRun() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return m_run;
 }
 
 CNUVGdbus::Standing CNUVGdbus::CurrentStanding() const {
-  const CNUVClientAutoLock lock(m_stateMutex);
+  const LeafLock lock(m_stateMutex);
   return {EndpointNow(), m_generation, m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended};
 }
 

@@ -1,20 +1,23 @@
 #include "nuv_common/nuv_service_call.h"
 
-#include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
+#include <nuv_common/nuv_out_of_memory.h>
+
+#include "nuv_common/nuv_proxy.h"
 
 namespace {
 
 constexpr int kTimeoutMs = 10000;
 
-ServiceReply Call(CNUVGdbus& link, const char* method, GVariant* parameters) {
-  const GVariantHandle owned = OwnVariant(parameters);
-  ServiceReply result;
+void CallService(CNUVGdbus& link, const char* method, CallArguments& arguments, ServiceReply& answer) {
+  const GVariantHandle parameters = OwnVariant(arguments.TakeTuple());
+  if (parameters == nullptr) {
+    NUV_ERROR("%s: %s", method, arguments.Problem());
+    return;
+  }
   GVariant* reply = nullptr;
   int isTimeOutError = 0;
-  result.succeeded = link.MethodCall(method, owned.get(), &reply, kTimeoutMs, &isTimeOutError) == 1;
-  result.reply.reset(reply);
-  return result;
+  answer.succeeded = link.MethodCall(method, parameters.get(), &reply, kTimeoutMs, &isTimeOutError) == 1;
+  answer.reply.reset(reply);
 }
 
 }  // namespace
@@ -26,20 +29,26 @@ GVariant* ServiceReply::Of(const char* type) const {
   return nullptr;
 }
 
-ServiceReply CallService(CNUVGdbus& link, const char* method, CallArguments& arguments) {
-  GVariant* parameters = arguments.TakeTuple();
-  if (parameters == nullptr) {
-    NUV_ERROR("%s: %s", method, arguments.Problem());
-    return {};
-  }
-  return Call(link, method, parameters);
+CNUVGdbus* UsableLink(const ServiceLink& link, const LogOrigin& origin) {
+  CNUVGdbus* usable = link.usable();
+  if (usable == nullptr) NUV_ERROR_FROM(origin, "%s", link.complaint);
+  return usable;
 }
 
-ServiceReply CallService(CNUVGdbus& link, const char* method) {
-  return Call(link, method, nullptr);
+ServiceReply AskService(const ServiceLink& link, const char* method, CallArguments& arguments,
+                        const LogOrigin& origin) try {
+  ServiceReply answer;
+  CNUVGdbus* usable = UsableLink(link, origin);
+  answer.asked = usable != nullptr;
+  if (answer.asked) CallService(*usable, method, arguments, answer);
+  return answer;
+} catch (const std::bad_alloc&) {
+  OutOfMemory(origin);
+  return {};
 }
 
 int ReportPlainCall(const ServiceReply& answer) {
+  if (!answer.asked) return -1;
   if (answer.succeeded) {
     NUV_INFO("Call success ");
     return 0;
@@ -49,7 +58,7 @@ int ReportPlainCall(const ServiceReply& answer) {
 }
 
 void ReportMissingReply(const ServiceReply& answer) {
-  if (answer.succeeded) return;
+  if (!answer.asked || answer.succeeded) return;
   NUV_ERROR("MethodCall failed.");
   if (answer.reply != nullptr) NUV_ERROR("MethodCall error.");
 }

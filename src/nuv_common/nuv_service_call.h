@@ -1,13 +1,21 @@
 // The common shape of the service's plain methods: the link, one call, its reply.
 #pragma once
 
-#include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_log.h>
 
 #include "nuv_common/nuv_call_arguments.h"
+#include "nuv_common/nuv_handles.h"
 
 class CNUVGdbus;
 
+// A link that calls go over, and what is said where it is not usable.
+struct ServiceLink {
+  CNUVGdbus* (*usable)();  // null where it is not; may block as CNUVGdbus::GetProxy() does
+  const char* complaint;
+};
+
 struct ServiceReply {
+  bool asked = false;  // a link was there; what is not asked has been told already
   bool succeeded = false;
   GVariantHandle reply;
 
@@ -16,10 +24,13 @@ struct ServiceReply {
   GVariant* Of(const char* type) const;
 };
 
-// Calls a method on a usable link and waits at most 10 s. Arguments that cannot travel make a failed call.
-ServiceReply CallService(CNUVGdbus& link, const char* method, CallArguments& arguments);
-// The same without arguments.
-ServiceReply CallService(CNUVGdbus& link, const char* method);
+// The link, usable; null, and logged for the caller, where it is not.
+CNUVGdbus* UsableLink(const ServiceLink& link, const LogOrigin& origin = Here());
+
+// Calls a method over the link and waits at most 10 s. Arguments that cannot travel make a failed call; a link that is
+// not usable, and memory that runs out, none. Both are logged for the caller.
+ServiceReply AskService(const ServiceLink& link, const char* method, CallArguments& arguments,
+                        const LogOrigin& origin = Here());
 
 // Logs how a call that has no reply to read went, and turns it into the caller's result.
 int ReportPlainCall(const ServiceReply& answer);

@@ -1,29 +1,12 @@
 // Questions that a statement of the caller answers: how many rows, and is an application among them.
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_db_guards.h"
 #include "nuv_db_api/nuv_db_statement.h"
-
-namespace {
-
-// Reads all rows: whether the first column of one of them is the id. Rows behind the match are only stepped through.
-bool HasRowOf(StatementCycle& cycle, const std::string& app_id, const LogOrigin& origin) NUV_REQUIRES(readSide.turn) {
-  bool found = false;
-  std::string id;
-  while (cycle.NextRow()) {
-    if (found) continue;
-    GetValueByDBPosition(0, id);
-    found = id == app_id;
-    if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[%s] is recently(or most) used app" NUV_PLAIN, app_id.c_str());
-  }
-  return found;
-}
-
-}  // namespace
+#include "nuv_db_common/nuv_statement.h"
 
 int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& sql,
                                  std::vector<_NUVDB_BIND_T>& binds) try {
@@ -34,21 +17,18 @@ int CheckIsRecentlyOrMostUsedApp(const std::string& app_id, const std::string& s
     NUV_ERROR(NUV_RED "Failed to prepare" NUV_PLAIN);
     return prepared;
   }
-  const bool found = HasRowOf(cycle, app_id, NUV_HERE);
-  if (cycle.EndedBusy()) {
-    NUV_ERROR(NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
+  const bool found = HasRowOf(cycle, app_id, "", "is recently(or most) used app", Here());
+  if (cycle.ReportBusy(kLookupBusy)) return kDatabaseBusy;
   NUV_INFO(NUV_YELLOW "[%s] check db finish, result [%d]" NUV_PLAIN, app_id.c_str(), found ? 1 : 0);
   return found ? 0 : -1;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int GetAppsTableCount(int* count, const std::string& clause, int tableType,
                       const std::vector<_NUVDB_BIND_T>& binds) try {
   NUV_INFO("Start:strParam:[%s],tableType:[%d]", clause.c_str(), tableType);
-  if (!RequireParameters(count != nullptr, NUV_HERE)) return -1;
+  if (!RequireParameters(count != nullptr)) return -1;
   StatementCycle cycle;
   const int prepared = cycle.Begin("select count(id) from widgetinfo" + clause, binds);
   if (prepared != 0) return prepared;
@@ -58,7 +38,7 @@ int GetAppsTableCount(int* count, const std::string& clause, int tableType,
     *count = GetIntegerFromResult(0);
     counted = true;
   }
-  return cycle.Result(counted || cycle.EndedInOrder(), NUV_HERE);
+  return cycle.Result(counted || cycle.EndedInOrder());
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

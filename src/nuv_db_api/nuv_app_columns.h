@@ -1,7 +1,7 @@
 // What a full row of the catalogue is read from.
 #pragma once
 
-#include <nuv_common/nuv_column_list.h>
+#include "nuv_db_common/nuv_column_list.h"
 
 // The position of a name is the result column that the row mappings read.
 inline constexpr char Column[][kColumnSlot] = {"id",

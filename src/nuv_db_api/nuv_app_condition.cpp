@@ -1,6 +1,6 @@
 #include "nuv_db_api/nuv_app_condition.h"
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 
@@ -35,5 +35,5 @@ int GetStrAppType(int app_type, std::string& text, std::vector<_NUVDB_BIND_T>& b
   NUV_INFO("Type:%s", text.c_str());
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

@@ -1,13 +1,14 @@
 // How the clauses of queries are put together.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv_common/nuv_app_state.h>
-#include <nuv_common/nuv_bound_text.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>
 #include <vector>
+
+#include "nuv_db_common/nuv_app_state.h"
+#include "nuv_db_common/nuv_bound_text.h"
 
 // What the filters compare with, beside the state of an application that can be used.
 enum AppFlag { kLocked = 1, kMarkedForUninstall = 0 };
@@ -32,4 +33,4 @@ std::string MarksOf(int set, const int (&bits)[Count], std::vector<_NUVDB_BIND_T
 int FeaturedCategories(int featured);
 
 // Limits the condition to the given categories: 0, or -1, logged for the caller, where none is given.
-int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin);
+int AddFeatured(AppCondition& condition, int categories, const LogOrigin& origin = Here());

@@ -1,13 +1,11 @@
 // Groups: names that the service's configuration gives to applications.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv_common/nuv_bound_text.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
 
-#include <cstdlib>
-#include <memory>
-
 #include "nuv_db_api/nuv_app_queries.h"
+#include "nuv_db_common/nuv_bound_text.h"
 
 namespace {
 
@@ -15,14 +13,10 @@ constexpr const char* kGroupListName = "RESERVED_27";
 
 enum GroupResult { kGroupFound = 0, kGroupAppNotInstalled = 1, kNoSuchGroup = 3 };
 
-struct Free {
-  void operator()(char* text) const { free(text); }
-};
-
 std::string ReadGroupList() {
   char* value = nullptr;
   GetConfigTableValue(kGroupListName, &value);
-  const std::unique_ptr<char, Free> owned(value);
+  const AllocatedText owned(value);
   return value == nullptr ? "" : value;
 }
 

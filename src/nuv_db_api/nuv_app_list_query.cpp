@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "nuv_db_api/nuv_app_columns.h"
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
 namespace {
@@ -22,11 +22,11 @@ void ClearRecords(Record* list, int count) {
   if (count > 0) memset(list, 0, static_cast<size_t>(count) * sizeof(Record));
 }
 
-void LogRecords(const nuv_app_info_s* list, int count, const LogOrigin& origin) {
+void LogRecords(const nuv_app_info_s* list, int count, const LogOrigin& origin = Here()) {
   for (int i = 0; i < count; ++i) LogAppInfo(list[i], origin);
 }
 
-void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin) {
+void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin = Here()) {
   for (int i = 0; i < count; ++i) {
     NUV_INFO_FROM(origin, NUV_GREEN "appindex = %d, app_id =%.127s, is_multi_screen2 =%d" NUV_PLAIN, i, list[i].app_id,
                   list[i].is_multi_screen2);
@@ -35,12 +35,12 @@ void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin) {
 
 }  // namespace
 
-int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& strParam, int tableType,
+int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& clause, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download) {
-  NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, strParam.c_str(), tableType);
-  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);
+  NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, clause.c_str(), tableType);
+  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);  // one too few, and so known
   StatementCycle cycle;
-  const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(strParam), binds);
+  const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(clause), binds);
   if (prepared != 0) return prepared;
   const SmallCaches caches(real_count > kLongList);
   ClearRecords(list, real_count);
@@ -51,20 +51,20 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& st
     NUV_INFO("set app_info success");
     ++stored;
   }
-  const int result = cycle.Result(stored > 0, NUV_HERE);
+  const int result = cycle.Result(stored > 0);
   if (last_download) {
     NUV_INFO(NUV_GREEN "view mode : last download" NUV_PLAIN);
     sort_applist_lastdownload(list, real_count);
   }
-  if (result == 0) LogRecords(list, real_count, NUV_HERE);
+  if (result == 0) LogRecords(list, real_count);
   NUV_INFO("Get DB finish");
   return result;
 }
 
-int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strParam,
+int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& clause,
                   const std::vector<_NUVDB_BIND_T>& binds) {
-  NUV_INFO("Start : strParam:[%s],real_count:[%d] ", strParam.c_str(), real_count);
-  const std::string sql = "select id,is_multi_screen2 from widgetinfo" + strParam;
+  NUV_INFO("Start : strParam:[%s],real_count:[%d] ", clause.c_str(), real_count);
+  const std::string sql = "select id,is_multi_screen2 from widgetinfo" + clause;
   NUV_INFO("sql:%s", sql.c_str());
   StatementCycle cycle;
   const int prepared = cycle.Begin(sql, binds);
@@ -79,8 +79,8 @@ int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strPara
     NUV_INFO("set app_info success");
     ++stored;
   }
-  const int result = cycle.Result(stored > 0, NUV_HERE);
-  if (result == 0) LogRecords(list, real_count, NUV_HERE);
+  const int result = cycle.Result(stored > 0);
+  if (result == 0) LogRecords(list, real_count);
   NUV_INFO("Get DB finish");
   return result;
 }

@@ -4,17 +4,17 @@
 // there was none, -2 when the database stayed busy; the result of Prepare() where that failed.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
 
 #include <string>
 #include <vector>
 
 // last_download: orders the array by sort_applist_lastdownload() afterwards, whatever the result.
-int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& strParam, int tableType,
+int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& clause, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download);
 
-int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& strParam,
+int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& clause,
                   const std::vector<_NUVDB_BIND_T>& binds);
 
 // Brings the records with an app_index of 300 and above that end the array to its front, the last one first. In place.

@@ -1,20 +1,20 @@
 // Lists of applications: the functions that callers see. Each makes a condition, counts, makes the array and leaves the
 // reading to a worker.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_list_query.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "nuv_db_api/nuv_db_guards.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 
@@ -38,19 +38,12 @@ const char* MultiScreenOrderOf(int view_mode) {
   return view_mode == NUV_APP_VIEWMODE_LAST_DOWNLOAD ? " order by install_date desc " : OrderOf(view_mode);
 }
 
-struct FreeBlock {
-  void operator()(void* block) const { free(block); }
-};
-
-// An array for the caller, from malloc().
+// An array for the caller.
 template <typename Record>
-using RecordBlock = std::unique_ptr<Record[], FreeBlock>;
-
-template <typename Record>
-RecordBlock<Record> AllocateRecords(int count) {
+AllocatedRecords<Record> AllocateRecords(int count) {
   const size_t records = static_cast<size_t>(count);
   if (records > SIZE_MAX / sizeof(Record)) return nullptr;
-  return RecordBlock<Record>(static_cast<Record*>(malloc(records * sizeof(Record))));
+  return AllocatedRecords<Record>(static_cast<Record*>(malloc(records * sizeof(Record))));
 }
 
 // The rows that a caller wants.
@@ -64,7 +57,7 @@ int CutToPage(const Page& page, int* real_count, const LogOrigin& origin) {
   int total = *real_count;
   NUV_INFO_FROM(origin, "before set,count: %d,index:%d,real_count:%d", page.count, page.index, total);
   if (total <= page.index) {
-    NUV_INFO_FROM(origin, "offect >= real count:offect:%d, real count:%d ", page.index, total);
+    NUV_INFO_FROM(origin, "offect >= real count:offect:%d, real count:%d ", page.index, total);  // misspelt; known
     *real_count = 0;
     return -1;
   }
@@ -144,7 +137,7 @@ template <typename List>
 int ReadPage(const ListRequest& request, AppCondition& condition, int* real_count, typename List::Record** list,
              const LogOrigin& origin) {
   const int wanted = *real_count;
-  RecordBlock<typename List::Record> block = AllocateRecords<typename List::Record>(wanted);
+  AllocatedRecords<typename List::Record> block = AllocateRecords<typename List::Record>(wanted);
   *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, "%s", List::kNoMemory);
@@ -177,7 +170,7 @@ int CountMatches(int* real_count, const AppCondition& condition, const LogOrigin
 }
 
 int ReadList(const ListRequest& request, bool ms, int* real_count, nuv_app_info_s** list, nuv_app_ms_s** ms_list,
-             const LogOrigin& origin) {
+             const LogOrigin& origin = Here()) {
   AppCondition condition;
   const int made = MakeListCondition(request, condition, origin);
   if (made != 0) return made;
@@ -190,7 +183,7 @@ int ReadList(const ListRequest& request, bool ms, int* real_count, nuv_app_info_
 
 // Reads the applications of the condition, at most `count` of them.
 int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list, int* real_count,
-                const LogOrigin& origin) {
+                const LogOrigin& origin = Here()) {
   const int counted = GetAppsTableCount(real_count, condition.text, 1, condition.binds);
   if (counted != 0) {
     NUV_ERROR_FROM(origin, NUV_RED "failed to get AppsTable Count " NUV_PLAIN);
@@ -205,7 +198,7 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
   if (count >= 1 && count < *real_count) *real_count = count;
   NUV_INFO_FROM(origin, "after set,real_count: %d", *real_count);
   const int wanted = *real_count;
-  RecordBlock<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(wanted);
+  AllocatedRecords<nuv_app_info_s> block = AllocateRecords<nuv_app_info_s>(wanted);
   *list = nullptr;
   if (block == nullptr) {
     NUV_ERROR_FROM(origin, NUV_RED "Failed to malloc app_list" NUV_PLAIN);
@@ -228,32 +221,32 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
 int GetAppList(nuv_app_filter_s filter, nuv_app_viewmode_e view_mode, int index, int count, bool ms, int* real_count,
                nuv_app_info_s** list, nuv_app_ms_s** ms_list) try {
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
-  if (ReadingIsRefused(NUV_HERE, kFactoryResetMilestone)) return -1;
+  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;  // takes no mutex: callers are promised that it does not
   const bool hasList = ms ? ms_list != nullptr : list != nullptr;
-  if (!RequireParameters(hasList && real_count != nullptr, NUV_HERE)) return -1;
+  if (!RequireParameters(hasList && real_count != nullptr)) return -1;
   if (filter.type != NUV_APP_FILTER_ANY && static_cast<unsigned>(filter.type) > 255) {
     NUV_ERROR(NUV_RED "in param app_type is error" NUV_PLAIN);
     return -1;
   }
-  return ReadList({filter, view_mode, {index, count}}, ms, real_count, list, ms_list, NUV_HERE);
+  return ReadList({filter, view_mode, {index, count}}, ms, real_count, list, ms_list);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_key_list(const std::string& key, int count, nuv_app_info_s** list, int* real_count) try {
   const CNUVClientAutoLock lock(g_Mute);
   NUV_INFO(NUV_GREEN "Start,count:[%d], key:[%s]" NUV_PLAIN, count, key.c_str());
-  if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireParameters(real_count != nullptr && list != nullptr, NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
+  if (!RequireParameters(real_count != nullptr && list != nullptr)) return -1;
   constexpr int kSet = 1;
   AppCondition condition;
   condition.Add("  where install_state = ? and is_app_available = ? and ", kInstalled, kAvailable);
   condition.text += UpToZero(key);
   condition.Add(" = ? and is_need_reset = ?  ", kSet, kNoResetNeeded);
   NUV_INFO("param:%s", condition.text.c_str());
-  return ReadKeyList(condition, count, list, real_count, NUV_HERE);
+  return ReadKeyList(condition, count, list, real_count);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int GetNUVAppList(const std::string& app_featured, const std::string& view_mode, bool with_hidden,
@@ -262,16 +255,16 @@ int GetNUVAppList(const std::string& app_featured, const std::string& view_mode,
   NUV_INFO(NUV_GREEN "Start, app_featured:[%s], view_mode:[%s]" NUV_PLAIN, app_featured.c_str(), view_mode.c_str());
   const int featured = static_cast<int>(strtol(app_featured.c_str(), nullptr, 10));
   const int mode = static_cast<int>(strtol(view_mode.c_str(), nullptr, 10));
-  if (ReadingIsRefused(NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
   AppCondition condition;
   condition.Add(" where install_state = ? and is_app_available = ? and is_need_reset = ? ", kInstalled, kAvailable,
                 kNoResetNeeded);
   if (!with_hidden) condition.Add(" and is_hidden = ? ", kVisible);
-  if (AddFeatured(condition, FeaturedCategories(featured), NUV_HERE) != 0) return -1;
+  if (AddFeatured(condition, FeaturedCategories(featured)) != 0) return -1;
   condition.Add(OrderOf(mode));
   const int result = m_GetAppsTableInnerList(list, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish ret[%d]" NUV_PLAIN, result);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "nuv_db_api/nuv_app_columns.h"
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_guards.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
@@ -40,10 +40,10 @@ int GetAppsTableInfo(nuv_app_info_s* info, const std::string& clause, std::vecto
   if (found) {
     m_GetWidgetInfo(info);
     NUV_INFO("set app_info success");
-    LogAppInfo(*info, NUV_HERE);
+    LogAppInfo(*info);
     SkipRows(cycle);
   }
-  const int result = cycle.Result(found, NUV_HERE);
+  const int result = cycle.Result(found);
   NUV_INFO("Get DB finish");
   return result;
 }
@@ -59,7 +59,7 @@ int m_GetAppsTableInnerInfo(_APPS_INNER_INFO_T* info, const std::string& clause,
     NUV_INFO("set app_info success");
     SkipRows(cycle);
   }
-  const int result = cycle.Result(found, NUV_HERE);
+  const int result = cycle.Result(found);
   NUV_INFO("Get DB finish");
   return result;
 }
@@ -76,7 +76,7 @@ int m_GetAppsTableInnerList(std::vector<_APPS_INNER_INFO_T>& list, const std::st
     list.push_back(std::move(info));
     NUV_INFO("set app %s", list.back().id.c_str());
   }
-  cycle.Result(true, NUV_HERE);  // a busy end is only logged
+  cycle.Result(true);  // a busy end is only logged
   return 0;
 }
 
@@ -92,7 +92,7 @@ int GetIntValueByKey(int* value, char* key, const std::string& clause, int table
     NUV_INFO("iValue =%d", *value);
     SkipRows(cycle);
   }
-  const int result = cycle.Result(found, NUV_HERE);
+  const int result = cycle.Result(found);
   NUV_INFO("Get DB info finish:iValue:[%d]", *value);
   return result;
 }
@@ -112,7 +112,7 @@ int GetStrValueByKey(char* value, char* key, const std::string& clause, int tabl
     NUV_INFO("strValue =%s", value);
     SkipRows(cycle);
   }
-  const int result = cycle.Result(found, NUV_HERE);
+  const int result = cycle.Result(found);
   NUV_INFO("Get DB finish:strValue:[%s]", value);
   return result;
 }
@@ -127,13 +127,13 @@ int GetConfigTableValue(const char* name, char** value) {
   const char* found = nullptr;
   if (cycle.NextRow()) {
     char* copy = strdup(GetStringFromResult(0));
-    if (copy == nullptr) return OutOfMemory(NUV_HERE);
+    if (copy == nullptr) return OutOfMemory();
     *value = copy;
     found = copy;
     NUV_INFO("strValue =%s", found);
     SkipRows(cycle);
   }
-  const int result = cycle.Result(found != nullptr, NUV_HERE);
+  const int result = cycle.Result(found != nullptr);
   NUV_INFO("Get DB finish:strName:[%s],strValue:[%s]", name, found == nullptr ? "" : found);
   return result;
 }

@@ -2,7 +2,7 @@
 // ask no guard. Outputs must not be null.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
 
 #include <string>

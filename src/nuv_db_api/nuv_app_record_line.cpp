@@ -1,5 +1,5 @@
 // Everything the catalogue says about an application in one log line.
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 
 // The platform formats the line only when somebody wants it, so it is one format with all members as arguments. A text
 // member need not be terminated.

@@ -1,16 +1,16 @@
 // Looking one application up: the functions that callers see. Each asks the guards, checks its arguments and leaves the
 // query to a worker.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
 
 #include <new>
 
-#include "nuv_common/nuv_statement.h"
 #include "nuv_db_api/nuv_app_condition.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "nuv_db_api/nuv_db_guards.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 
@@ -36,13 +36,13 @@ AppCondition UsableApp(const char* clause, const Keys&... keys) {
 
 constexpr const char* kAppIdIsEmpty = NUV_RED "app_id is empty " NUV_PLAIN;
 
-bool RequireText(const char* text, const char* complaint, const LogOrigin& origin) {
+bool RequireText(const char* text, const char* complaint, const LogOrigin& origin = Here()) {
   if (*text != '\0') return true;
   NUV_ERROR_FROM(origin, "%s", complaint);
   return false;
 }
 
-bool RequireRunTitle(const char* runtitle, const nuv_app_info_s* info, const LogOrigin& origin) {
+bool RequireRunTitle(const char* runtitle, const nuv_app_info_s* info, const LogOrigin& origin = Here()) {
   return RequireParameters(runtitle != nullptr && info != nullptr, origin) &&
          RequireText(runtitle, NUV_RED "runtitile is empty " NUV_PLAIN, origin);
 }
@@ -54,9 +54,9 @@ int QueryByRunTitle(const char* clause, const char* runtitle, nuv_app_info_s* in
 
 // Whether one of the listed applications is usable and in the given state. The list becomes part of the statement as it
 // is; the rest of the clause asks for the state in its second parameter.
-int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOrigin& origin) {
+int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOrigin& origin = Here()) {
   NUV_INFO_FROM(origin, "Start, app_id:[%s] ", app_id);
-  if (ReadingIsRefused(origin)) return -1;
+  if (ReadingIsRefused(kFactoryResetNotice, origin)) return -1;
   if (!RequireParameters(app_id != nullptr, origin)) return -1;
   if (!RequireText(app_id, kAppIdIsEmpty, origin)) return -1;
   AppCondition condition;
@@ -72,71 +72,71 @@ int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOri
 
 }  // namespace
 
-int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {
+int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {  // takes no mutex, and so promised
   NUV_INFO(NUV_GREEN "Start, app_id:[%s]" NUV_PLAIN, app_id);
-  if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireParameters(app_id != nullptr && info != nullptr, NUV_HERE)) return -1;
-  if (!RequireText(app_id, kAppIdIsEmpty, NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
+  if (!RequireParameters(app_id != nullptr && info != nullptr)) return -1;
+  if (!RequireText(app_id, kAppIdIsEmpty)) return -1;
   const std::string key = app_id;
   AppCondition condition = UsableApp(kByAnyId, key, key, key);
   const int result = GetAppsTableInfo(info, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish app_id:[%s],ret[%d]" NUV_PLAIN, app_id, result);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_app_info_by_runtitle(const char* runtitle, nuv_app_info_s* info) try {
   const CNUVClientAutoLock lock(g_Mute);
-  NUV_INFO(NUV_GREEN "Start, runtitile:[%s]" NUV_PLAIN, runtitle);
-  if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireRunTitle(runtitle, info, NUV_HERE)) return -1;
+  NUV_INFO(NUV_GREEN "Start, runtitile:[%s]" NUV_PLAIN, runtitle);  // misspelt in all lines; readers know it
+  if (ReadingIsRefused()) return -1;
+  if (!RequireRunTitle(runtitle, info)) return -1;
   const int result = QueryByRunTitle(kByRunTitleSerialised, runtitle, info);
   NUV_INFO(NUV_GREEN "Finish runtitile:[%s]" NUV_PLAIN, runtitle);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
-int GetAppInfoByRuntitle(nuv_app_info_s* info, const char* runtitle) try {
+int GetAppInfoByRuntitle(nuv_app_info_s* info, const char* runtitle) try {  // takes no mutex, unlike its neighbours
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
-  if (ReadingIsRefused(NUV_HERE, kFactoryResetMilestone)) return -1;
-  if (!RequireRunTitle(runtitle, info, NUV_HERE)) return -1;
+  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;
+  if (!RequireRunTitle(runtitle, info)) return -1;
   NUV_INFO(NUV_GREEN "runtitile:[%s]" NUV_PLAIN, runtitle);
   const int result = QueryByRunTitle(kByRunTitle, runtitle, info);
   NUV_INFO(NUV_GREEN "Get app info by run_title:[%s] finish, ret [%d]" NUV_PLAIN, runtitle, result);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int GetAppInnerInfo(std::string app_id, _APPS_INNER_INFO_T* info) try {
   const CNUVClientAutoLock lock(g_Mute);
   NUV_INFO(NUV_GREEN "Start, app_id:[%s]" NUV_PLAIN, app_id.c_str());
-  if (ReadingIsRefused(NUV_HERE)) return -1;
-  if (!RequireParameters(info != nullptr, NUV_HERE)) return -1;
-  if (!RequireText(app_id.c_str(), NUV_RED "strAppID is empty " NUV_PLAIN, NUV_HERE)) return -1;
+  if (ReadingIsRefused()) return -1;
+  if (!RequireParameters(info != nullptr)) return -1;
+  if (!RequireText(app_id.c_str(), NUV_RED "strAppID is empty " NUV_PLAIN)) return -1;
   AppCondition condition = UsableApp(kByAnyIdOrHybridApp, app_id, app_id, app_id, app_id);
   const int result = m_GetAppsTableInnerInfo(info, condition.text, condition.binds);
   NUV_INFO(NUV_GREEN "Finish app_id:[%s],ret[%d]" NUV_PLAIN, app_id.c_str(), result);
   return result;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_check_app_is_locked(const char* app_id) try {
   const CNUVClientAutoLock lock(g_Mute);
   return CheckAnyId(app_id, ") and install_state = ? and is_lock = ? and is_need_reset = ? and is_app_available = ? ",
-                    kLocked, NUV_HERE);
+                    kLocked);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_check_app_is_need_uninstall(const char* app_id) try {
   const CNUVClientAutoLock lock(g_Mute);
   return CheckAnyId(
       app_id, ") and install_state = ? and reserved_tinyint_1 = ? and is_need_reset = ? and is_app_available = ? ",
-      kMarkedForUninstall, NUV_HERE);
+      kMarkedForUninstall);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

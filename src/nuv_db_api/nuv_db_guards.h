@@ -11,10 +11,10 @@ constexpr const char* kFactoryResetNotice = NUV_YELLOW "FactoryReset is true" NU
 constexpr const char* kFactoryResetMilestone = NUV_GREEN "FactoryReset is true" NUV_PLAIN;
 
 // True, and logged for the caller, while either guard holds. The notice is the caller's own wording.
-bool ReadingIsRefused(const LogOrigin& origin, const char* factoryResetNotice = kFactoryResetNotice);
+bool ReadingIsRefused(const char* factoryResetNotice = kFactoryResetNotice, const LogOrigin& origin = Here());
 
 // False, and logged for the caller, where a pointer is null.
-inline bool RequireParameters(bool present, const LogOrigin& origin) {
+inline bool RequireParameters(bool present, const LogOrigin& origin = Here()) {
   if (!present) NUV_ERROR_FROM(origin, NUV_RED "in param is NULL " NUV_PLAIN);
   return present;
 }

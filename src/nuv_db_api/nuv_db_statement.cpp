@@ -1,14 +1,14 @@
 #include "nuv_db_api/nuv_db_statement.h"
 
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "nuv_common/nuv_database_fork.h"
-#include "nuv_common/nuv_pause.h"
+#include "nuv_db_common/nuv_bound_text.h"
+#include "nuv_db_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_pause.h"
 
 sqlite3* g_pConnection = nullptr;
 sqlite3_stmt* g_pStmt = nullptr;
@@ -74,13 +74,13 @@ int Connect(const std::string& path) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  return OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY, NUV_HERE);
+  return OpenDatabase(readSide, path.c_str(), SQLITE_OPEN_READONLY);
 }
 
 int Prepare(const std::string& sql) {
-  g_pStmt = nullptr;
+  g_pStmt = nullptr;  // dropped, not finalized: whoever left it live ends it
   if (ConnectToDatabase() != 0) return kDatabaseFailed;
-  const int result = PrepareWithRetry(readSide, sql.c_str(), NUV_HERE);
+  const int result = PrepareWithRetry(readSide, sql.c_str());
   NUV_MILESTONE(NUV_GREEN "End,ret = %d" NUV_PLAIN, result);
   return result;
 }
@@ -100,7 +100,7 @@ void nuvdb_bind(const std::vector<_NUVDB_BIND_T>& binds) {
 }
 
 int Step() {
-  return StepWithRetry(readSide, NUV_HERE);
+  return StepWithRetry(readSide);
 }
 
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value) {
@@ -125,7 +125,7 @@ void GetValueByDBPosition(unsigned col, std::string& out) {
   out = GetStringFromResult(col);
 }
 
-StatementCycle::StatementCycle() NUV_UNANALYSED : m_turn(readSide) {}
+StatementCycle::StatementCycle() NUV_UNANALYSED : QueryCycle(readSide, "Get DB fail:sql busy") {}
 
 int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) {
   RestoreCaches();
@@ -135,14 +135,5 @@ int StatementCycle::Begin(const std::string& sql, const std::vector<_NUVDB_BIND_
 }
 
 bool StatementCycle::NextRow() {
-  m_lastStep = Step();
-  return m_lastStep == SQLITE_ROW;
-}
-
-int StatementCycle::Result(bool hadRow, const LogOrigin& origin) const {
-  if (EndedBusy()) {
-    NUV_ERROR_FROM(origin, "Get DB fail:sql busy");
-    return kDatabaseBusy;
-  }
-  return hadRow ? 0 : kDatabaseFailed;
+  return Note(Step());
 }

@@ -4,14 +4,14 @@
 // functions lock nothing: whoever uses the connection holds a StatementCycle for as long as its statement lives.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_log.h>
 #include <sqlite3.h>
 
 #include <string>
 #include <vector>
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 extern DatabaseSide readSide;
 extern sqlite3* g_pConnection NUV_GUARDED_BY(readSide.turn);  // null until opened
@@ -47,8 +47,8 @@ char* GetStringFromResult(unsigned col) NUV_REQUIRES(readSide.turn);
 int GetIntegerFromResult(unsigned col) NUV_REQUIRES(readSide.turn);
 void GetValueByDBPosition(unsigned col, std::string& out) NUV_REQUIRES(readSide.turn);
 
-// One statement from prepare to finalize, undisturbed by other threads.
-class NUV_SCOPED_CAPABILITY StatementCycle {
+// One statement of the read side.
+class NUV_SCOPED_CAPABILITY StatementCycle : public QueryCycle {
  public:
   StatementCycle() NUV_ACQUIRE(readSide.turn);
   ~StatementCycle() NUV_RELEASE() NUV_UNANALYSED = default;
@@ -56,14 +56,4 @@ class NUV_SCOPED_CAPABILITY StatementCycle {
   // Prepares and binds: the result of Prepare().
   int Begin(const std::string& sql, const std::vector<_NUVDB_BIND_T>& binds) NUV_REQUIRES(readSide.turn);
   bool NextRow() NUV_REQUIRES(readSide.turn);
-
-  // After the last row.
-  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
-  bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
-  // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
-  int Result(bool hadRow, const LogOrigin& origin) const;
-
- private:
-  StatementTurn m_turn;
-  int m_lastStep = SQLITE_OK;
 };

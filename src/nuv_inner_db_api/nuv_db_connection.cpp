@@ -1,14 +1,14 @@
 #include "nuv_inner_db_api/nuv_db_connection.h"
 
+#include <nuv_common/nuv_handle.h>
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 
-#include "nuv_common/nuv_database_fork.h"
-#include "nuv_common/nuv_pause.h"
+#include "nuv_db_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_pause.h"
 
 sqlite3* g_pConnection_Inner = nullptr;
 sqlite3_stmt* g_pStmt_Inner = nullptr;
@@ -27,14 +27,9 @@ void ForgetMode() NUV_UNANALYSED {
   g_db_type = kReadOnly;
 }
 
-struct FreeText {
-  void operator()(char* text) const { free(text); }
-};
-using PathText = std::unique_ptr<char, FreeText>;
-
 // The path of the database, cut where it is too long; null, and logged, where there is none.
-PathText MakePath() {
-  PathText path(static_cast<char*>(calloc(kPathSize, 1)));
+AllocatedText MakePath() {
+  AllocatedText path(static_cast<char*>(calloc(kPathSize, 1)));
   if (path == nullptr) {
     NUV_ERROR(NUV_RED "malloc error" NUV_PLAIN);
     return nullptr;
@@ -67,11 +62,11 @@ int Connect_Inner(DB_OPEN_TYPE type) {
     NUV_INFO("Data base already connected");
     return 0;
   }
-  const PathText path = MakePath();
+  const AllocatedText path = MakePath();
   if (path == nullptr) return kDatabaseFailed;
   g_db_type = type == kReadWrite ? kReadWrite : kReadOnly;
   const int access = type == kReadWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY;
-  return OpenDatabase(innerSide, path.get(), access, NUV_HERE);
+  return OpenDatabase(innerSide, path.get(), access);
 }
 
 int DisConnect_Inner() {
@@ -82,15 +77,15 @@ int DisConnect_Inner() {
 }
 
 int Prepare_Inner(const char* sql, DB_OPEN_TYPE type) {
-  g_pStmt_Inner = nullptr;
+  g_pStmt_Inner = nullptr;  // dropped, not finalized: whoever left it live ends it
   if (Connect_Inner(type) != 0) return kDatabaseFailed;
-  const int result = PrepareWithRetry(innerSide, sql, NUV_HERE);
-  NUV_ERROR(NUV_YELLOW "End,ret = %d" NUV_PLAIN, result);
+  const int result = PrepareWithRetry(innerSide, sql);
+  NUV_ERROR(NUV_YELLOW "End,ret = %d" NUV_PLAIN, result);  // an error line whatever the result: filters show it
   return result;
 }
 
 int Step_Inner() {
-  return StepWithRetry(innerSide, NUV_HERE);
+  return StepWithRetry(innerSide);
 }
 
 void save_inner_db_bind(std::vector<_NUVDB_INNER_BIND_T>& binds, const std::string& value) {
@@ -129,6 +124,5 @@ int InnerStatementCycle::Begin(const InnerStatement& statement, const LogOrigin&
 }
 
 bool InnerStatementCycle::NextRow() {
-  m_lastStep = Step_Inner();
-  return m_lastStep == SQLITE_ROW;
+  return Note(Step_Inner());
 }

@@ -4,14 +4,14 @@
 // The functions lock nothing: whoever uses the connection holds a turn at it.
 #pragma once
 
-#include <nuv_common/nuv_bound_text.h>
 #include <nuv_common/nuv_log.h>
 #include <sqlite3.h>
 
 #include <string>
 #include <vector>
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_bound_text.h"
+#include "nuv_db_common/nuv_statement.h"
 
 enum DB_OPEN_TYPE : int { kReadOnly = 0, kReadWrite = 1 };  // any other value is taken for read-only
 
@@ -54,20 +54,13 @@ void GetValueByPosition(unsigned column, bool& out) NUV_REQUIRES(innerSide.turn)
 
 using InnerStatement = BoundText<_NUVDB_INNER_BIND_T>;
 
-// One statement from prepare to finalize, undisturbed by other threads.
-class NUV_SCOPED_CAPABILITY InnerStatementCycle {
+// One statement of the inner side.
+class NUV_SCOPED_CAPABILITY InnerStatementCycle : public QueryCycle {
  public:
-  InnerStatementCycle() NUV_ACQUIRE(innerSide.turn) NUV_UNANALYSED : m_turn(innerSide) {}
-  ~InnerStatementCycle() NUV_RELEASE() NUV_UNANALYSED {}
+  InnerStatementCycle() NUV_ACQUIRE(innerSide.turn) NUV_UNANALYSED : QueryCycle(innerSide, kLookupBusy) {}
+  ~InnerStatementCycle() NUV_RELEASE() NUV_UNANALYSED = default;
 
   // Prepares for reading and binds: the result of Prepare_Inner(), a failure logged for the caller.
   int Begin(const InnerStatement& statement, const LogOrigin& origin) NUV_REQUIRES(innerSide.turn);
   bool NextRow() NUV_REQUIRES(innerSide.turn);
-
-  int LastStep() const { return m_lastStep; }
-  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
-
- private:
-  StatementTurn m_turn;
-  int m_lastStep = SQLITE_OK;
 };

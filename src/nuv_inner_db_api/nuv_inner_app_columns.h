@@ -1,7 +1,7 @@
 // What a full row of the inner side is read from. The list differs from the read side's in order and content.
 #pragma once
 
-#include <nuv_common/nuv_column_list.h>
+#include "nuv_db_common/nuv_column_list.h"
 
 // The position of a name is the result column that the row mapping reads.
 inline constexpr char InnerColumn[][kColumnSlot] = {"id",

@@ -1,10 +1,10 @@
 // The list of all installed applications.
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <memory>
 #include <new>
 
+#include "nuv_db_common/nuv_app_state.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_inner_db_api/nuv_inner_app_columns.h"
 #include "nuv_inner_db_api/nuv_inner_app_record.h"
@@ -23,15 +23,6 @@ InnerStatement OverInstalledApps(std::string_view head) {
   return statement;
 }
 
-// What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
-int ResultOf(const InnerStatementCycle& cycle, bool hadRow, const LogOrigin& origin) {
-  if (cycle.EndedBusy()) {
-    NUV_ERROR_FROM(origin, NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
-  return hadRow ? 0 : kDatabaseFailed;
-}
-
 int ReadCount(int& total, const LogOrigin& origin) {
   InnerStatementCycle cycle;
   const int prepared = cycle.Begin(OverInstalledApps(kCountRows), origin);
@@ -41,11 +32,11 @@ int ReadCount(int& total, const LogOrigin& origin) {
     GetValueByPosition(0, total);
     counted = true;
   }
-  return ResultOf(cycle, counted, origin);
+  return cycle.Result(counted, origin);
 }
 
 // The number of applications. 0 of them, or fewer, is said in the log.
-int CountApps(int* count, const LogOrigin& origin) {
+int CountApps(int* count, const LogOrigin& origin = Here()) {
   int total = 0;
   const int result = ReadCount(total, origin);
   if (result != 0) {
@@ -61,7 +52,7 @@ int CountApps(int* count, const LogOrigin& origin) {
   return -1;
 }
 
-int FillList(_APPSINFO_T* list, int total, const LogOrigin& origin) {
+int FillList(_APPSINFO_T* list, int total, const LogOrigin& origin = Here()) {
   InnerStatement statement = OverInstalledApps(InnerAppColumns::Select());
   statement.Add(" order by app_index asc ");
   InnerStatementCycle cycle;
@@ -78,12 +69,12 @@ int FillList(_APPSINFO_T* list, int total, const LogOrigin& origin) {
     NUV_INFO_FROM(origin, NUV_GREEN "set app_info success!" NUV_PLAIN);
     ++stored;
   }
-  const int result = ResultOf(cycle, stored > 0, origin);
+  const int result = cycle.Result(stored > 0, origin);
   if (result != 0) NUV_ERROR_FROM(origin, NUV_RED "failed to get app list" NUV_PLAIN);
   return result;
 }
 
-void LogList(const _APPSINFO_T* list, int total, const LogOrigin& origin) {
+void LogList(const _APPSINFO_T* list, int total, const LogOrigin& origin = Here()) {
   for (int i = 0; i < total; ++i) NUV_INFO_FROM(origin, NUV_GREEN "app_id =%s" NUV_PLAIN, list[i].id.c_str());
   NUV_INFO_FROM(origin, NUV_GREEN "[inner db]Finish,real_count:[%d]" NUV_PLAIN, total);
 }
@@ -92,25 +83,25 @@ void LogList(const _APPSINFO_T* list, int total, const LogOrigin& origin) {
 
 int nuv_inner_get_all_app_list(_APPSINFO_T** list, int* count) try {
   NUV_INFO(NUV_GREEN "[inner db] Start" NUV_PLAIN);
-  if (RefusedWhileRecovering(NUV_HERE)) return -1;
+  if (RefusedWhileRecovering()) return -1;
   if (list == nullptr || count == nullptr) {
     NUV_ERROR(NUV_RED "[inner db] in param is NULL " NUV_PLAIN);
     return -1;
   }
   const CNUVClientAutoLock lock(g_inner_Mute);
-  const int counted = CountApps(count, NUV_HERE);
+  const int counted = CountApps(count);
   if (counted != 0 || *count == 0) return counted;
   *list = nullptr;  // what the caller had there is not to be given back after a failure
   std::unique_ptr<_APPSINFO_T[]> apps(new _APPSINFO_T[static_cast<size_t>(*count)]);
-  const int filled = FillList(apps.get(), *count, NUV_HERE);
+  const int filled = FillList(apps.get(), *count);
   if (filled != 0) {
     *count = 0;
     return filled;
   }
-  LogList(apps.get(), *count, NUV_HERE);
+  LogList(apps.get(), *count);
   *list = apps.release();
   return 0;
 } catch (const std::bad_alloc&) {
   if (count != nullptr) *count = 0;
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

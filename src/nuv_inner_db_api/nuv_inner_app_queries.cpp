@@ -1,9 +1,9 @@
 // Looking one application up on the inner side.
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <new>
 
+#include "nuv_db_common/nuv_app_state.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_inner_db_api/nuv_inner_app_columns.h"
 #include "nuv_inner_db_api/nuv_inner_app_record.h"
@@ -27,14 +27,10 @@ bool MayRun(const Lookup& lookup, const char* complaint = kAppIdIsEmpty) {
   return !RefusedWhileRecovering(lookup.origin) && RequireKey(lookup.key, complaint, lookup.origin);
 }
 
-bool ReportBusy(const InnerStatementCycle& cycle, const LogOrigin& origin) {
-  if (cycle.EndedBusy()) NUV_ERROR_FROM(origin, NUV_RED "get app info fail:sql busy" NUV_PLAIN);
-  return cycle.EndedBusy();
-}
-
-// The end of a lookup that read to the last row. It counts as a success whether or not anything was found.
+// The end of a lookup that read to the last row. The log calls it a success whether or not anything was found, which
+// its readers know.
 int Finish(const InnerStatementCycle& cycle, bool found, const Lookup& lookup) {
-  if (ReportBusy(cycle, lookup.origin)) return kDatabaseBusy;
+  if (cycle.ReportBusy(kLookupBusy, lookup.origin)) return kDatabaseBusy;
   NUV_INFO_FROM(lookup.origin, "[inner db] %s [%s] success", lookup.what, lookup.key.c_str());
   return found ? 0 : -1;
 }
@@ -83,21 +79,7 @@ struct UsageCheck {
 constexpr UsageCheck kMostUsed = {"most used", "use_count", "is most used app or not", "get db finish"};
 constexpr UsageCheck kRecentlyUsed = {"recently used", "launch_date", "is recently used app", "check db finish"};
 
-// Whether the id is among the first rows; the rest of them are only stepped through.
-bool HasRowOf(InnerStatementCycle& cycle, const std::string& app_id, const UsageCheck& check, const LogOrigin& origin)
-    NUV_REQUIRES(innerSide.turn) {
-  bool found = false;
-  std::string id;
-  while (cycle.NextRow()) {
-    if (found) continue;
-    GetValueByPosition(0, id);
-    found = id == app_id;
-    if (found) NUV_INFO_FROM(origin, NUV_YELLOW "[inner db] [%s] %s" NUV_PLAIN, app_id.c_str(), check.matchText);
-  }
-  return found;
-}
-
-int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrigin& origin) {
+int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrigin& origin = Here()) {
   NUV_INFO_FROM(origin, "[inner db] check [%s] is %s app or not", app_id.c_str(), check.what);
   if (RefusedWhileRecovering(origin) || !RequireKey(app_id, kAppIdIsEmpty, origin)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
@@ -110,8 +92,8 @@ int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrig
   InnerStatementCycle cycle;
   const int prepared = cycle.Begin(statement, origin);
   if (prepared != 0) return prepared;
-  const bool found = HasRowOf(cycle, app_id, check, origin);
-  if (ReportBusy(cycle, origin)) return kDatabaseBusy;
+  const bool found = HasRowOf(cycle, app_id, "[inner db] ", check.matchText, origin);
+  if (cycle.ReportBusy(kLookupBusy, origin)) return kDatabaseBusy;
   NUV_INFO_FROM(origin, NUV_YELLOW "[inner db] [%s] %s, result [%d]" NUV_PLAIN, app_id.c_str(), check.endText,
                 found ? 1 : 0);
   return found ? 1 : 0;
@@ -120,7 +102,7 @@ int CheckUsage(const UsageCheck& check, const std::string& app_id, const LogOrig
 }  // namespace
 
 int nuv_inner_get_app_info_by_id(const std::string& app_id, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by app id", app_id, NUV_HERE};
+  const Lookup lookup = {"get app info by app id", app_id, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement = FullRow();
@@ -131,11 +113,11 @@ int nuv_inner_get_app_info_by_id(const std::string& app_id, _APPSINFO_T& info, b
   }
   return FindRecord(statement, info, lookup, NUV_YELLOW "[inner db] SQLITE_ROW" NUV_PLAIN);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo id", kelvo_id, NUV_HERE};
+  const Lookup lookup = {"get app info by kelvo id", kelvo_id, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement = FullRow();
@@ -146,12 +128,12 @@ int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& 
   }
   return FindRecord(statement, info, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo runtitle", run_title, NUV_HERE};
-  if (!MayRun(lookup)) return -1;
+  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};  // no kelvo id is asked for; known so
+  if (!MayRun(lookup)) return -1;  // takes no mutex, unlike its neighbours: so it is promised
   InnerStatement statement = FullRow();
   statement.Add(" where run_title = ?", run_title);
   if (installed_only) {
@@ -160,39 +142,39 @@ int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T
   }
   return FindRecord(statement, info, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_appid_by_title(const std::string& title, std::string& app_id) try {
-  const Lookup lookup = {"get app id by title", title, NUV_HERE};
+  const Lookup lookup = {"get app id by title", title, Here()};
   if (!MayRun(lookup)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement;
   statement.Add("select id from widgetinfo where title = ?", title);
   return FindId(statement, app_id, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_get_appid_by_kelvoid_or_nativeid(const std::string& id, std::string& app_id) try {
-  const Lookup lookup = {"get app id by kelvo id or native id", id, NUV_HERE};
+  const Lookup lookup = {"get app id by kelvo id or native id", id, Here()};
   if (!MayRun(lookup, "[inner db] id is empty")) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   InnerStatement statement;
   statement.Add("select id from widgetinfo where (kelvo_id = ? or hybrid_app = ?)", id, id);
   return FindId(statement, app_id, lookup);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_check_most_used_app(const std::string& app_id) try {
-  return CheckUsage(kMostUsed, app_id, NUV_HERE);
+  return CheckUsage(kMostUsed, app_id);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_check_recently_used_app(const std::string& app_id) try {
-  return CheckUsage(kRecentlyUsed, app_id, NUV_HERE);
+  return CheckUsage(kRecentlyUsed, app_id);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

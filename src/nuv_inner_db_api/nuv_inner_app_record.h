@@ -1,7 +1,7 @@
 // How the current row of the inner side becomes a record.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include "nuv_inner_db_api/nuv_db_connection.h"
 

@@ -40,22 +40,19 @@ bool AddField(InnerStatement& statement, APPSINFO_UPDATE_KEY_e key, const std::s
   return false;
 }
 
-int RefuseKey(APPSINFO_UPDATE_KEY_e key, const LogOrigin& origin) {
+int RefuseKey(APPSINFO_UPDATE_KEY_e key, const LogOrigin& origin = Here()) {
   NUV_ERROR_FROM(origin, NUV_RED "unknown key %d" NUV_PLAIN, static_cast<int>(key));
   return -1;
 }
 
 // A change has no rows: its first step is its last.
-int Write(const InnerStatement& statement, const LogOrigin& origin) {
+int Write(const InnerStatement& statement, const LogOrigin& origin = Here()) {
   InnerStatementCycle cycle;
   const int prepared = cycle.Begin(statement, origin);
   if (prepared != 0) return prepared;
   cycle.NextRow();
-  if (cycle.LastStep() == SQLITE_DONE) return 0;
-  if (cycle.EndedBusy()) {
-    NUV_ERROR_FROM(origin, NUV_RED "update app info fail:sql busy" NUV_PLAIN);
-    return kDatabaseBusy;
-  }
+  if (cycle.EndedInOrder()) return 0;
+  if (cycle.ReportBusy(NUV_RED "update app info fail:sql busy" NUV_PLAIN, origin)) return kDatabaseBusy;
   NUV_ERROR_FROM(origin, NUV_RED "update app info fail" NUV_PLAIN);
   return kDatabaseFailed;
 }
@@ -68,7 +65,7 @@ enum class Mode { kAsItIs, kReadWrite };
 // What nuv_db_update_app_by_key_value() does, which the lines are logged as. The mode is settled in the turn of the
 // change: while the mutex was waited for, another thread may have switched the connection back.
 int WriteValue(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value, Mode mode) try {
-  constexpr LogOrigin origin = {__FILE_NAME__, kWriteValueName, __LINE__};
+  const LogOrigin origin = Here(kWriteValueName);
   NUV_INFO_FROM(origin, "Start");
   if (RefusedWhileRecovering(origin)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
@@ -80,7 +77,7 @@ int WriteValue(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::
   if (mode == Mode::kReadWrite && g_db_type == kReadOnly) nuv_db_rw_exchange();
   return Write(statement, origin);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory({__FILE_NAME__, kWriteValueName, __LINE__});
+  return OutOfMemory(Here(kWriteValueName));
 }
 
 std::string LocalTimeNow() {
@@ -93,11 +90,11 @@ std::string LocalTimeNow() {
   return text;
 }
 
-bool MayChange(const std::string& app_id, const char* complaint, const LogOrigin& origin) {
+bool MayChange(const std::string& app_id, const char* complaint, const LogOrigin& origin = Here()) {
   return !RefusedWhileRecovering(origin) && RequireKey(app_id, complaint, origin);
 }
 
-bool ForwardingIsRefused(const LogOrigin& origin) {
+bool ForwardingIsRefused(const LogOrigin& origin = Here()) {
   if (!InnerCheckPkgmgrRecovering()) return false;
   NUV_INFO_FROM(origin, NUV_YELLOW "Pkgmgr is recovering" NUV_PLAIN);
   return true;
@@ -109,13 +106,13 @@ constexpr const char* kAppidIsEmpty = NUV_RED "Appid is empty" NUV_PLAIN;
 }  // namespace
 
 int nuv_db_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) try {
-  if (key != APPSINFO_UPDATE_IS_UPDATED) return RefuseKey(key, NUV_HERE);
+  if (key != APPSINFO_UPDATE_IS_UPDATED) return RefuseKey(key);
   constexpr int kNotUpdated = 0;
   InnerStatement statement;
   statement.Add(kUpdate).Add(" set is_updated = ? ", kNotUpdated).Add(" where id = ?", app_id);
-  return Write(statement, NUV_HERE);
+  return Write(statement);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_db_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
@@ -129,14 +126,14 @@ int nuv_db_update_app_count(const std::string& app_id) try {
   statement.Add(kUpdate).Add(" set use_count =  use_count+1, launch_date = '");
   statement.text += now + "'";
   statement.Add(" where id = ?", app_id);
-  return Write(statement, NUV_HERE);
+  return Write(statement);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) {
   NUV_INFO("[inner db] update app info [%s] by key %d", app_id.c_str(), static_cast<int>(key));
-  if (!MayChange(app_id, kAppidIsEmpty, NUV_HERE)) return -1;
+  if (!MayChange(app_id, kAppidIsEmpty)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   nuv_db_ro_exchange();
   int result = nuv_dbus_update_app_by_key(app_id, key);
@@ -145,13 +142,13 @@ int nuv_inner_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e
     nuv_db_rw_exchange();
     result = nuv_db_update_app_by_key(app_id, key);
   }
-  NUV_INFO("[inner db] update app key success");
+  NUV_INFO("[inner db] update app key success");  // behind a failure, too: the result tells
   return result;
 }
 
 int nuv_inner_update_app_count(const std::string& app_id) {
   NUV_INFO("[inner db] [%s] update count", app_id.c_str());
-  if (!MayChange(app_id, NUV_RED "App id is empty" NUV_PLAIN, NUV_HERE)) return -1;
+  if (!MayChange(app_id, NUV_RED "App id is empty" NUV_PLAIN)) return -1;
   const CNUVClientAutoLock lock(g_inner_Mute);
   nuv_db_ro_exchange();
   int result = nuv_dbus_update_app_count(app_id);
@@ -160,30 +157,31 @@ int nuv_inner_update_app_count(const std::string& app_id) {
     nuv_db_rw_exchange();
     result = nuv_db_update_app_count(app_id);
   }
-  NUV_INFO("[inner db] get app count success");
+  NUV_INFO("[inner db] get app count success");  // behind a failure, too: the result tells
   return result;
 }
 
 int nuv_inner_update_app_by_key_value(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
   NUV_INFO("[inner db] Update app [%s] by key %d,value [%s]", app_id.c_str(), static_cast<int>(key), value.c_str());
-  if (!MayChange(app_id, kAppidIsEmpty, NUV_HERE)) return -1;
+  if (!MayChange(app_id, kAppidIsEmpty)) return -1;
   {
+    // Before the mutex is waited for, in the documented order; WriteValue() settles the mode again under it.
     const DatabaseTurn turn(innerSide);
     DisConnect_Inner();
     Connect_Inner(kReadWrite);
   }
   const int result = WriteValue(app_id, key, value, Mode::kReadWrite);
-  NUV_INFO("[inner db] Update DB success, ret = %d", result);
+  NUV_INFO("[inner db] Update DB success, ret = %d", result);  // behind a failure, too
   return result;
 }
 
 int nuv_inner_update_app_version(const std::string& app_id, const std::string& version) {
-  return ForwardingIsRefused(NUV_HERE) ? -1 : nuv_dbus_update_app_version(app_id, version);
+  return ForwardingIsRefused() ? -1 : nuv_dbus_update_app_version(app_id, version);
 }
 
 int nuv_inner_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                           const std::string& data) {
-  return ForwardingIsRefused(NUV_HERE) ? -1 : nuv_dbus_nuv_command(command, app_id, pkg_path, data);
+  return ForwardingIsRefused() ? -1 : nuv_dbus_nuv_command(command, app_id, pkg_path, data);
 }
 
 int nuv_inner_check_app_installing(const std::string& /*app_id*/) {

@@ -1,9 +1,9 @@
 // The inner side's connection as callers see it: opening it and switching it.
 #include "nuv_inner_db_api/nuv_inner_db.h"
 
-#include <nuv_common/nuv_app_state.h>
 #include <nuv_common/nuv_lock.h>
 
+#include "nuv_db_common/nuv_app_state.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 
 bool InnerCheckPkgmgrRecovering() {

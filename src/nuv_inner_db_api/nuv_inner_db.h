@@ -1,7 +1,7 @@
 // What the functions of the inner side have in common: the guard, the checks of their arguments, and their failures.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_log.h>
 
 #include <string>
@@ -10,7 +10,7 @@
 bool InnerCheckPkgmgrRecovering();
 
 // True, and logged for the caller, while packages are being repaired.
-bool RefusedWhileRecovering(const LogOrigin& origin);
+bool RefusedWhileRecovering(const LogOrigin& origin = Here());
 
 // False, and logged for the caller, where the key is empty. Like any text, it ends at its first zero byte.
 bool RequireKey(const std::string& key, const char* complaint, const LogOrigin& origin);

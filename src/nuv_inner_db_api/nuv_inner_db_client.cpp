@@ -1,9 +1,8 @@
 // What the inner side asks the service, over a link of its own.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_common/nuv_service_call.h"
 
 namespace {
@@ -17,75 +16,46 @@ CNUVGdbus* get_innerdb_proxy() {
   return link.get();
 }
 
-// The link, usable; null, and logged for the caller, when it is not.
-CNUVGdbus* UsableLink(const LogOrigin& origin) {
+CNUVGdbus* UsableInnerProxy() {
   CNUVGdbus* link = get_innerdb_proxy();
-  if (link->GetProxy(kIntrospectionXml, kNoMethods) == 1) return link;
-  NUV_ERROR_FROM(origin, "get inner db proxy error");
-  return nullptr;
+  return link->GetProxy(kIntrospectionXml, kNoMethods) == 1 ? link : nullptr;
 }
 
-// Whether the service answered with a state, which may be negative.
-bool ReadState(const ServiceReply& answer, int& state) {
+constexpr ServiceLink kInnerService = {UsableInnerProxy, "get inner db proxy error"};
+
+// Calls a method that answers with a state, which may be negative, and is logged for the caller: the state, or -1.
+int AskForState(const char* method, CallArguments& arguments, const char* label, const LogOrigin& origin = Here()) {
+  const ServiceReply answer = AskService(kInnerService, method, arguments, origin);
   GVariant* reply = answer.Of("(i)");
-  if (reply == nullptr) return false;
+  if (reply == nullptr) return -1;
+  int state = -1;
   g_variant_get(reply, "(i)", &state);
-  return true;
+  NUV_INFO_FROM(origin, "%s [%d]", label, state);
+  return state;
 }
 
 }  // namespace
 
-int nuv_dbus_update_app_count(const std::string& app_id) try {
+int nuv_dbus_update_app_count(const std::string& app_id) {
   NUV_INFO("Start, appid [%s]", app_id.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
-  if (link == nullptr) return -1;
-  CallArguments arguments;
-  arguments.Text(app_id.c_str());
-  int state = -1;
-  if (ReadState(CallService(*link, "nuv_update_app_count", arguments), state))
-    NUV_INFO("update app count state: [%d]", state);
-  return state;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return AskForState("nuv_update_app_count", CallArguments().Text(app_id.c_str()), "update app count state:");
 }
 
-int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version) try {
+int nuv_dbus_update_app_version(const std::string& app_id, const std::string& version) {
   NUV_INFO("Start appid [%s]", app_id.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
-  if (link == nullptr) return -1;
-  CallArguments arguments;
-  arguments.Text(app_id.c_str()).Text(version.c_str());
-  int state = -1;
-  if (ReadState(CallService(*link, "nuv_update_app_version", arguments), state))
-    NUV_INFO("update app version state : [%d]", state);
-  return state;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return AskForState("nuv_update_app_version", CallArguments().Text(app_id.c_str()).Text(version.c_str()),
+                     "update app version state :");
 }
 
-int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) try {
+int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key) {
   NUV_INFO("Start app[%s], key[%d]", app_id.c_str(), static_cast<int>(key));
-  CNUVGdbus* link = UsableLink(NUV_HERE);
-  if (link == nullptr) return -1;
-  CallArguments arguments;
-  arguments.Text(app_id.c_str()).Number(key);
-  int state = -1;
-  if (ReadState(CallService(*link, "nuv_update_app_by_key", arguments), state))
-    NUV_INFO("update app info by key state : [%d]", state);
-  return state;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return AskForState("nuv_update_app_by_key", CallArguments().Text(app_id.c_str()).Number(key),
+                     "update app info by key state :");
 }
 
-int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
-                         const std::string& data) try {
+int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path, const std::string& data) {
   NUV_INFO("Start cmd[%d] app_id[%s] pkg_path[%s] data[%s]", command, app_id.c_str(), pkg_path.c_str(), data.c_str());
-  CNUVGdbus* link = UsableLink(NUV_HERE);
-  if (link == nullptr) return -1;
   CallArguments arguments;
   arguments.Number(command).Text(app_id.c_str()).Text(pkg_path.c_str()).Text(data.c_str());
-  CallService(*link, "nuv_command", arguments);
-  return 0;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return AskService(kInnerService, "nuv_command", arguments).asked ? 0 : -1;  // callers are not told of a failed call
 }

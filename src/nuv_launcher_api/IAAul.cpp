@@ -1,6 +1,6 @@
 #include "nuv_launcher_api/IAAul.h"
 
-#include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_app_control.h>
 #include <nuv_platform/platform_aul.h>

@@ -1,17 +1,17 @@
 // Whether an application runs, and which one shows.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
-#include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <nuv_platform/platform_hbbtv.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_running_apps.h"
 
@@ -21,7 +21,7 @@ constexpr int kAndroidApp = 8;
 constexpr size_t kShowingIdSize = 255;
 constexpr size_t kShowingBlockSize = 128;
 
-int AndroidStatus(const char* app_id, int* status, const LogOrigin& origin) {
+int AndroidStatus(const char* app_id, int* status, const LogOrigin& origin = Here()) {
   NUV_INFO_FROM(origin, NUV_YELLOW "Get android app [%s] status." NUV_PLAIN, app_id);
   int value = 0;
   if (nuv_get_android_app_status_internal(app_id, value) != 0) {
@@ -34,17 +34,17 @@ int AndroidStatus(const char* app_id, int* status, const LogOrigin& origin) {
 }
 
 // The name by which the platform knows the application.
-const std::string& PlatformId(const _APPSINFO_T& record, const char* app_id, const LogOrigin& origin) {
+const std::string& PlatformId(const _APPSINFO_T& record, const char* app_id, const LogOrigin& origin = Here()) {
   if (record.hybrid_app.empty()) return record.kelvo_id;
   NUV_INFO_FROM(origin, NUV_YELLOW "%s is hybrid app:%s." NUV_PLAIN, app_id, record.hybrid_app.c_str());
   return record.hybrid_app;
 }
 
 // An HbbTV application shows over everything else.
-void PreferHbbtvApp(char* buffer, const LogOrigin& origin) {
+void PreferHbbtvApp(char* buffer, const LogOrigin& origin = Here()) {
   char* text = nullptr;
   const int running = GetRunningHbbtvApp(&text);
-  const Handle<char, free> owned(text);
+  const AllocatedText owned(text);
   if (running != 1 || text == nullptr) return;
   NUV_INFO_FROM(origin, NUV_YELLOW "Running hbbtv app kelvo id[%s]" NUV_PLAIN, text);
   strncpy(buffer, text, kShowingIdSize);
@@ -67,13 +67,13 @@ int nuv_get_app_status(const char* app_id, int* status) try {
     NUV_ERROR(NUV_RED "get app info fail." NUV_PLAIN);
     return -1;
   }
-  if (record.app_type == kAndroidApp) return AndroidStatus(app_id, status, NUV_HERE);
-  const bool running = ICAul::AulAppIsRunning(PlatformId(record, app_id, NUV_HERE).c_str());
+  if (record.app_type == kAndroidApp) return AndroidStatus(app_id, status);
+  const bool running = ICAul::AulAppIsRunning(PlatformId(record, app_id).c_str());
   *status = running ? 1 : 0;
   NUV_INFO(NUV_YELLOW "App [%s] is %s." NUV_PLAIN, app_id, running ? "running" : "stopped");
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer) try {
@@ -86,14 +86,14 @@ int nuv_get_running_appIter_func(const aul_app_info* info, void* buffer) try {
   showing[kShowingIdSize - 1] = '\0';
   return -1;
 } catch (const std::bad_alloc&) {
-  OutOfMemory(NUV_HERE);
+  OutOfMemory();
   return 0;  // like any lookup that fails
 }
 
 std::string nuv_get_showing_appid() {
   char buffer[kShowingIdSize + 1] = {};
   aul_app_get_running_app_info(nuv_get_running_appIter_func, buffer);
-  PreferHbbtvApp(buffer, NUV_HERE);
+  PreferHbbtvApp(buffer);
   NUV_INFO(NUV_YELLOW "Showing app is: %s" NUV_PLAIN, buffer);
   return buffer;
 }
@@ -126,6 +126,6 @@ int nuv_get_current_showing_app_client(char** app_id) try {
   NUV_INFO(NUV_YELLOW "Current showing app id [%s]." NUV_PLAIN, *app_id);
   return 0;
 } catch (const std::bad_alloc&) {
-  const Handle<char, free> unused(std::exchange(*app_id, nullptr));
-  return OutOfMemory(NUV_HERE);
+  const AllocatedText unused(std::exchange(*app_id, nullptr));
+  return OutOfMemory();
 }

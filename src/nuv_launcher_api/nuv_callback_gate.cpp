@@ -10,16 +10,16 @@ namespace {
 constexpr int kPatienceMs = 250;
 
 struct Gate {
-  Mutex mutex;
+  LeafMutex mutex;
   bool closed NUV_GUARDED_BY(mutex) = false;
   int passing NUV_GUARDED_BY(mutex) = 0;  // callbacks that run
 };
 
 // Like the table of callbacks, made when the library is loaded and never destroyed.
-NeverDestroyed<Gate> gate_of_process;
+NeverDestroyed<Gate> processGate;
 
 Gate& TheGate() {
-  return *gate_of_process;
+  return *processGate;
 }
 
 // Those of the calling thread, which may exit in one of them, or end in one without the stack being unwound. exit()
@@ -28,7 +28,7 @@ struct OwnPassing {
   OwnPassing() = default;
   ~OwnPassing() {
     if (count == 0) return;
-    const CNUVClientAutoLock lock(TheGate().mutex);
+    const LeafLock lock(TheGate().mutex);
     TheGate().passing -= std::exchange(count, 0);
   }
   OwnPassing(const OwnPassing&) = delete;
@@ -36,45 +36,45 @@ struct OwnPassing {
 
   int count = 0;
 };
-thread_local OwnPassing t_own;
+thread_local OwnPassing ownPassing;
 
 // In a child of fork() only the calling thread's callbacks run.
 void RenewInChild() NUV_UNANALYSED {
   TheGate().mutex.Renew(kPlainMutex);
-  TheGate().passing = t_own.count;
+  TheGate().passing = ownPassing.count;
 }
 
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, RenewInChild);
 
 bool OnlyOwnCallbacksRun() {
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
-  return gate.passing == t_own.count;
+  const LeafLock lock(gate.mutex);
+  return gate.passing == ownPassing.count;
 }
 
 }  // namespace
 
 CallbackPassage::CallbackPassage() {
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
+  const LeafLock lock(gate.mutex);
   m_open = !gate.closed;
   if (!m_open) return;
   ++gate.passing;
-  ++t_own.count;
+  ++ownPassing.count;
 }
 
 CallbackPassage::~CallbackPassage() {
   if (!m_open) return;
   Gate& gate = TheGate();
-  const CNUVClientAutoLock lock(gate.mutex);
+  const LeafLock lock(gate.mutex);
   --gate.passing;
-  --t_own.count;
+  --ownPassing.count;
 }
 
 GateClosedAtExit::~GateClosedAtExit() {
   {
     Gate& gate = TheGate();
-    const CNUVClientAutoLock lock(gate.mutex);
+    const LeafLock lock(gate.mutex);
     gate.closed = true;
   }
   constexpr timespec kMillisecond = {0, 1000000};

@@ -5,17 +5,26 @@
 #include <nuv_platform/platform_resource.h>
 #include <unistd.h>
 
+inline constexpr const char* kLentTo = "litecorvane";
+
+inline void LendCpuPriority(int tid) {
+  resource_set_cpu_inheritance(tid, kLentTo, -1);
+}
+
+inline void TakeCpuPriorityBack(int tid) {
+  resource_clear_cpu_inheritance(tid, kLentTo);
+}
+
 class CpuInheritance {
  public:
-  CpuInheritance() : m_tid(gettid()) { resource_set_cpu_inheritance(m_tid, kService, -1); }
+  CpuInheritance() : m_tid(gettid()) { LendCpuPriority(m_tid); }
   ~CpuInheritance() {
     const CancellationOff guard;  // no cancellation leaves a destructor
-    resource_clear_cpu_inheritance(m_tid, kService);
+    TakeCpuPriorityBack(m_tid);
   }
   CpuInheritance(const CpuInheritance&) = delete;
   CpuInheritance& operator=(const CpuInheritance&) = delete;
 
  private:
-  static constexpr const char* kService = "litecorvane";
   int m_tid;
 };

@@ -1,14 +1,13 @@
 // Launching from an app-control request of the platform.
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
-#include <nuv_common/nuv_handles.h>
+#include <nuv_common/nuv_handle.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <nuv_platform/platform_app_control.h>
 
-#include <cstdlib>
 #include <new>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_cpu_inheritance.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
@@ -16,23 +15,21 @@
 
 namespace {
 
-using PlatformText = Handle<char, free>;
-
 // A text of the request; null where there is none.
 template <typename Getter>
-PlatformText TextOf(app_control_h request, Getter getter) {
+AllocatedText TextOf(app_control_h request, Getter getter) {
   char* text = nullptr;
   getter(request, &text);
-  return PlatformText(text);
+  return AllocatedText(text);
 }
 
-PlatformText ExtraDatumOf(app_control_h request, const char* key) {
+AllocatedText ExtraDatumOf(app_control_h request, const char* key) {
   char* text = nullptr;
   app_control_get_extra_data(request, key, &text);
-  return PlatformText(text);
+  return AllocatedText(text);
 }
 
-bool IsGiven(const PlatformText& text) {
+bool IsGiven(const AllocatedText& text) {
   return text != nullptr && *text != '\0';
 }
 
@@ -91,7 +88,7 @@ struct Collected {
 
 bool CollectExtraDatum(app_control_h request, const char* key, void* userData) {
   Collected& collected = *static_cast<Collected*>(userData);
-  const PlatformText value = ExtraDatumOf(request, key);
+  const AllocatedText value = ExtraDatumOf(request, key);
   if (value == nullptr) return true;
   NUV_INFO("app_control_foreach_extra_data -> key:%s, value:%s", key, value.get());
   try {
@@ -111,25 +108,25 @@ NuvExtraDatas ExtraDatasOf(app_control_h request) {
 
 // The operation travels to the application among the extra data.
 void KeepOperation(app_control_h request) {
-  const PlatformText operation = TextOf(request, app_control_get_operation);
+  const AllocatedText operation = TextOf(request, app_control_get_operation);
   if (operation != nullptr) app_control_add_extra_data(request, "AC_Operation", operation.get());
 }
 
 void ApplyRequest(app_control_h request, _NUV_LAUNCHER_DATA& data) {
-  const PlatformText uri = TextOf(request, app_control_get_uri);
+  const AllocatedText uri = TextOf(request, app_control_get_uri);
   if (IsGiven(uri)) {
     data.uri = uri.get();
     NUV_INFO(NUV_YELLOW "deeplink uri [%s]." NUV_PLAIN, uri.get());
   }
   for (const RequestKey& known : kRequestKeys) {
-    const PlatformText value = ExtraDatumOf(request, known.key);
+    const AllocatedText value = ExtraDatumOf(request, known.key);
     if (!IsGiven(value)) continue;
     known.apply(data, value.get());
     NUV_INFO(NUV_YELLOW "%s [%s]." NUV_PLAIN, known.label, value.get());
   }
 }
 
-int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin& origin) {
+int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin& origin = Here()) {
   NUV_ERROR_FROM(origin, NUV_RED "launch data is NULL!!!" NUV_PLAIN);
   nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_NO_APP_ID);
   constexpr const char* kNoApp = nullptr;
@@ -143,10 +140,10 @@ int RefuseRequest(nuv_launch_notify_cb callback, void* userData, const LogOrigin
 
 int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, void* user_data) try {
   const CpuInheritance inheritance;
-  if (request == nullptr) return RefuseRequest(callback, user_data, NUV_HERE);
-  const PlatformText appId = TextOf(request, app_control_get_app_id);
-  if (appId == nullptr) return RefuseRequest(callback, user_data, NUV_HERE);
-  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId.get());
+  if (request == nullptr) return RefuseRequest(callback, user_data);
+  const AllocatedText appId = TextOf(request, app_control_get_app_id);
+  if (appId == nullptr) return RefuseRequest(callback, user_data);
+  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId.get());  // nothing is looked up
   KeepOperation(request);
   _NUV_LAUNCHER_DATA data;
   data.extraDatas = ExtraDatasOf(request);
@@ -156,5 +153,5 @@ int nuv_launch_app_ex(app_control_s* request, nuv_launch_notify_cb callback, voi
   ApplyRequest(request, data);
   return nuv_launch_app_client(data);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

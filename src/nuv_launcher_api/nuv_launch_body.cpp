@@ -3,19 +3,16 @@
 #include <nuv/nuv_launcher_api.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_platform/platform_resource.h>
 #include <unistd.h>
 
 #include "nuv_launcher_api/nuv_callback_guard.h"
+#include "nuv_launcher_api/nuv_cpu_inheritance.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 #include "nuv_launcher_api/nuv_payload_caller_id.h"
 #include "nuv_launcher_api/nuv_trace_marker.h"
 
 namespace {
-
-constexpr const char* kService = "litecorvane";
-constexpr int kKeepPayload = 2;
 
 void ReportMissingAppId(const std::string& appIdText, uintptr_t callback, void* userData, int32_t cbType) {
   nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_NO_APP_ID);
@@ -50,19 +47,20 @@ int nuv_launch_app_internal_(const char* appId, const char* payload, const char*
   const CNUVClientAutoLock lock(g_Mute);
   // Not a guard: where an exception leaves, the priority stays lent.
   const int tid = gettid();
-  resource_set_cpu_inheritance(tid, kService, -1);
+  LendCpuPriority(tid);
+  // Start lines are error lines in all entry points: filters show those.
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s],callerid [%s]." NUV_PLAIN, appId, payload, callerId);
   LeaveTraceMarker("[BEGIN]Start: app id:[%s], callerid [%s].", appId, callerId);
   if (appId == nullptr) {
     ReportMissingAppId("NULL", callback, userData, options.cbType);
-    resource_clear_cpu_inheritance(tid, kService);
+    TakeCpuPriorityBack(tid);
     return -1;
   }
-  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);
+  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);  // nothing is looked up; known so
   _NUV_LAUNCHER_DATA data = MakeRecord(appId, payload, callerId, options);
   data.callback = callback;
   data.userData = userData;
   const int result = nuv_launch_app_client(data);
-  resource_clear_cpu_inheritance(tid, kService);
+  TakeCpuPriorityBack(tid);
   return result;
 }

@@ -19,7 +19,7 @@ struct TitleLaunch {
 };
 
 // False, with the popup raised, when no application has the run title.
-bool FindTitle(const TitleLaunch& launch, nuv_app_info_s& info, const LogOrigin& origin) {
+bool FindTitle(const TitleLaunch& launch, nuv_app_info_s& info, const LogOrigin& origin = Here()) {
   void* callback = reinterpret_cast<void*>(launch.callback);
   NUV_ERROR_FROM(origin,
                  NUV_YELLOW "Start: app runtitle:[%s], payload:[%s],callerid [%s], cb [%p],user_data:[%p]." NUV_PLAIN,
@@ -47,7 +47,7 @@ int nuv_launch_app_by_runtitle_with_param(const char* runtitle, const char* payl
                                           nuv_launch_result_cb callback, void* user_data) {
   const TitleLaunch launch = {runtitle, payload, caller_id, reinterpret_cast<uintptr_t>(callback), user_data};
   nuv_app_info_s info = {};
-  if (FindTitle(launch, info, NUV_HERE)) return LaunchFound(info, launch, kResultCallback);
+  if (FindTitle(launch, info)) return LaunchFound(info, launch, kResultCallback);
   NUV_ERROR(NUV_RED "get app info by runtitle failed" NUV_PLAIN);
   return -1;
 }
@@ -56,7 +56,7 @@ int nuv_launch_webapp_by_runtitle(const char* runtitle, const char* payload, con
                                   nuv_launch_notify_cb callback, void* user_data) {
   const TitleLaunch launch = {runtitle, payload, caller_id, reinterpret_cast<uintptr_t>(callback), user_data};
   nuv_app_info_s info = {};
-  if (FindTitle(launch, info, NUV_HERE)) return LaunchFound(info, launch, kNotifyCallback);
+  if (FindTitle(launch, info)) return LaunchFound(info, launch, kNotifyCallback);
   NUV_ERROR(NUV_RED "nuv_get_app_info failed" NUV_PLAIN);
   nuv_set_launch_fail(LaunchFailText(runtitle, LaunchFailReason::kUnknownApp));  // a null title throws, as documented
   return -1;

@@ -1,10 +1,9 @@
 // The "launch_app" request.
 #pragma once
 
-#include <nuv_common/nuv_proxy.h>
-
 #include <cstdint>
 
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_launcher_api/nuv_launcher_data.h"
 
 class NUVMem {

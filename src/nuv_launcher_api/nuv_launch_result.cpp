@@ -1,13 +1,13 @@
 #include "nuv_launcher_api/nuv_launch_result.h"
 
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_log.h>
-#include <nuv_common/nuv_proxy.h>
+#include <nuv_common/nuv_out_of_memory.h>
 
 #include <cstring>
 #include <optional>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include "nuv_common/nuv_handles.h"
+#include "nuv_common/nuv_proxy.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
@@ -126,10 +126,11 @@ void nuv_launcher_handle_event(GDBusConnection*, const char*, const char*, const
     try {
       nuv_launcher_app_result(parameters, invocation);
     } catch (const std::bad_alloc&) {
-      OutOfMemory(NUV_HERE);  // no exception may pass through GLib
+      OutOfMemory();  // no exception may pass through GLib
     }
     return;
   }
-  // Nothing else is answered; the invocation, which holds the connection, is let go all the same.
+  // Nothing else is answered, "check_dbus_connection" included, as documented. The invocation, which holds the
+  // connection, is let go all the same.
   const GInvocationHandle released(invocation);
 }

@@ -1,4 +1,5 @@
-// The entry points: each fixes the options of what does the work.
+// The entry points: each fixes the options of what does the work. Their start lines are error lines, which filters
+// show.
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
@@ -113,7 +114,7 @@ int nuv_send_appexec_kpi(int log_type, const char* app_id, const char* caller_id
 
 int nuv_get_isp_bound_widget_list(nuv_app_info_s** list, int* count) {
   NUV_ERROR(NUV_YELLOW "IN" NUV_PLAIN);
-  return nuv_get_key_list("is_ispbound ", 0, list, count);
+  return nuv_get_key_list("is_ispbound ", 0, list, count);  // the blank is in the log and in the statement
 }
 
 int nuv_get_hybrid_widget_list(nuv_app_info_s** list, int* count) {

@@ -3,9 +3,8 @@
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
-#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -13,7 +12,7 @@
 
 namespace {
 
-int ReportUnknownApp(const char* app_id, uintptr_t callback, void* user_data, const LogOrigin& origin) {
+int ReportUnknownApp(const char* app_id, uintptr_t callback, void* user_data, const LogOrigin& origin = Here()) {
   CallUserCallback<nuv_launch_notify_cb>(callback, app_id, NUV_NOTIFY_LAUNCH_FAILED, 0,
                                          static_cast<int>(NUV_LAUNCH_STATUS_UNKNOWN_APP), user_data);
   NUV_ERROR_FROM(origin, NUV_RED "get app info by app id [%s] failed." NUV_PLAIN, app_id);
@@ -41,6 +40,7 @@ _NUV_LAUNCHER_DATA MakeRecord(const char* app_id, const char* payload, const Lau
 int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_notify_cb callback, void* user_data,
                             Launch_Opinion& opinion) try {
   const uintptr_t callbackNumber = reinterpret_cast<uintptr_t>(callback);
+  // Start lines are error lines, which filters show.
   NUV_ERROR(NUV_YELLOW "Start: app id:[%s], payload:[%s], cb [%p],user_data:[%p]." NUV_PLAIN, app_id, payload,
             reinterpret_cast<void*>(callbackNumber), user_data);
   LeaveTraceMarker("[BEGIN]start");
@@ -50,14 +50,14 @@ int nuv_launch_app_internal(const char* app_id, const char* payload, nuv_launch_
     return -1;
   }
   nuv_app_info_s info = {};
-  if (m_nuv_get_app_info(app_id, &info) != 0) return ReportUnknownApp(app_id, callbackNumber, user_data, NUV_HERE);
+  if (m_nuv_get_app_info(app_id, &info) != 0) return ReportUnknownApp(app_id, callbackNumber, user_data);
   NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, info.app_id);
   _NUV_LAUNCHER_DATA data = MakeRecord(info.app_id, payload, opinion);
   data.callback = callbackNumber;
   data.userData = user_data;
   return nuv_launch_app_client(data);
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
 int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id, const std::string& reason) {
@@ -66,35 +66,18 @@ int nuv_terminate_app_internal(const char* app_id, const std::string& caller_id,
   return nuv_terminate_app_client(app_id, 0, caller_id, reason);
 }
 
-int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) try {
+int nuv_terminate_allApps_internal(const std::string& caller_id, const std::string& reason) {
   NUV_ERROR("Terminate all apps start, caller id:[%s], reason:[%s], .", caller_id.c_str(), reason.c_str());
-  int result = -1;
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR("get_launcher_proxy() error");
-    return result;
-  }
-  CallArguments arguments;
-  arguments.Text(caller_id.c_str()).Text(reason.c_str());
-  if (CallService(*link, "terminate_allapp", arguments).succeeded) {
-    NUV_INFO("call terminate_allapp success.");
-    result = 0;
-  } else {
-    NUV_ERROR("call terminate_allapp error.");
-  }
-  NUV_INFO("Terminate all apps end!!!");
+  const ServiceReply answer =
+      AskService(kLauncherService, "terminate_allapp", CallArguments().Text(caller_id.c_str()).Text(reason.c_str()));
+  const int result = ReportTerminate(answer, "terminate_allapp");
+  if (answer.asked) NUV_INFO("Terminate all apps end!!!");
   return result;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
 }
 
 int nuv_get_extra_app(std::string& app_id) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  const ServiceReply answer = CallService(*link, "get_extra_app");
+  CallArguments none;
+  const ServiceReply answer = AskService(kLauncherServiceInRed, "get_extra_app", none);
   ReportMissingReply(answer);
   GVariant* reply = answer.Of("(s)");
   if (reply == nullptr) return -1;
@@ -104,20 +87,12 @@ int nuv_get_extra_app(std::string& app_id) try {
   NUV_INFO("Get_extra_app app id [%s].", app_id.c_str());
   return 0;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }
 
-int nuv_notify_extra_app_changed(std::string app_id) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Text(app_id.c_str());
-  const ServiceReply answer = CallService(*link, "notify_extra_app_changed", arguments);
+int nuv_notify_extra_app_changed(std::string app_id) {
+  const ServiceReply answer =
+      AskService(kLauncherServiceInRed, "notify_extra_app_changed", CallArguments().Text(app_id.c_str()));
   ReportMissingReply(answer);
   return answer.succeeded && answer.reply != nullptr ? 0 : -1;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
 }

@@ -5,14 +5,13 @@
 #include <nuv_common/nuv_log.h>
 #include <nuv_platform/platform_settings.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
-#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_callback_guard.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launch_fail.h"
 #include "nuv_launcher_api/nuv_launch_request.h"
 #include "nuv_launcher_api/nuv_launch_result.h"
 
+// "check_dbus_connection" is part of it although it is never answered: the document is what the service knows.
 const char* const launcher_introspection_xml =
     "<node>"
     "  <interface name='org.kelvo.tv.corvane.launcherclient.interface.%s'>"
@@ -50,18 +49,10 @@ bool SendLaunch(CNUVGdbus& link, const CNUVGdbus::Endpoint& endpoint, GVariant* 
 void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
   NUV_ERROR("Launch app[%s], isTimeOutError[%d] error", data.appId.c_str(), isTimeOutError);
   nuv_set_launch_fail(LaunchFailText(data.appId, LaunchFailReason::kCallFailed));
+  // Whatever shape the callback has: callers of the other one have learnt to read these arguments.
   CallUserCallback<nuv_launch_notify_cb>(
       data.callback, data.appId.c_str(), NUV_NOTIFY_LAUNCH_FAILED, 0,
       static_cast<int>(isTimeOutError == 1 ? NUV_LAUNCH_STATUS_TIMED_OUT : NUV_LAUNCH_STATUS_FAILED), data.userData);
-}
-
-int ReportTerminate(const ServiceReply& answer, const LogOrigin& origin) {
-  if (answer.succeeded) {
-    NUV_INFO_FROM(origin, "call terminate_app success.");
-    return 0;
-  }
-  NUV_ERROR_FROM(origin, "call terminate_app error.");
-  return -1;
 }
 
 }  // namespace
@@ -108,92 +99,63 @@ int nuv_launch_app_client(_NUV_LAUNCHER_DATA& data) {
   return -1;
 }
 
-int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id,
-                             const std::string& reason) try {
+int ReportTerminate(const ServiceReply& answer, const char* name, const LogOrigin& origin) {
+  if (!answer.asked) return -1;
+  if (answer.succeeded) {
+    NUV_INFO_FROM(origin, "call %s success.", name);
+    return 0;
+  }
+  NUV_ERROR_FROM(origin, "call %s error.", name);
+  return -1;
+}
+
+int nuv_terminate_app_client(const char* app_id, int option, const std::string& caller_id, const std::string& reason) {
   nuv_app_info_s info = {};
   if (app_id == nullptr || m_nuv_get_app_info(app_id, &info) != 0) {
     NUV_ERROR("app id is null or failed to get app info!");
     return -1;
   }
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR("get_launcher_proxy() error");
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Text(info.app_id).Number(option).Text(caller_id.c_str()).Text(reason.c_str());
-  return ReportTerminate(CallService(*link, "terminate_app", arguments), NUV_HERE);
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  const ServiceReply answer =
+      AskService(kLauncherService, "terminate_app",
+                 CallArguments().Text(info.app_id).Number(option).Text(caller_id.c_str()).Text(reason.c_str()));
+  return ReportTerminate(answer, "terminate_app");
 }
 
-int nuv_terminate_app_by_runtitle_client(const char* runtitle) try {
+int nuv_terminate_app_by_runtitle_client(const char* runtitle) {
   nuv_app_info_s info = {};
   if (runtitle == nullptr || nuv_get_app_info_by_runtitle(runtitle, &info) != 0) {
     NUV_ERROR("app id is null or failed to get app info!");
     return -1;
   }
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Text(runtitle);
-  return ReportTerminate(CallService(*link, "terminate_app_by_runtitle", arguments), NUV_HERE);
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  const ServiceReply answer =
+      AskService(kLauncherServiceInRed, "terminate_app_by_runtitle", CallArguments().Text(runtitle));
+  return ReportTerminate(answer, "terminate_app");
 }
 
-int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR("get_launcher_proxy() error");
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Number(type);
-  return ReportPlainCall(CallService(*link, "launch_systempopup", arguments));
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+int nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE type) {
+  return ReportPlainCall(AskService(kLauncherService, "launch_systempopup", CallArguments().Number(type)));
 }
 
 int nuv_send_appexec_kpi_client(int log_type, const char* app_id, const char* caller_id, int preload_type,
-                                const char* pt) try {
+                                const char* pt) {
   NUV_INFO("send appexec kpi log with param");
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR("get_launcher_proxy() error");
-    return -1;
-  }
   CallArguments arguments;
   arguments.Number(log_type).Text(app_id).Text(caller_id == nullptr ? "" : caller_id).Number(preload_type).Text(pt);
-  return ReportPlainCall(CallService(*link, "send_appexec_kpi", arguments));
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return ReportPlainCall(AskService(kLauncherService, "send_appexec_kpi", arguments));
 }
 
-int nuv_get_android_app_status_client(const char* app_id, int& status) try {
+int nuv_get_android_app_status_client(const char* app_id, int& status) {
   if (app_id == nullptr) {
     NUV_ERROR(NUV_RED "in param is NULL" NUV_PLAIN);
     return -1;
   }
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
-  CallArguments arguments;
-  arguments.Text(app_id);
-  const ServiceReply answer = CallService(*link, "get_android_app_status", arguments);
+  const ServiceReply answer = AskService(kLauncherServiceInRed, "get_android_app_status", CallArguments().Text(app_id));
   ReportMissingReply(answer);
   GVariant* reply = answer.Of("(i)");
   if (reply == nullptr) return -1;
   g_variant_get(reply, "(i)", &status);
   NUV_INFO("get_android_app_status,app id [%s],status:[%d].", app_id, status);
   return 0;
-} catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
 }
 
 int nuv_set_launch_fail(std::string text) {

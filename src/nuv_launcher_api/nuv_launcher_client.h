@@ -2,8 +2,9 @@
 #pragma once
 
 #include <nuv/nuv_service_api.h>
-#include <nuv_common/nuv_proxy.h>
 
+#include "nuv_common/nuv_proxy.h"
+#include "nuv_common/nuv_service_call.h"
 #include "nuv_launcher_api/nuv_launcher_data.h"
 
 // The client object that the service delivers results on, and its methods.
@@ -15,6 +16,14 @@ CNUVGdbus* get_launcher_proxy();
 
 // The launcher link, usable; null when it is not. Blocks as CNUVGdbus::GetProxy() does.
 CNUVGdbus* UsableLauncherProxy();
+
+// The same for calls, by the two ways in which functions say that it is not usable.
+inline constexpr ServiceLink kLauncherService = {UsableLauncherProxy, "get_launcher_proxy() error"};
+inline constexpr ServiceLink kLauncherServiceInRed = {UsableLauncherProxy,
+                                                      NUV_RED "get_launcher_proxy() error." NUV_PLAIN};
+
+// Logs for the caller how a call went that ends applications, under the given name, and turns it into its result.
+int ReportTerminate(const ServiceReply& answer, const char* name, const LogOrigin& origin = Here());
 
 // Sends one launch to the service and keeps its callback for the result: 0 when the service accepted it, -1 when not. A
 // failed call is told to the callback at once, on the calling thread, in the nuv_launch_notify_cb order whatever cbType

@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::string_view kMarker = "&callerid=";
 constexpr char kSeparator = '&';
-constexpr int kKeepPayload = 2;
 
 }  // namespace
 

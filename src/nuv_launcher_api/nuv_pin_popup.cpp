@@ -1,9 +1,9 @@
 // A launch that needs the user's PIN first.
 #include <nuv/nuv_service_launch.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <unistd.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
 #include "nuv_launcher_api/IAAul.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -31,11 +31,8 @@ _NUV_LAUNCHER_COMMUI_DATA MakeCommonUiData(const _NUV_LAUNCHER_DATA& record, int
 }  // namespace
 
 int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& record) try {
-  CNUVGdbus* link = UsableLauncherProxy();
-  if (link == nullptr) {
-    NUV_ERROR(NUV_RED "get_launcher_proxy() error." NUV_PLAIN);
-    return -1;
-  }
+  CNUVGdbus* link = UsableLink(kLauncherServiceInRed);
+  if (link == nullptr) return -1;
   const int32_t event = TakeLaunchEvent();
   _NUV_LAUNCHER_COMMUI_DATA data = MakeCommonUiData(record, event);
   const std::string pid = std::to_string(getpid());
@@ -59,5 +56,5 @@ int nuv_launch_Pin_Popup(int /*reserved*/, int app_type, _NUV_LAUNCHER_DATA& rec
   NUV_ERROR(NUV_RED "Call AulLaunchPINPopup failed error" NUV_PLAIN);
   return -1;
 } catch (const std::bad_alloc&) {
-  return OutOfMemory(NUV_HERE);
+  return OutOfMemory();
 }

@@ -1,7 +1,7 @@
 // Questions about applications: the two checks with lists of ids, and the workers that a statement of the caller
 // answers.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_lock.h>
 
 #include "catalogue_log.h"

@@ -1,8 +1,8 @@
 // Databases that are not as they should be: every call fails as documented, says why, and changes nothing.
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

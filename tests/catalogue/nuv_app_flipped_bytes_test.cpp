@@ -1,6 +1,6 @@
 // Ten thousand damaged databases: whatever the bytes, each query ends with a documented result and changes nothing.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <unistd.h>
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // A host whose other threads use SQLite, for themselves and through the library, while it forks.
 #include <gtest/gtest.h>
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <sqlite3.h>
 
 #include <atomic>

@@ -1,7 +1,7 @@
 // The catalogue in a forked child: it has a connection of its own, whatever the parent's threads do.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <atomic>

@@ -1,5 +1,5 @@
 // Groups: cutting a list into pairs, and finding the application of a group.
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_common/nuv_lock.h>
 
 #include "catalogue_log.h"

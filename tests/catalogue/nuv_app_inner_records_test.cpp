@@ -5,7 +5,7 @@
 #include "database_test.h"
 #include "distinct_row.h"
 #include "full_row.h"
-#include "nuv_db_api/nuv_app_records.h"
+#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
 namespace {

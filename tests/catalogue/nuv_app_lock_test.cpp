@@ -1,6 +1,6 @@
 // Which functions of the catalogue wait for a launch that another thread has in flight.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <atomic>
 #include <functional>

@@ -1,7 +1,7 @@
 // Many threads read the catalogue through the shared library while another process writes it.
 #include <gtest/gtest.h>
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <array>
 #include <atomic>

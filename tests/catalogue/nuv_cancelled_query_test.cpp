@@ -1,6 +1,6 @@
 // A host's thread that is cancelled in a query: it ends, sooner or later, and leaves nothing behind that others need.
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <pthread.h>
 
 #include <cstdlib>

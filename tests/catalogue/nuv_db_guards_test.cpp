@@ -51,7 +51,7 @@ TEST(DatabaseGuards, TheResetIsAskedFirstAndEndsTheQuestion) {
   fake_platform::SetRepairMarker(true);
   bool refused = false;
   EXPECT_EQ((LogLines{kResetStart, kResetEnd, "I " + Coloured(kYellow, "FactoryReset is true")}),
-            LogOf([&] { refused = ReadingIsRefused(NUV_HERE); }));
+            LogOf([&] { refused = ReadingIsRefused(); }));
   EXPECT_TRUE(refused);
 }
 
@@ -61,21 +61,21 @@ TEST(DatabaseGuards, TheRepairIsAskedSecond) {
   bool refused = false;
   EXPECT_EQ((LogLines{kResetStart, kResetEnd, kRepairStart, "I " + Coloured(kGreen, "CheckPkgmgrRecovering true"),
                       "E " + Coloured(kRed, "Pkgmgr is recovering")}),
-            LogOf([&] { refused = ReadingIsRefused(NUV_HERE); }));
+            LogOf([&] { refused = ReadingIsRefused(); }));
   EXPECT_TRUE(refused);
 }
 
 TEST(DatabaseGuards, ReadingIsAllowedWhileNeitherHolds) {
   fake_platform::SetFactoryReset(0);
   bool refused = true;
-  EXPECT_EQ(GuardLines(), LogOf([&] { refused = ReadingIsRefused(NUV_HERE); }));
+  EXPECT_EQ(GuardLines(), LogOf([&] { refused = ReadingIsRefused(); }));
   EXPECT_FALSE(refused);
 }
 
 TEST(DatabaseGuards, EachLineNamesTheTagTheFileAndTheFunction) {
   fake_platform::SetFactoryReset(0);
   fake_platform::Clear();
-  ReadingIsRefused(NUV_HERE);
+  ReadingIsRefused();
   const auto log = fake_platform::Log();
   ASSERT_EQ(4u, log.size());
   EXPECT_EQ(0u, log[0].prefix.find("NuvClient nuv_db_guards.cpp: CkeckIsFactoryReset(")) << log[0].prefix;

@@ -7,7 +7,7 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 namespace {
 
@@ -150,14 +150,14 @@ TEST_F(Preparing, AFailureEndsTheStatementThatItLeft) {
   DatabaseSide side = {"g_pStmt", [] {}, g_pConnection, g_pStmt};
   sqlite_faults::prepare_codes = {SQLITE_CORRUPT};
   EXPECT_EQ((LogLines{"I unknow type 11", "E " + Coloured(kRed, "SQLite: not an error"), "I finalize m_pStmt"}),
-            LogOf([&] { EXPECT_EQ(-1, PrepareWithRetry(side, "select 2", NUV_HERE)); }));
+            LogOf([&] { EXPECT_EQ(-1, PrepareWithRetry(side, "select 2")); }));
   EXPECT_EQ(nullptr, g_pStmt);
   EXPECT_EQ(0, LiveStatements());
 
   ASSERT_EQ(0, Prepare("select 1"));
   sqlite_faults::prepare_codes = std::deque<int>(50, SQLITE_BUSY);
   EXPECT_EQ(Join({BusyPrepareLines(), {"I finalize m_pStmt"}}),
-            LogOf([&] { EXPECT_EQ(-2, PrepareWithRetry(side, "select 2", NUV_HERE)); }));
+            LogOf([&] { EXPECT_EQ(-2, PrepareWithRetry(side, "select 2")); }));
   EXPECT_EQ(nullptr, g_pStmt);
 }
 

@@ -1,5 +1,5 @@
 // The service's variant of the list, and the marks of the type filter.
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <climits>
 

@@ -1,7 +1,7 @@
 // The functions of the library that ask the service, each with one call of it and its documented outcomes.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <ostream>
 #include <string>

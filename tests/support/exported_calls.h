@@ -2,8 +2,8 @@
 #pragma once
 
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_service_launch.h>
 
 #include <array>

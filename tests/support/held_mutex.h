@@ -16,7 +16,7 @@ inline bool EndsWhileHeld(Mutex& mutex, const std::function<void()>& call, Milli
   std::future<void> ending;
   bool ended = false;
   {
-    const CNUVClientAutoLock lock(mutex);
+    const MutexLock lock(mutex);
     ending = std::async(std::launch::async, [&] {
       started = true;
       call();

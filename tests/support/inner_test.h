@@ -1,7 +1,7 @@
 // The inner side of the application database under test: a real file, and what its tests look at.
 #pragma once
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_lock.h>
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "catalogue_state.h"
 
 #include <fcntl.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv_platform/platform_path.h>
 #include <nuv_platform/platform_settings.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include "explain.h"
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <algorithm>
 

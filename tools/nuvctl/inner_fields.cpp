@@ -1,5 +1,5 @@
 // The fields of the inner side's record.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include "field_table.h"
 #include "record_fields.h"

@@ -1,6 +1,6 @@
 #include "inner_verbs.h"
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

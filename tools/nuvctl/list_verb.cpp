@@ -1,7 +1,7 @@
 #include "list_verb.h"
 
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 // The records of the catalogue as JSON objects: each member under its name, in the order of the record.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 
 #include <nlohmann/json.hpp>
 #include <string>

@@ -1,6 +1,6 @@
 #include "running_verbs.h"
 
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv_platform/platform_aul.h>
 

@@ -1,7 +1,7 @@
 // Counts launches of the application "app": inner_writer TIMES [forward], or 0 for without end. Writes the database by
 // itself, or with "forward" asks the service first. Says "ready", then one character for each result: "." for a launch
 // that was counted, "b" for a busy database, "x" for any other failure.
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_inner_database.h>
 #include <unistd.h>
 
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "soak_actions.h"
 
 #include <nuv/nuv_app_database.h>
-#include <nuv/nuv_app_database_inner.h>
-#include <nuv/nuv_inner_app_database.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 #include <nuv/nuv_service_launch.h>

@@ -4,9 +4,10 @@
 #include <nuv_common/nuv_cancellation.h>
 #include <nuv_common/nuv_lock.h>
 #include <nuv_common/nuv_log.h>
+#include <nuv_common/nuv_out_of_memory.h>
 #include <sqlite3.h>
 
-#include "nuv_common/nuv_out_of_memory.h"
+#include <string>
 
 // A busy database is asked this often in all.
 constexpr int kMaxRetryCount = 50;
@@ -29,14 +30,15 @@ struct DatabaseSide {
 };
 
 // Opens the database at path without ever creating it: 0, or kDatabaseFailed, with no connection and the reason logged.
-int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin = Here())
+    NUV_REQUIRES(side.turn);
 
 // Compiles sql into the side's statement: 0, kDatabaseFailed or kDatabaseBusy. No statement is left after a failure.
-int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origin = Here()) NUV_REQUIRES(side.turn);
 
 // Advances the side's statement by one row and returns SQLite's code; SQLite's general error where there is no
 // statement. Every result but a row ends the statement: it is finalized and null.
-int StepWithRetry(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn);
+int StepWithRetry(DatabaseSide& side, const LogOrigin& origin = Here()) NUV_REQUIRES(side.turn);
 
 // The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step.
 // Making a text of a value that is none takes memory: std::bad_alloc.
@@ -60,8 +62,56 @@ class NUV_SCOPED_CAPABILITY DatabaseTurn {
 
 // A turn for one statement, from prepare to finalize. A statement that an exception left live is finalized at the end:
 // it would keep the service from writing.
-class NUV_SCOPED_CAPABILITY StatementTurn : private DatabaseTurn {
+class NUV_SCOPED_CAPABILITY StatementTurn : protected DatabaseTurn {
  public:
   explicit StatementTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) NUV_UNANALYSED : DatabaseTurn(side) {}
   ~StatementTurn() NUV_RELEASE();
 };
+
+constexpr const char* kLookupBusy = NUV_RED "get app info fail:sql busy" NUV_PLAIN;
+
+// One statement from prepare to finalize, undisturbed by other threads: what the cycles of both sides have in common.
+class QueryCycle : private StatementTurn {
+ public:
+  // After the last row.
+  int LastStep() const { return m_lastStep; }
+  bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
+  bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
+  // EndedBusy(), which is logged for the caller.
+  bool ReportBusy(const char* complaint, const LogOrigin& origin = Here()) const;
+  // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
+  int Result(bool hadRow, const LogOrigin& origin = Here()) const;
+
+  // Whether the first column of the current row is the text.
+  bool FirstColumnIs(const std::string& text) const NUV_UNANALYSED;
+
+ protected:
+  // busyComplaint: what Result() says after a busy end.
+  QueryCycle(DatabaseSide& side, const char* busyComplaint) NUV_UNANALYSED : StatementTurn(side),
+                                                                             m_busyComplaint(busyComplaint) {}
+  ~QueryCycle() NUV_UNANALYSED = default;
+
+  // Whether the step gave a row.
+  bool Note(int step) {
+    m_lastStep = step;
+    return step == SQLITE_ROW;
+  }
+
+ private:
+  const char* m_busyComplaint;
+  int m_lastStep = SQLITE_OK;
+};
+
+// Reads all rows: whether the first column of one of them is the id, which is said in the caller's words around it.
+// Rows behind the match are only stepped through.
+template <typename Cycle>
+bool HasRowOf(Cycle& cycle, const std::string& id, const char* before, const char* behind,
+              const LogOrigin& origin) NUV_UNANALYSED {
+  bool found = false;
+  while (cycle.NextRow()) {
+    if (found || !cycle.FirstColumnIs(id)) continue;
+    found = true;
+    NUV_INFO_FROM(origin, NUV_YELLOW "%s[%s] %s" NUV_PLAIN, before, id.c_str(), behind);
+  }
+  return found;
+}

@@ -1,4 +1,4 @@
-#include "nuv_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_database_fork.h"
 
 #include <pthread.h>
 

@@ -1,7 +1,7 @@
 // How the current row becomes a record. A row of the full-row statement, unless said otherwise.
 #pragma once
 
-#include <nuv/nuv_app_database_inner.h>
+#include <nuv/nuv_app_records.h>
 #include <nuv/nuv_app_types.h>
 #include <nuv_common/nuv_log.h>
 
@@ -17,4 +17,4 @@ void GetMultiScreenInfo(nuv_app_ms_s& info) NUV_REQUIRES(readSide.turn);
 void GetInnerInfo(_APPS_INNER_INFO_T& info) NUV_REQUIRES(readSide.turn);
 
 // Logs a record's main members in one line, as the caller's.
-void LogAppInfo(const nuv_app_info_s& info, const LogOrigin& origin);
+void LogAppInfo(const nuv_app_info_s& info, const LogOrigin& origin = Here());

@@ -5,7 +5,7 @@
 // SQLite notes of its locks on the file, and a lock of the parent counts there as one of the child, which has none.
 #pragma once
 
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 // Has fork() look after a side from now on: 0, or an error number. In a child the side has no connection; what it kept
 // of one beside its handles, forgetMode forgets.

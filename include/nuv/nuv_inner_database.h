@@ -31,8 +31,8 @@
  *
  * None of these functions takes a callback, all of them may be called from one, and none leaves a statement open.
  */
-#ifndef NUV_INNER_APP_DATABASE_H
-#define NUV_INNER_APP_DATABASE_H
+#ifndef NUV_INNER_DATABASE_H
+#define NUV_INNER_DATABASE_H
 
 #include <nuv/nuv_export.h>
 
@@ -269,4 +269,4 @@ NUV_API int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDAT
 NUV_API int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                                  const std::string& data);
 
-#endif  // NUV_INNER_APP_DATABASE_H
+#endif  // NUV_INNER_DATABASE_H

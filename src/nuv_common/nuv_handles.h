@@ -2,19 +2,7 @@
 #pragma once
 
 #include <gio/gio.h>
-
-#include <memory>
-
-template <auto Release>
-struct HandleDeleter {
-  template <typename T>
-  void operator()(T* handle) const {
-    Release(handle);
-  }
-};
-
-template <typename T, auto Release>
-using Handle = std::unique_ptr<T, HandleDeleter<Release>>;
+#include <nuv_common/nuv_handle.h>
 
 using GVariantHandle = Handle<GVariant, g_variant_unref>;
 using GErrorHandle = Handle<GError, g_error_free>;

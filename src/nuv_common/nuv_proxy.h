@@ -9,7 +9,6 @@
 #pragma once
 
 #include <gio/gio.h>
-#include <nuv_common/nuv_handles.h>
 #include <nuv_common/nuv_lock.h>
 #include <pthread.h>
 #include <sys/types.h>
@@ -20,6 +19,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "nuv_common/nuv_handles.h"
 
 // What a link's owner would receive through its callback; no event is ever made.
 struct _NUV_PROXY_ASYNC_EVENT {
@@ -143,11 +144,11 @@ class CNUVGdbus {
   ListenerHandles TakeListenerHandles();
 
   // The handshake's mutex and condition live as long as the link.
-  Mutex m_waitMutex;
+  LeafMutex m_waitMutex;
   pthread_cond_t m_waitCond;
   Mutex m_monitorMutex;
   Mutex m_proxyMutex;
-  mutable Mutex m_stateMutex;
+  mutable LeafMutex m_stateMutex;
 
   pthread_t m_thread NUV_GUARDED_BY(m_stateMutex);        // the listener; 0 when none runs
   std::string m_processName;                              // executable of this process

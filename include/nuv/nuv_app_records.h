@@ -5,8 +5,8 @@
  * marked so are serialised with launches. The two functions without a result let std::bad_alloc pass; no statement
  * and no lock stays behind.
  */
-#ifndef NUV_APP_DATABASE_INNER_H
-#define NUV_APP_DATABASE_INNER_H
+#ifndef NUV_APP_RECORDS_H
+#define NUV_APP_RECORDS_H
 
 #include <nuv/nuv_app_types.h>
 #include <nuv/nuv_export.h>
@@ -166,4 +166,4 @@ NUV_API int GetAppsTableCount(int* count, const std::string& clause, int tableTy
  */
 NUV_API int GetStrAppType(int app_type, std::string& text, std::vector<_NUVDB_BIND_T>& binds);
 
-#endif  // NUV_APP_DATABASE_INNER_H
+#endif  // NUV_APP_RECORDS_H

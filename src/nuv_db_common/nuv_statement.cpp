@@ -1,8 +1,8 @@
-#include "nuv_common/nuv_statement.h"
+#include "nuv_db_common/nuv_statement.h"
 
 #include <sys/stat.h>
 
-#include "nuv_common/nuv_database_fork.h"
+#include "nuv_db_common/nuv_database_fork.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ int StepUntilAnswered(DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(
     const int code = sqlite3_step(side.statement);
     if (code != SQLITE_BUSY) return code;
     NUV_INFO_FROM(origin, "step return SQLITE_BUSY");
-    if (tries == kMaxRetryCount) {
+    if (tries == kMaxRetryCount) {  // one pause fewer than tries: the waits are documented to the second
       NUV_INFO_FROM(origin, "step retry is up to MAX_RETRY_COUNT");
       return code;
     }
@@ -57,7 +57,7 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
     const int code = sqlite3_prepare_v2(side.connection, sql, -1, &side.statement, nullptr);
     if (code != SQLITE_BUSY) return code;
     NUV_INFO_FROM(origin, "prepare return SQLITE_BUSY");
-    if (tries == kMaxRetryCount) {
+    if (tries == kMaxRetryCount) {  // as in a step
       NUV_INFO_FROM(origin, "prepare retry is up to MAX_RETRY_COUNT");
       return code;
     }
@@ -113,10 +113,10 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
   const int code = PrepareUntilAnswered(side, sql, origin);
   if (code == SQLITE_OK) return 0;
   if (code != SQLITE_BUSY) {
-    NUV_INFO_FROM(origin, "unknow type %d", code);
+    NUV_INFO_FROM(origin, "unknow type %d", code);  // misspelt here only; readers of the log know it
     LogSqliteMessage(side, origin);
   }
-  FinalizeStatement(side, "m_pStmt", origin);
+  FinalizeStatement(side, "m_pStmt", origin);  // no such variable; the log has called both sides' so
   if (code == SQLITE_BUSY) return kDatabaseBusy;
   ForgetPages(side);
   return kDatabaseFailed;
@@ -149,5 +149,20 @@ const char* TextOfColumn(const DatabaseSide& side, unsigned column) {
 }
 
 StatementTurn::~StatementTurn() NUV_UNANALYSED {
-  FinalizeStatement(m_side, m_side.statementName, NUV_HERE);
+  FinalizeStatement(m_side, m_side.statementName, Here());
+}
+
+bool QueryCycle::ReportBusy(const char* complaint, const LogOrigin& origin) const {
+  if (EndedBusy()) NUV_ERROR_FROM(origin, "%s", complaint);
+  return EndedBusy();
+}
+
+int QueryCycle::Result(bool hadRow, const LogOrigin& origin) const {
+  if (ReportBusy(m_busyComplaint, origin)) return kDatabaseBusy;
+  return hadRow ? 0 : kDatabaseFailed;
+}
+
+bool QueryCycle::FirstColumnIs(const std::string& text) const {
+  const char* first = TextOfColumn(m_side, 0);
+  return text == (first == nullptr ? "" : first);
 }
