@@ -2,9 +2,10 @@
 find_package(nlohmann_json REQUIRED)
 
 nuv_add_test(nuvctl_wait_test SOURCES nuvctl_wait_test.cpp LIBRARIES nuvctl_parts)
-nuv_add_test(nuvctl_lines_test SOURCES nuvctl_lines_test.cpp LIBRARIES nuvctl_parts)
-nuv_add_test(nuvctl_parts_test SOURCES nuvctl_parts_test.cpp LIBRARIES nuvctl_parts)
-nuv_add_test(nuvctl_records_test SOURCES nuvctl_records_test.cpp LIBRARIES nuvctl_parts)
+nuv_add_test(nuvctl_lines_test SOURCES nuvctl_lines_test.cpp LIBRARIES nuvctl_parts nlohmann_json::nlohmann_json)
+nuv_add_test(nuvctl_parts_test SOURCES nuvctl_parts_test.cpp LIBRARIES nuvctl_parts nlohmann_json::nlohmann_json)
+nuv_add_test(nuvctl_records_test SOURCES nuvctl_records_test.cpp
+  LIBRARIES nuvctl_parts nlohmann_json::nlohmann_json)
 nuv_add_test(nuvctl_guards_test SOURCES nuvctl_guards_test.cpp support/fake_platform.cpp
   LIBRARIES nuvctl_parts nuv_app_database)
 
