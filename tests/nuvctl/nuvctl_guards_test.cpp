@@ -5,9 +5,9 @@
 #include <cstdlib>
 
 #include "app_database.h"
-#include "explain.h"
+#include "command/command_line.h"
 #include "fake_platform.h"
-#include "verbs.h"
+#include "obstacles/explain.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -25,7 +25,7 @@ class NuvctlGuards : public testing::Test {
     line.insert(line.begin(), "nuvctl");
     const ParsedCommandLine parsed = ParseCommandLine(static_cast<int>(line.size()), line.data());
     const auto* command = std::get_if<Command>(&parsed);
-    return command != nullptr ? command->verb->run(command->options) : std::get<Report>(parsed);
+    return command != nullptr ? command->Run() : std::get<Report>(parsed);
   }
 
   static std::vector<std::string> ReasonsFor(const std::string& id) {

@@ -2,9 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <nlohmann/json.hpp>
 
+#include "service/watch_lines.h"
 #include "temp_dir.h"
-#include "watch_lines.h"
 
 namespace {
 
@@ -38,7 +39,8 @@ TEST(WatchLines, EachSignalOfTheSimulatorHasALineWithAllItsArguments) {
     const auto line = LineOfSignal((*signal)->name, arguments.get());
     ASSERT_TRUE(line) << (*signal)->name;
     size_t values = 0;
-    for (const auto& item : line->json) values += item == "text" || item == 7 ? 1 : 0;
+    const auto json = nlohmann::json::parse(ToJson(line->fields));
+    for (const auto& item : json) values += item == "text" || item == 7 ? 1 : 0;
     EXPECT_EQ(values, g_variant_n_children(arguments.get())) << (*signal)->name;
   }
 }

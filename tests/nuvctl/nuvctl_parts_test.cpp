@@ -1,20 +1,66 @@
 // The parts of nuvctl that need no bus: its data tables, its text and its JSON.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <sstream>
 
-#include "launch_functions.h"
-#include "meanings.h"
-#include "report.h"
+#include "command/verb.h"
+#include "launch/launch_functions.h"
+#include "report/report.h"
+#include "report/text.h"
+#include "service/meanings.h"
 #include "temp_dir.h"
-#include "text.h"
-#include "verbs.h"
 
 namespace {
 
 std::string FunctionFor(const LaunchChoice& choice, bool with_caller = false) {
   const LaunchFunction* function = FindLaunchFunction(choice, with_caller);
   return function != nullptr ? function->name : "none";
+}
+
+// The lines of the man page's synopsis that are about the verb.
+std::vector<std::string> SynopsisOf(const std::string& verb) {
+  const std::string begin = "*nuvctl " + verb + "*";
+  std::vector<std::string> lines;
+  std::istringstream page(ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd"));
+  for (std::string line; std::getline(page, line);) {
+    if (line.rfind(begin, 0) == 0) lines.push_back(line.substr(begin.size()));
+  }
+  return lines;
+}
+
+// "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position.
+std::string InSynopsis(const Argument& argument) {
+  if (argument.kind == Argument::Kind::kPosition) return "_" + argument.name + "_";
+  return "*" + argument.name + "*" + (argument.value_name.empty() ? "" : " _" + argument.value_name + "_");
+}
+
+// The arguments of the verb, and its own verbs with theirs.
+std::set<std::string> ArgumentsOf(const Verb& verb) {
+  std::set<std::string> arguments;
+  for (const Argument& argument : verb.arguments) arguments.insert(InSynopsis(argument));
+  for (const Verb& own : verb.verbs) {
+    arguments.insert("*" + own.name + "*");
+    arguments.merge(ArgumentsOf(own));
+  }
+  return arguments;
+}
+
+// The sources of nuvctl that include a header whose name begins so.
+std::set<std::string> SourcesThatInclude(const std::string& header) {
+  const std::filesystem::path root = NUV_SOURCE_DIR "/tools/nuvctl";
+  std::set<std::string> sources;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (!entry.is_regular_file()) continue;
+    const bool includes = ReadFile(entry.path()).find("#include <" + header) != std::string::npos;
+    if (includes) sources.insert(entry.path().lexically_relative(root));
+  }
+  return sources;
 }
 
 constexpr CallbackShape kWeb = CallbackShape::kWebApp;
@@ -206,4 +252,58 @@ TEST(ManPage, DescribesEachVerb) {
                 page.find(std::string(", ") + verb.name + "\n") != std::string::npos)
         << verb.name;
   }
+}
+
+TEST(ManPage, HasTheArgumentsOfEachVerbInItsSynopsis) {
+  const std::regex argument(R"(\*--[a-z-]+\*( _[A-Z]+_)?|\*[a-z]+\*|_[A-Z]+_)");
+  for (const Verb& verb : Verbs()) {
+    std::set<std::string> described;
+    for (const std::string& line : SynopsisOf(verb.name)) {
+      for (auto at = std::sregex_iterator(line.begin(), line.end(), argument); at != std::sregex_iterator(); ++at) {
+        described.insert(at->str());
+      }
+    }
+    EXPECT_EQ(described, ArgumentsOf(verb)) << verb.name;
+  }
+}
+
+TEST(ManPage, NamesTheWordsThatAnArgumentMayBe) {
+  const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
+  for (const Verb& verb : Verbs()) {
+    for (const Argument& argument : verb.arguments) {
+      for (const std::string& word : argument.words) {
+        const bool number = word.find_first_not_of("0123456789") == std::string::npos;
+        EXPECT_NE(page.find(number ? word : "*" + word + "*"), std::string::npos) << verb.name << " " << word;
+      }
+    }
+  }
+}
+
+TEST(ManPage, KeepsTheVerbsOfAGroupTogether) {
+  const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
+  std::map<size_t, Group> group_at;
+  for (const Verb& verb : Verbs()) group_at[page.find("\n*nuvctl " + verb.name + "*")] = verb.group;
+  std::vector<Group> groups;
+  for (const auto& [place, group] : group_at) {
+    if (groups.empty() || groups.back() != group) groups.push_back(group);
+  }
+  EXPECT_THAT(groups, testing::ElementsAre(Group::kLaunching, Group::kRunning, Group::kService, Group::kCatalogue,
+                                           Group::kInner));
+}
+
+TEST(Verbs, StandInTheOrderThatPeopleKnow) {
+  const std::vector<std::string> known = {
+      "launch", "kpi",     "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
+      "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
+      "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
+  std::vector<std::string> names;
+  for (const Verb& verb : Verbs()) names.push_back(verb.name);
+  ASSERT_GE(names.size(), known.size());
+  EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + static_cast<long>(known.size())), known);
+  EXPECT_TRUE(std::is_sorted(names.begin() + static_cast<long>(known.size()), names.end()));
+}
+
+TEST(SlowHeaders, AreSeenByTheSourcesThatNeedThemOnly) {
+  EXPECT_THAT(SourcesThatInclude("CLI/"), testing::ElementsAre("command/command_line.cpp"));
+  EXPECT_THAT(SourcesThatInclude("nlohmann/"), testing::ElementsAre("launch/request_file.cpp", "report/report.cpp"));
 }

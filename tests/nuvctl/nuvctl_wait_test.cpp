@@ -1,7 +1,7 @@
 // What nuvctl makes of the things that can happen to a launch, in every order.
 #include <gtest/gtest.h>
 
-#include "launch_wait.h"
+#include "launch/launch_wait.h"
 
 namespace {
 

@@ -6,9 +6,8 @@
 #include <string>
 #include <variant>
 
-#include "command_line.h"
-#include "text.h"
-#include "verbs.h"
+#include "command/command_line.h"
+#include "report/text.h"
 
 namespace {
 
@@ -19,10 +18,8 @@ void SetUpLog(bool verbose) {
 }
 
 int RunCommand(const Command& command) {
-  SetUpLog(command.options.verbose);
-  Report report = command.verb->run(command.options);
-  report.verb = command.verb->name;
-  return Print(report, command.options.json);
+  SetUpLog(command.values.Flag("-v,--verbose"));
+  return Print(command.Run(), command.values.Flag("--json"));
 }
 
 int Run(int argc, char** argv) {

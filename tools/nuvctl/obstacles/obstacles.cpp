@@ -1,0 +1,216 @@
+#include "obstacles/obstacles.h"
+
+#include <fcntl.h>
+#include <nuv/nuv_app_database.h>
+#include <nuv/nuv_app_records.h>
+#include <nuv_platform/platform_path.h>
+#include <nuv_platform/platform_settings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "bus/system_bus.h"
+#include "report/text.h"
+
+namespace {
+
+constexpr unsigned kConnectLimitMs = 3000;
+constexpr int kCallLimitMs = 2000;
+
+VariantOwner AskBus(GDBusConnection* bus, const char* method, GVariant* arguments, const char* reply_type) {
+  return VariantOwner(g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", method, arguments, G_VARIANT_TYPE(reply_type),
+                                                  G_DBUS_CALL_FLAGS_NONE, kCallLimitMs, nullptr, nullptr));
+}
+
+std::optional<bool> HasOwner(GDBusConnection* bus, const std::string& name) {
+  const VariantOwner reply = AskBus(bus, "NameHasOwner", g_variant_new("(s)", name.c_str()), "(b)");
+  if (reply == nullptr) return std::nullopt;
+  gboolean owned = FALSE;
+  g_variant_get(reply.get(), "(b)", &owned);
+  return owned != FALSE;
+}
+
+std::optional<bool> IsActivatable(GDBusConnection* bus, const std::string& name) {
+  const VariantOwner reply = AskBus(bus, "ListActivatableNames", nullptr, "(as)");
+  if (reply == nullptr) return std::nullopt;
+  const VariantOwner names(g_variant_get_child_value(reply.get(), 0));
+  for (gsize i = 0; i < g_variant_n_children(names.get()); ++i) {
+    const VariantOwner item(g_variant_get_child_value(names.get(), i));
+    if (name == g_variant_get_string(item.get(), nullptr)) return true;
+  }
+  return false;
+}
+
+Diagnosis BusGone(const std::string& what) {
+  const TextOwner address = SystemBusAddress();
+  const std::string where = address ? " (" + Printable(address.get()) + ")" : "";
+  return {Outcome::kBusGone, "the system bus " + what + where};
+}
+
+struct ServiceState {
+  bool runs = false;  // otherwise it can be started, if it is within reach
+  std::optional<Diagnosis> out_of_reach;
+};
+
+ServiceState AskForService() {
+  const ConnectionOwner bus = ConnectToSystemBus(kConnectLimitMs);
+  if (bus == nullptr) return {false, BusUnreachable()};
+  const std::optional<bool> owned = HasOwner(bus.get(), ServiceName());
+  const std::optional<bool> activatable = IsActivatable(bus.get(), ServiceName());
+  if (!owned || !activatable) return {false, BusGone("does not answer")};
+  if (*owned || *activatable) return {*owned, std::nullopt};
+  const std::string gone = "the service does not run (" + ServiceName() + " has no owner)";
+  return {false, Diagnosis{Outcome::kServiceGone, gone}};
+}
+
+constexpr int kBusy = -2;
+constexpr char kFactoryResetKey[] = "db/nuv/factory_reset";
+constexpr char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
+
+// The two states in which the setting says that a reset is running.
+std::optional<int> RunningFactoryReset() {
+  int state = 0;
+  if (vconf_get_int(kFactoryResetKey, &state) != 0 || (state != 1 && state != 2)) return std::nullopt;
+  return state;
+}
+
+bool RepairIsRunning() {
+  struct stat marker = {};
+  return stat(kRepairMarker, &marker) == 0;
+}
+
+std::string DatabasePath() {
+  const char* directory = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
+  return directory != nullptr ? std::string(directory) + "/.corvane.db" : "";
+}
+
+// Why the file at the path is no database to read.
+std::string WhyUnreadable(const std::string& path) {
+  struct stat file = {};
+  if (path.empty()) return "the platform names no directory for it";
+  if (stat(path.c_str(), &file) != 0 || access(path.c_str(), R_OK) != 0) return std::strerror(errno);
+  if (!S_ISREG(file.st_mode)) return "not a file";
+  return "not a database with a table of applications";
+}
+
+Obstacle DatabaseIsUnreadable() {
+  const std::string path = DatabasePath();
+  return {"database-unreadable",
+          {Outcome::kFailed,
+           "the database cannot be read (" + Printable(path) + (path.empty() ? "" : ": ") + WhyUnreadable(path) + ")"}};
+}
+
+// What a guard says, else the database, else the caller.
+Diagnosis Diagnose(int result, std::vector<Obstacle> (*ask_guards)(), const Diagnosis& otherwise) {
+  if (result == kBusy) return DatabaseIsBusy().why;
+  const std::vector<Obstacle> guards = ask_guards();
+  if (!guards.empty()) return guards.front().why;
+  const std::optional<Obstacle> database = DatabaseObstacle();
+  return database ? database->why : otherwise;
+}
+
+// A factory reset does not stop the inner side.
+std::vector<Obstacle> InnerGuardObstacles() {
+  const std::optional<Obstacle> repair = RepairObstacle();
+  return repair ? std::vector<Obstacle>{*repair} : std::vector<Obstacle>();
+}
+
+int LookUp(const AppName& app) {
+  nuv_app_info_s record = {};
+  return app.run_title ? nuv_get_app_info_by_runtitle(app.run_title->c_str(), &record)
+                       : m_nuv_get_app_info(app.id.c_str(), &record);
+}
+
+}  // namespace
+
+Report ReportOf(const Diagnosis& diagnosis, Fields details) {
+  Report report;
+  report.outcome = diagnosis.outcome;
+  report.error = WordOf(diagnosis.outcome) + (": " + diagnosis.message);
+  report.details = std::move(details);
+  return report;
+}
+
+Diagnosis BusUnreachable() {
+  return BusGone("cannot be reached");
+}
+
+std::optional<Diagnosis> WhyOutOfReach() {
+  return AskForService().out_of_reach;
+}
+
+Diagnosis DiagnoseFailure() {
+  const ServiceState service = AskForService();
+  if (service.out_of_reach) return *service.out_of_reach;
+  return {Outcome::kFailed, service.runs ? "the service did not carry out the request"
+                                         : "the service does not run and could not be started"};
+}
+
+Report ReportOfCall(int result, Fields details) {
+  if (result != 0) return ReportOf(DiagnoseFailure(), std::move(details));
+  Report report;
+  report.details = std::move(details);
+  return report;
+}
+
+std::vector<Obstacle> GuardObstacles() {
+  std::vector<Obstacle> obstacles;
+  if (const auto state = RunningFactoryReset()) {
+    obstacles.push_back({"factory-reset",
+                         {Outcome::kFailed, std::string("a factory reset is running (setting ") + kFactoryResetKey +
+                                                " is " + std::to_string(*state) + ")"}});
+  }
+  if (const auto repair = RepairObstacle()) obstacles.push_back(*repair);
+  return obstacles;
+}
+
+std::optional<Obstacle> RepairObstacle() {
+  if (!RepairIsRunning()) return std::nullopt;
+  return Obstacle{"repair",
+                  {Outcome::kFailed, std::string("packages are being repaired (") + kRepairMarker + " exists)"}};
+}
+
+Obstacle DatabaseIsBusy() {
+  return {"database-busy", {Outcome::kTimedOut, "the database stayed busy"}};
+}
+
+std::optional<Obstacle> DatabaseObstacle() {
+  int count = 0;
+  const int result = GetAppsTableCount(&count, "", 0, {});
+  if (result == 0) return std::nullopt;
+  return result == kBusy ? DatabaseIsBusy() : DatabaseIsUnreadable();
+}
+
+Diagnosis DiagnoseCatalogue(int result, const Diagnosis& otherwise) {
+  return Diagnose(result, GuardObstacles, otherwise);
+}
+
+Diagnosis DiagnoseInner(int result, const Diagnosis& otherwise) {
+  return Diagnose(result, InnerGuardObstacles, otherwise);
+}
+
+Fields FieldsOf(const AppName& app) {
+  if (app.run_title) return {{"title", *app.run_title}};
+  return {{"app", app.id}};
+}
+
+Diagnosis DiagnoseLookup(int result, const AppName& app) {
+  const std::string name = app.run_title ? "run title " + Printable(*app.run_title) : "id " + Printable(app.id);
+  return DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+}
+
+std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {
+  const AppName app = {"", run_title};
+  const int result = LookUp(app);
+  if (result == 0) return std::nullopt;
+  return DiagnoseLookup(result, app);
+}
+
+Diagnosis DiagnoseAppCall(const AppName& app) {
+  const int lookup = LookUp(app);
+  return lookup != 0 ? DiagnoseLookup(lookup, app) : DiagnoseFailure();
+}

@@ -1,0 +1,65 @@
+// What is in the way of a request: the library's functions only say that it failed. Why, as far as the bus, the guards
+// and the database can tell.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "report/report.h"
+
+struct Diagnosis {
+  Outcome outcome = Outcome::kFailed;
+  std::string message;
+};
+
+// The report of what has failed for that reason.
+Report ReportOf(const Diagnosis& diagnosis, Fields details = {});
+
+Diagnosis BusUnreachable();
+
+// Both ask the bus, over a connection of their own, and take a few seconds at most. The first tells why no request can
+// reach the service, or nothing where it runs or can be started; the second why one that was made has failed.
+std::optional<Diagnosis> WhyOutOfReach();
+Diagnosis DiagnoseFailure();
+
+// The report of a call of the service that gave the result.
+Report ReportOfCall(int result, Fields details = {});
+
+struct Obstacle {
+  const char* key;  // for programs
+  Diagnosis why;
+};
+
+// Those for which the library refuses to read the catalogue at all, in the order in which it asks for them.
+std::vector<Obstacle> GuardObstacles();
+
+// The one of them that also keeps the library from the inner side of the database.
+std::optional<Obstacle> RepairObstacle();
+
+// The database is busy, or cannot be read.
+std::optional<Obstacle> DatabaseObstacle();
+Obstacle DatabaseIsBusy();
+
+// Why a function of the catalogue, or of the inner side of the database, gave the result: an obstacle where there is
+// one, otherwise what the caller says.
+Diagnosis DiagnoseCatalogue(int result, const Diagnosis& otherwise);
+Diagnosis DiagnoseInner(int result, const Diagnosis& otherwise);
+
+// An application as the user names it: by its id, or in its place by its run title.
+struct AppName {
+  std::string id;
+  std::optional<std::string> run_title;
+};
+
+// The key "app" or "title".
+Fields FieldsOf(const AppName& app);
+
+// Why a lookup of the application gave the result.
+Diagnosis DiagnoseLookup(int result, const AppName& app);
+
+// Why the library does not find the run title, which it did not a moment ago; nothing where it does now.
+std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);
+
+// Why a function failed that looks the application up and then asks the service.
+Diagnosis DiagnoseAppCall(const AppName& app);

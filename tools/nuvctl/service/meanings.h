@@ -1,0 +1,40 @@
+// Names and meanings of the numbers that the service reports, and what they say about a launch.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "report/report.h"
+
+// Which of the library's two callbacks a launch function takes.
+enum class CallbackShape { kWebApp, kPlain };
+
+struct Meaning {
+  enum class Source { kEvent, kStatus, kResult };  // the plain shape's callback has results, the other one the rest
+  enum class Sense { kSuccess, kFailure, kReason };
+
+  int number;
+  Source source;
+  Sense sense;
+  const char* name;
+  const char* words;
+};
+
+// Null for a number that has no name. Events, status numbers and result codes do not overlap.
+const Meaning* FindMeaning(int number);
+
+// One call of a launch callback.
+struct LaunchReport {
+  CallbackShape shape;
+  std::string app_id;
+  int event = 0;   // web-app shape only
+  int result = 0;  // status number of the event, or the plain shape's result code
+};
+
+struct Verdict {
+  Outcome outcome;
+  int code;  // the number that says it best
+};
+
+// What the report says about the launch; nothing where the launch is still undecided after it.
+std::optional<Verdict> Judge(const LaunchReport& report);

@@ -1,0 +1,177 @@
+// nuvctl set, count, version, command: change an application's row, or have the service do it.
+#include <nuv/nuv_inner_database.h>
+
+#include "command/verb.h"
+#include "obstacles/obstacles.h"
+#include "report/text.h"
+
+namespace {
+
+constexpr int kNotForwarded = -1;
+
+struct UpdateField {
+  const char* name;
+  APPSINFO_UPDATE_KEY_e key;
+};
+
+constexpr UpdateField kFields[] = {
+    {"is_updated", APPSINFO_UPDATE_IS_UPDATED},   {"ait_ids", APPSINFO_UPDATE_AIT_IDS},
+    {"cp_name", APPSINFO_UPDATE_CP_NAME},         {"version", APPSINFO_UPDATE_VERSION},
+    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND}, {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV},
+    {"is_lock", APPSINFO_UPDATE_IS_LOCK},         {"run_title", APPSINFO_UPDATE_RUN_TITLE},
+};
+
+const UpdateField* FindField(const std::string& name) {
+  for (const UpdateField& field : kFields) {
+    if (name == field.name) return &field;
+  }
+  return nullptr;
+}
+
+std::vector<std::string> FieldNames() {
+  std::vector<std::string> names;
+  for (const UpdateField& field : kFields) names.emplace_back(field.name);
+  return names;
+}
+
+std::string ReadField(std::string& name) {
+  return FindField(name) != nullptr ? "" : "no such field: " + name + "; the fields are " + Joined(FieldNames());
+}
+
+// A field is set to a value, but for the one that can only be cleared.
+std::string CheckValue(const Values& values) {
+  const bool cleared = FindField(values.Text("FIELD"))->key == APPSINFO_UPDATE_IS_UPDATED;
+  if (cleared && values.Text("VALUE", "0") != "0") return "VALUE: is_updated can only be set to 0";
+  return cleared || values.Given("VALUE") ? "" : "VALUE is required";
+}
+
+// Who made a change, null where nobody did, and with which result.
+struct Change {
+  const char* by;
+  int result;
+};
+
+// What nuv_inner_update_app_by_key() and nuv_inner_update_app_count() do, in their steps, because their result does not
+// tell who made the change.
+template <typename Forward, typename Local>
+Change ForwardOrWrite(Forward forward, Local local) {
+  nuv_db_ro_exchange();
+  const int answer = forward();
+  if (answer != kNotForwarded) return {"service", answer};
+  nuv_db_rw_exchange();
+  return {"library", local()};
+}
+
+Change SetField(const UpdateField& field, const std::string& app_id, const std::string& value) {
+  if (field.key != APPSINFO_UPDATE_IS_UPDATED) {
+    return {"library", nuv_inner_update_app_by_key_value(app_id, field.key, value)};
+  }
+  return ForwardOrWrite([&] { return nuv_dbus_update_app_by_key(app_id, field.key); },
+                        [&] { return nuv_db_update_app_by_key(app_id, field.key); });
+}
+
+Change CountLaunch(const std::string& app_id) {
+  return ForwardOrWrite([&] { return nuv_dbus_update_app_count(app_id); },
+                        [&] { return nuv_db_update_app_count(app_id); });
+}
+
+Diagnosis WhyNotChanged(const Change& change) {
+  if (change.by == std::string("service")) {
+    return {Outcome::kFailed, "the service answered " + std::to_string(change.result)};
+  }
+  return DiagnoseInner(change.result, {Outcome::kFailed, "the database could not be written"});
+}
+
+// Finds the application's row, makes the change under the row's own id, and says who made it.
+template <typename Make>
+Report ReportChange(const std::string& app_id, Make make) {
+  Fields details = {{"app", app_id}, {"by", nullptr}};
+  if (const std::optional<Obstacle> repair = RepairObstacle()) return ReportOf(repair->why, details);
+  _APPSINFO_T record;
+  const int found = nuv_inner_get_app_info_by_id(app_id, record, false);
+  if (found != 0) {
+    const Diagnosis unknown = {Outcome::kNotFound, "the database has no application " + Printable(app_id)};
+    return ReportOf(DiagnoseInner(found, unknown), details);
+  }
+  const Change change = make(record.id);
+  details["app"] = record.id;
+  if (change.by == nullptr) return ReportOf(DiagnoseFailure(), details);
+  details["by"] = change.by;
+  details["result"] = change.result;
+  if (change.result != 0) return ReportOf(WhyNotChanged(change), details);
+  Report report;
+  report.details = details;
+  report.text = std::string("changed by the ") + change.by;
+  return report;
+}
+
+Argument ChangedApp() {
+  return AppPosition("Application to change: its id, platform id or run title").Required();
+}
+
+Report Set(const Values& values) {
+  const UpdateField& field = *FindField(values.Text("FIELD"));
+  return ReportChange(values.Text("ID"),
+                      [&](const std::string& id) { return SetField(field, id, values.Text("VALUE")); });
+}
+
+const RegisteredVerb kSet(
+    {"set",
+     Group::kInner,
+     "Set a field of an application",
+     {ChangedApp(),
+      Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
+      Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated")},
+     Set,
+     {},
+     CheckValue});
+
+Report Count(const Values& values) {
+  return ReportChange(values.Text("ID"), CountLaunch);
+}
+
+const RegisteredVerb kCount(
+    {"count",
+     Group::kInner,
+     "Count one more launch of an application",
+     {AppPosition("Application that was launched: its id, platform id or run title").Required()},
+     Count});
+
+Report Version(const Values& values) {
+  return ReportChange(values.Text("ID"), [&](const std::string& id) {
+    const int answer = nuv_inner_update_app_version(id, values.Text("VERSION"));
+    return Change{answer != kNotForwarded ? "service" : nullptr, answer};
+  });
+}
+
+const RegisteredVerb kVersion({"version",
+                               Group::kInner,
+                               "Have the service set an application's version",
+                               {ChangedApp(), Position("VERSION", "Its new version").Required()},
+                               Version});
+
+// The library says only whether a command could be sent, and the bus takes it even where nobody is there to read it.
+Report SendCommand(const Values& values) {
+  const int number = values.Number("N");
+  const std::string app_id = values.Text("ID");
+  const Fields details = {{"command", number}, {"app", app_id}};
+  if (nuv_inner_nuv_command(number, app_id, values.Text("PATH"), values.Text("DATA")) != 0) {
+    const std::optional<Obstacle> repair = RepairObstacle();
+    return ReportOf(repair ? repair->why : DiagnoseFailure(), details);
+  }
+  if (const std::optional<Diagnosis> out_of_reach = WhyOutOfReach()) return ReportOf(*out_of_reach, details);
+  Report report;
+  report.details = details;
+  return report;
+}
+
+const RegisteredVerb kCommand({"command",
+                               Group::kInner,
+                               "Send the service a command",
+                               {Position("N", "The service's number of the command").Number().Required(),
+                                AppPosition("Application that it is about (default none)"),
+                                Position("PATH", "Package that it is about (default none)").From(Live::kFiles),
+                                Position("DATA", "What else the service is to know (default nothing)")},
+                               SendCommand});
+
+}  // namespace

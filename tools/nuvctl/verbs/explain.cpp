@@ -1,0 +1,81 @@
+// nuvctl explain
+#include "obstacles/explain.h"
+
+#include "command/verb.h"
+#include "report/text.h"
+
+namespace {
+
+struct Stop {
+  bool Reason::*stops;
+  const char* what;
+};
+
+constexpr Stop kStops[] = {
+    {&Reason::stops_lookup, "lookup"},
+    {&Reason::stops_launch, "launch"},
+    {&Reason::stops_list, "list"},
+};
+
+std::vector<std::string> StopsOf(const Reason& reason) {
+  std::vector<std::string> stops;
+  for (const Stop& stop : kStops) {
+    if (reason.*stop.stops) stops.emplace_back(stop.what);
+  }
+  return stops;
+}
+
+const char* LaunchWords(const std::optional<bool>& goes_ahead) {
+  if (!goes_ahead) return "only the service can tell what becomes of a launch";
+  return *goes_ahead ? "a launch is accepted" : "a launch does not succeed";
+}
+
+std::string TextOf(const Explanation& explanation) {
+  std::string text;
+  if (!explanation.reasons.empty()) {
+    std::vector<std::vector<std::string>> rows = {{"STOPS", "REASON", "MEANING"}};
+    for (const Reason& reason : explanation.reasons) {
+      rows.push_back({Joined(StopsOf(reason)), reason.obstacle.key, reason.obstacle.why.message});
+    }
+    text = FormatTable(rows) + "\n\n";
+  }
+  text += explanation.lookup_finds ? "a lookup finds it\n" : "a lookup does not find it\n";
+  return text + LaunchWords(explanation.launch_goes_ahead);
+}
+
+List ReasonList(const std::vector<Reason>& reasons) {
+  List list;
+  for (const Reason& reason : reasons) {
+    list.emplace_back(Fields{
+        {"reason", reason.obstacle.key}, {"stops", ListOf(StopsOf(reason))}, {"meaning", reason.obstacle.why.message}});
+  }
+  return list;
+}
+
+// What is met first decides the exit status.
+const Reason* FirstStop(const Explanation& explanation) {
+  for (const Reason& reason : explanation.reasons) {
+    if (reason.stops_lookup || reason.stops_launch) return &reason;
+  }
+  return nullptr;
+}
+
+Report ExplainApp(const Values& values) {
+  const Explanation explanation = Explain(values.Text("ID"));
+  Report report;
+  if (const Reason* stop = FirstStop(explanation)) report = ReportOf(stop->obstacle.why);
+  report.text = TextOf(explanation);
+  report.details = {{"app", values.Text("ID")},
+                    {"lookup", explanation.lookup_finds},
+                    {"launch", explanation.launch_goes_ahead ? Value(*explanation.launch_goes_ahead) : Value()},
+                    {"reasons", ReasonList(explanation.reasons)}};
+  return report;
+}
+
+const RegisteredVerb kExplain({"explain",
+                               Group::kCatalogue,
+                               "Tell why a lookup or a launch of an application fails",
+                               {AppPosition("Application to explain: its id, kelvo id or package name").Required()},
+                               ExplainApp});
+
+}  // namespace
