@@ -18,8 +18,9 @@ std::string ServiceName();
 // The bus name under which the library receives this process's launch results.
 std::string ClientName();
 
-// A connection to the system bus for as long as it lives. Connects without holding up the default main context, on which it also tells what becomes of the connection: a bus
-// that hangs must not stop the timers and signals of the program.
+// A connection to the system bus for as long as it lives. Connects without holding up the default main context, on
+// which it also tells what becomes of the connection: a bus that hangs must not stop the timers and signals of the
+// program.
 class LiveBus {
  public:
   struct Listener {
@@ -73,8 +74,8 @@ class SignalWatch {
   guint subscription_ = 0;
 };
 
-// Whether a bus name has an owner, from the beginning and at each change: in place of g_bus_watch_name_on_connection(), which complains aloud about a connection that closes just then. Says
-// nothing about a closed connection.
+// Whether a bus name has an owner, from the beginning and at each change: in place of g_bus_watch_name_on_connection(),
+// which complains aloud about a connection that closes just then. Says nothing about a closed connection.
 class NameWatch {
  public:
   using OwnerFunction = std::function<void(bool present)>;
