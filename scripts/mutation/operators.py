@@ -16,8 +16,8 @@ TOKEN = re.compile(r'''
 # Written with a blank on each side: without them these are template brackets, references and signs.
 BINARY = {'==': '!=', '!=': '==', '<': '<=', '<=': '<', '>': '>=', '>=': '>', '&&': '||', '||': '&&', '+': '-', '-': '+'}
 SWAPPED = {'true': 'false', 'false': 'true', '++': '--', '--': '++', '+=': '-=', '-=': '+='}
-LOCKS = re.compile(r'(const\s+)?(CNUVClientAutoLock|DatabaseTurn|StatementTurn|std::(lock_guard|unique_lock|scoped_lock)\s*<[^;]*>)'
-                   r'\s+\w+\([^;]*\);')
+LOCKS = re.compile(r'(const\s+)?(CNUVClientAutoLock|LeafLock|MutexLock|DatabaseTurn|'
+                   r'std::(lock_guard|unique_lock|scoped_lock)\s*<[^;]*>)\s+\w+\([^;]*\);')
 CALL = re.compile(r'[A-Za-z_][\w.:>-]*(<[^;()]*>)?\(')
 ASSIGNMENT = re.compile(r'\*?[A-Za-z_][\w.>\[\]-]* \+?= [^;]*;')
 
@@ -96,6 +96,72 @@ def _statements(text, tokens):
             yield 'assignment left out', start, end, ';'
 
 
+def _kind(code):
+    """What a statement is, as far as its order matters; None where it is another one."""
+    if LOCKS.fullmatch(code):
+        return 'lock'
+    call = CALL.match(code)
+    if (call and _closes_at(code, call.end() - 1) == len(code) - 2) or ASSIGNMENT.fullmatch(code):
+        return 'action'
+    return None
+
+
+def _plain_statements(text, tokens):
+    """Locks, calls and assignments that stand for themselves in a block: start, end, kind, index of the token behind."""
+    found = []
+    for index, token in enumerate(tokens):
+        starts = index > 0 and tokens[index - 1].text in (';', '{', '}')
+        if not starts or token.kind not in ('word', 'mark') or token.text in ('return', 'using', 'static_assert', 'delete'):
+            continue
+        last = _statement_end(tokens, index)
+        if last is None:
+            continue
+        kind = _kind(text[token.start:tokens[last].end])
+        if kind:
+            found.append((token.start, tokens[last].end, kind, last + 1))
+    return found
+
+
+ORDERS = {('action', 'action'): 'statements swapped', ('lock', 'action'): 'moved before the lock',
+          ('action', 'lock'): 'moved behind the lock'}
+
+
+def _orders(text, tokens):
+    """Neighbours in the other order, and what is done last under a lock done behind it."""
+    statements = _plain_statements(text, tokens)
+    by_start = {statement[0]: statement for statement in statements}
+    for start, end, kind, behind in statements:
+        if behind >= len(tokens):
+            continue
+        code = text[start:end]
+        following = by_start.get(tokens[behind].start)
+        if following and (kind, following[2]) in ORDERS:
+            other = text[following[0]:following[1]]
+            between = text[end:following[0]]
+            if other != code and '//' not in between:
+                yield ORDERS[kind, following[2]], start, following[1], other + between + code
+        elif kind == 'action' and tokens[behind].text == '}' and _under_a_lock(statements, tokens, start):
+            yield 'moved out of the lock', start, tokens[behind].end, '}' + code
+
+
+def _under_a_lock(statements, tokens, start):
+    """Whether a lock stands in the same block before this place."""
+    depth = 0
+    starts = {statement[0] for statement in statements if statement[2] == 'lock'}
+    for token in reversed([token for token in tokens if token.start < start]):
+        if token.kind != 'mark' and token.start not in starts:
+            continue
+        if token.text == '}':
+            depth += 1
+        elif token.text == '{':
+            depth -= 1
+            if depth < 0:
+                return False
+        elif depth == 0 and token.start in starts:
+            return True
+    return False
+
+
 def _closes_at(code, opened):
     depth = 0
     for index in range(opened, len(code)):
@@ -151,7 +217,8 @@ def mutants_of(file, text):
     tokens = tokens_of(text)
     ends = [token.start for token in tokens if token.kind == 'mark' and token.text in ';{}']
     found = []
-    for operator, start, end, other in [*_statements(text, tokens), *_single_tokens(text, tokens)]:
+    for operator, start, end, other in [*_statements(text, tokens), *_orders(text, tokens),
+                                        *_single_tokens(text, tokens)]:
         first = text.rfind('\n', 0, start) + 1
         last = text.find('\n', end)
         found.append(Mutant(file, text.count('\n', 0, start) + 1, _statement_lines(text, tokens, ends, start),
