@@ -36,8 +36,9 @@ std::vector<std::string> SynopsisOf(const std::string& verb) {
 
 // "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position.
 std::string InSynopsis(const Argument& argument) {
-  if (argument.kind == Argument::Kind::kPosition) return "_" + argument.name + "_";
-  return "*" + argument.name + "*" + (argument.value_name.empty() ? "" : " _" + argument.value_name + "_");
+  if (argument.kind == Argument::Kind::kPosition) return std::string("_") + argument.name + "_";
+  const std::string value_name = argument.value_name;
+  return std::string("*") + argument.name + "*" + (value_name.empty() ? "" : " _" + value_name + "_");
 }
 
 // The arguments of the verb, and its own verbs with theirs.
@@ -45,7 +46,7 @@ std::set<std::string> ArgumentsOf(const Verb& verb) {
   std::set<std::string> arguments;
   for (const Argument& argument : verb.arguments) arguments.insert(InSynopsis(argument));
   for (const Verb& own : verb.verbs) {
-    arguments.insert("*" + own.name + "*");
+    arguments.insert(std::string("*") + own.name + "*");
     arguments.merge(ArgumentsOf(own));
   }
   return arguments;
@@ -282,7 +283,7 @@ TEST(ManPage, NamesTheWordsThatAnArgumentMayBe) {
 TEST(ManPage, KeepsTheVerbsOfAGroupTogether) {
   const std::string page = ReadFile(NUV_SOURCE_DIR "/doc/nuvctl.1.scd");
   std::map<size_t, Group> group_at;
-  for (const Verb& verb : Verbs()) group_at[page.find("\n*nuvctl " + verb.name + "*")] = verb.group;
+  for (const Verb& verb : Verbs()) group_at[page.find(std::string("\n*nuvctl ") + verb.name + "*")] = verb.group;
   std::vector<Group> groups;
   for (const auto& [place, group] : group_at) {
     if (groups.empty() || groups.back() != group) groups.push_back(group);
@@ -297,7 +298,7 @@ TEST(Verbs, StandInTheOrderThatPeopleKnow) {
       "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
       "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
   std::vector<std::string> names;
-  for (const Verb& verb : Verbs()) names.push_back(verb.name);
+  for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
   ASSERT_GE(names.size(), known.size());
   EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + static_cast<long>(known.size())), known);
   EXPECT_TRUE(std::is_sorted(names.begin() + static_cast<long>(known.size()), names.end()));

@@ -95,9 +95,9 @@ CLI::Option* Add(CLI::App& app, Slot& slot) {
 }
 
 // "A or B", "A, B or C"
-std::string EitherOf(const std::vector<std::string>& names) {
+std::string EitherOf(const std::vector<const char*>& names) {
   std::string text;
-  for (const std::string& name : names) {
+  for (const char* const& name : names) {
     if (!text.empty()) text += &name == &names.back() ? " or " : ", ";
     text += name;
   }
@@ -169,15 +169,15 @@ void Line::AddArguments(Place& place) {
     slot.option = Add(*place.app, slot);
   }
   for (const Slot& slot : place.slots) {
-    for (const std::string& other : slot.argument->excludes) slot.option->excludes(place.app->get_option(other));
-    if (!slot.argument->needs.empty()) slot.option->needs(place.app->get_option(slot.argument->needs));
+    for (const char* other : slot.argument->excludes) slot.option->excludes(place.app->get_option(other));
+    if (slot.argument->needs != nullptr) slot.option->needs(place.app->get_option(slot.argument->needs));
   }
 }
 
 void Line::Check(const Place& place) const {
   const Verb& verb = *place.chosen;
   const Values values = ValuesOf(place);
-  const auto given = [&values](const std::string& name) { return values.Given(name); };
+  const auto given = [&values](const char* name) { return values.Given(name); };
   if (!verb.one_of.empty() && std::none_of(verb.one_of.begin(), verb.one_of.end(), given)) {
     throw CLI::RequiredError(EitherOf(verb.one_of));
   }
@@ -204,7 +204,7 @@ const Line::Place* Line::Reached() const {
 // What the parser says of a line without a verb is about "subcommands".
 std::string Line::NoVerb() const {
   std::vector<std::string> names;
-  for (const Verb& verb : Verbs()) names.push_back(verb.name);
+  for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
   const std::string verbs = Joined(names);
   const std::vector<std::string> unknown = app_.remaining();
   if (unknown.empty()) return "a verb is needed: " + verbs;

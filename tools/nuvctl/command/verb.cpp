@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -13,7 +14,8 @@ constexpr const char* kKnownOrder[] = {
 };
 
 auto PlaceOf(const Verb& verb) {
-  return std::pair(std::find(std::begin(kKnownOrder), std::end(kKnownOrder), verb.name), verb.name);
+  const std::string name = verb.name;
+  return std::pair(std::find(std::begin(kKnownOrder), std::end(kKnownOrder), name), name);
 }
 
 std::vector<Verb>& Registered() {
@@ -29,20 +31,66 @@ std::vector<Verb> InOrder(std::vector<Verb> verbs) {
 
 }  // namespace
 
-Argument Position(const std::string& name, const std::string& meaning) {
-  return {Argument::Kind::kPosition, name, "", meaning};
+Argument& Argument::Required() {
+  required = true;
+  return *this;
 }
 
-Argument Option(const std::string& name, const std::string& value_name, const std::string& meaning) {
-  return {Argument::Kind::kOption, name, value_name, meaning};
+Argument& Argument::Number() {
+  type = Type::kNumber;
+  return *this;
 }
 
-Argument Flag(const std::string& name, const std::string& meaning) {
-  return {Argument::Kind::kFlag, name, "", meaning};
+Argument& Argument::NumberFrom(int first) {
+  least = first;
+  return Number();
 }
 
-Argument AppPosition(const std::string& meaning) {
-  return Position("ID", meaning).From(Live::kAppIds);
+Argument& Argument::Seconds() {
+  type = Type::kSeconds;
+  return *this;
+}
+
+Argument& Argument::Many() {
+  type = Type::kTexts;
+  return *this;
+}
+
+Argument& Argument::Words(std::vector<std::string> allowed, Read reads) {
+  words = std::move(allowed);
+  read = reads;
+  return *this;
+}
+
+Argument& Argument::From(Live source) {
+  live = source;
+  return *this;
+}
+
+Argument& Argument::Excludes(std::vector<const char*> others) {
+  excludes = std::move(others);
+  return *this;
+}
+
+Argument& Argument::Needs(const char* other) {
+  needs = other;
+  return *this;
+}
+
+Argument Position(const char* name, std::string meaning) {
+  return {Argument::Kind::kPosition, name, "", std::move(meaning)};
+}
+
+Argument Option(const char* name, const char* value_name, std::string meaning) {
+  return {Argument::Kind::kOption, name, value_name, std::move(meaning)};
+}
+
+Argument Flag(const char* name, std::string meaning) {
+  return {Argument::Kind::kFlag, name, "", std::move(meaning)};
+}
+
+Argument AppPosition(std::string meaning) {
+  return Position("ID", std::move(meaning)).From(Live::kAppIds);
 }
 
 Argument TitleOption() {
@@ -57,14 +105,44 @@ const std::vector<Argument>& CommonFlags() {
   return flags;
 }
 
-bool Values::Given(const std::string& name) const {
+template <typename T>
+std::optional<T> Values::Get(const char* name) const {
+  const T* value = std::get_if<T>(&values_.at(name));
+  return value != nullptr ? std::optional<T>(*value) : std::nullopt;
+}
+
+void Values::Set(const char* name, Value value) {
+  values_[name] = std::move(value);
+}
+
+bool Values::Given(const char* name) const {
   return !std::holds_alternative<std::nullptr_t>(values_.at(name));
 }
 
-std::vector<std::string> Values::Texts(const std::string& name) const {
+bool Values::Flag(const char* name) const {
+  return Get<bool>(name).value_or(false);
+}
+
+std::string Values::Text(const char* name, const char* otherwise) const {
+  return Get<std::string>(name).value_or(otherwise);
+}
+
+std::optional<std::string> Values::MaybeText(const char* name) const {
+  return Get<std::string>(name);
+}
+
+std::vector<std::string> Values::Texts(const char* name) const {
   std::vector<std::string> texts;
-  for (const Value& text : Get(name, List())) texts.push_back(std::get<std::string>(text));
+  for (const Value& text : Get<List>(name).value_or(List())) texts.push_back(std::get<std::string>(text));
   return texts;
+}
+
+int Values::Number(const char* name, int otherwise) const {
+  return Get<int>(name).value_or(otherwise);
+}
+
+std::optional<unsigned> Values::Milliseconds(const char* name) const {
+  return Get<int>(name);
 }
 
 RegisteredVerb::RegisteredVerb(Verb verb) {

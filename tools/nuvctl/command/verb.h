@@ -2,10 +2,8 @@
 // the user gave to a report.
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "report/report.h"
@@ -21,8 +19,8 @@ struct Argument {
   using Read = std::string (*)(std::string& text);
 
   Kind kind;
-  std::string name;        // "ID", "--title"
-  std::string value_name;  // of an option
+  const char* name;        // "ID", "--title"
+  const char* value_name;  // of an option
   std::string meaning;
   Type type = Type::kText;
   std::optional<int> least = {};        // of a number
@@ -30,35 +28,26 @@ struct Argument {
   Read read = nullptr;                  // of words
   Live live = Live::kNone;              // where else to look for values
   bool required = false;
-  std::vector<std::string> excludes = {};  // other arguments, which then exclude this one
-  std::string needs = {};                  // another argument
+  std::vector<const char*> excludes = {};  // other arguments, which then exclude this one
+  const char* needs = nullptr;             // another argument
 
-  Argument Required() const { return With(&Argument::required, true); }
-  Argument Number() const { return With(&Argument::type, Type::kNumber); }
-  Argument NumberFrom(int first) const { return Number().With(&Argument::least, std::optional(first)); }
-  Argument Seconds() const { return With(&Argument::type, Type::kSeconds); }
-  Argument Many() const { return With(&Argument::type, Type::kTexts); }
-  Argument Words(const std::vector<std::string>& allowed, Read reads) const {
-    return With(&Argument::words, allowed).With(&Argument::read, reads);
-  }
-  Argument From(Live source) const { return With(&Argument::live, source); }
-  Argument Excludes(const std::vector<std::string>& others) const { return With(&Argument::excludes, others); }
-  Argument Needs(const std::string& other) const { return With(&Argument::needs, other); }
-
-  template <typename T>
-  Argument With(T Argument::*member, const T& value) const {
-    Argument changed = *this;
-    changed.*member = value;
-    return changed;
-  }
+  Argument& Required();
+  Argument& Number();
+  Argument& NumberFrom(int first);
+  Argument& Seconds();
+  Argument& Many();
+  Argument& Words(std::vector<std::string> allowed, Read reads);
+  Argument& From(Live source);
+  Argument& Excludes(std::vector<const char*> others);
+  Argument& Needs(const char* other);
 };
 
-Argument Position(const std::string& name, const std::string& meaning);
-Argument Option(const std::string& name, const std::string& value_name, const std::string& meaning);
-Argument Flag(const std::string& name, const std::string& meaning);
+Argument Position(const char* name, std::string meaning);
+Argument Option(const char* name, const char* value_name, std::string meaning);
+Argument Flag(const char* name, std::string meaning);
 
 // "ID" of an application, and "--title" in its place.
-Argument AppPosition(const std::string& meaning);
+Argument AppPosition(std::string meaning);
 Argument TitleOption();
 
 // "--json" and "--verbose", which go with every verb.
@@ -67,40 +56,33 @@ const std::vector<Argument>& CommonFlags();
 // What the user gave for each of a verb's arguments. Asking for another one is a fault of the program.
 class Values {
  public:
-  void Set(const std::string& name, Value value) { values_[name] = std::move(value); }
+  void Set(const char* name, Value value);
 
-  bool Given(const std::string& name) const;
-  bool Flag(const std::string& name) const { return Get(name, false); }
-  std::string Text(const std::string& name, const std::string& otherwise = "") const { return Get(name, otherwise); }
-  std::optional<std::string> MaybeText(const std::string& name) const { return MaybeGet<std::string>(name); }
-  std::vector<std::string> Texts(const std::string& name) const;
-  int Number(const std::string& name, int otherwise = 0) const { return Get(name, otherwise); }
-  std::optional<unsigned> Milliseconds(const std::string& name) const { return MaybeGet<int>(name); }
+  bool Given(const char* name) const;
+  bool Flag(const char* name) const;
+  std::string Text(const char* name, const char* otherwise = "") const;
+  std::optional<std::string> MaybeText(const char* name) const;
+  std::vector<std::string> Texts(const char* name) const;
+  int Number(const char* name, int otherwise = 0) const;
+  std::optional<unsigned> Milliseconds(const char* name) const;
 
  private:
   template <typename T>
-  std::optional<T> MaybeGet(const std::string& name) const {
-    const T* value = std::get_if<T>(&values_.at(name));
-    return value != nullptr ? std::optional<T>(*value) : std::nullopt;
-  }
-  template <typename T>
-  T Get(const std::string& name, const T& otherwise) const {
-    return MaybeGet<T>(name).value_or(otherwise);
-  }
+  std::optional<T> Get(const char* name) const;
 
-  std::map<std::string, Value> values_;  // null where the user gave none
+  Fields values_;  // null where the user gave none
 };
 
 // What belongs together in the man page.
 enum class Group { kLaunching, kRunning, kService, kCatalogue, kInner };
 
 struct Verb {
-  std::string name;
+  const char* name;
   Group group;
-  std::string summary;
+  const char* summary;
   std::vector<Argument> arguments;
   Report (*run)(const Values& values);            // sets all of the report but the verb
-  std::vector<std::string> one_of = {};           // arguments of which one is needed
+  std::vector<const char*> one_of = {};           // arguments of which one is needed
   std::string (*check)(const Values&) = nullptr;  // says what does not go together, or nothing
   std::vector<Verb> verbs = {};                   // of which one is needed; in place of arguments
 };

@@ -64,10 +64,13 @@ Report Show(const Values& values) {
   return report;
 }
 
+using Apps = std::vector<const _APPSINFO_T*>;
+
 // All installed applications, or why not.
 struct AllApps {
   int result = -1;
-  std::vector<_APPSINFO_T> apps;
+  std::unique_ptr<_APPSINFO_T[]> block = nullptr;  // has the applications
+  Apps apps = {};
 };
 
 AllApps ReadAll() {
@@ -75,14 +78,14 @@ AllApps ReadAll() {
   int count = 0;
   AllApps all;
   all.result = nuv_inner_get_all_app_list(&list, &count);
-  const std::unique_ptr<_APPSINFO_T[]> owned(list);
-  if (all.result == 0 && list != nullptr) all.apps.assign(list, list + count);
+  all.block.reset(list);
+  for (int i = 0; all.result == 0 && list != nullptr && i < count; ++i) all.apps.push_back(list + i);
   return all;
 }
 
-List FieldsOfAll(const std::vector<_APPSINFO_T>& apps) {
+List FieldsOfAll(const Apps& apps) {
   List records;
-  for (const _APPSINFO_T& app : apps) records.emplace_back(FieldsOf(app));
+  for (const _APPSINFO_T* app : apps) records.emplace_back(FieldsOf(*app));
   return records;
 }
 
@@ -105,21 +108,21 @@ struct UsageQuestion {
   const char* key;
   const char* heading;
   int (*ask)(const std::string& app_id);
-  bool (*before)(const _APPSINFO_T& left, const _APPSINFO_T& right);
+  bool (*before)(const _APPSINFO_T* left, const _APPSINFO_T* right);
 };
 
 const UsageQuestion kUsage[] = {
     {"most_used", "MOST USED", nuv_inner_check_most_used_app,
-     [](const _APPSINFO_T& left, const _APPSINFO_T& right) { return left.use_count > right.use_count; }},
+     [](const _APPSINFO_T* left, const _APPSINFO_T* right) { return left->use_count > right->use_count; }},
     {"recently_used", "RECENTLY USED", nuv_inner_check_recently_used_app,
-     [](const _APPSINFO_T& left, const _APPSINFO_T& right) { return left.launch_date > right.launch_date; }},
+     [](const _APPSINFO_T* left, const _APPSINFO_T* right) { return left->launch_date > right->launch_date; }},
 };
 
 // Those of the applications for which the library says yes, in their order.
-std::vector<_APPSINFO_T> UsedApps(const UsageQuestion& question, const std::vector<_APPSINFO_T>& apps) {
-  std::vector<_APPSINFO_T> used;
-  for (const _APPSINFO_T& app : apps) {
-    if (question.ask(app.id) == 1) used.push_back(app);
+Apps UsedApps(const UsageQuestion& question, const Apps& apps) {
+  Apps used;
+  for (const _APPSINFO_T* app : apps) {
+    if (question.ask(app->id) == 1) used.push_back(app);
   }
   std::stable_sort(used.begin(), used.end(), question.before);
   return used;

@@ -215,13 +215,13 @@ Report ListApps(const Values& values) {
 }
 
 // What a list of marked applications, and a list of the service's records, do not go with.
-std::vector<std::string> With(std::vector<std::string> others, const std::vector<std::string>& more) {
+std::vector<const char*> With(std::vector<const char*> others, const std::vector<const char*>& more) {
   others.insert(others.end(), more.begin(), more.end());
   return others;
 }
 
-const std::vector<std::string> kNotForService = {"--type", "--index", "--count", "--ms"};
-const std::vector<std::string> kNotForMarked = With(kNotForService, {"--featured", "--view", "--service"});
+const std::vector<const char*> kNotForService = {"--type", "--index", "--count", "--ms"};
+const std::vector<const char*> kNotForMarked = With(kNotForService, {"--featured", "--view", "--service"});
 
 const RegisteredVerb kList(
     {"list",

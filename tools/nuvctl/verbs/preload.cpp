@@ -1,4 +1,6 @@
 // nuvctl preload
+#include <utility>
+
 #include "launch/launch_run.h"
 
 namespace {
