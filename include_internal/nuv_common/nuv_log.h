@@ -33,15 +33,16 @@ struct LogOrigin {
   int line;
 };
 
-inline const char* FileNameOf(const char* path) {
+// Both are inlined so that nothing is left of them at run time: each query has such places.
+[[gnu::always_inline]] inline const char* FileNameOf(const char* path) {
   const char* slash = __builtin_strrchr(path, '/');
   return slash == nullptr ? path : slash + 1;
 }
 
-// The place that calls: as a default argument, the call of the function that has it. A helper of a helper is given its
-// caller's, and has no default, or the line would name the helper. A template would be named with its arguments.
-inline LogOrigin Here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
-                      const char* path = __builtin_FILE()) {
+// The place that calls: as a default argument, the call of the function that has it. A helper hands its own on to the
+// helpers that it calls, or their lines would name it; gcc would name a template with its arguments.
+[[gnu::always_inline]] inline LogOrigin Here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+                                             const char* path = __builtin_FILE()) {
   return {FileNameOf(path), function, line};
 }
 
