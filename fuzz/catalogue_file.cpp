@@ -1,6 +1,6 @@
 // Catalogue files of nuv-simulator: any bytes become exactly the applications and settings that the document has, or an
 // error that names the place.
-#include "simulator/catalogue_file.h"
+#include "simulator/catalogue/catalogue_file.h"
 
 #include <cstring>
 #include <nlohmann/json.hpp>

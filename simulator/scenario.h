@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "glib_ptr.h"
-#include "pin_script.h"
+#include "pin/pin_script.h"
 
 namespace simulator {
 

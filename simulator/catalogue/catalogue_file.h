@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "catalogue_columns.h"
+#include "catalogue/catalogue_columns.h"
 
 namespace simulator {
 

@@ -1,4 +1,4 @@
-#include "sqlite.h"
+#include "catalogue/sqlite.h"
 
 namespace simulator {
 namespace {

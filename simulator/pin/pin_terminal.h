@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "signal_file.h"
+#include "pin/signal_file.h"
 
 namespace simulator {
 

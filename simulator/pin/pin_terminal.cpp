@@ -1,4 +1,4 @@
-#include "pin_terminal.h"
+#include "pin/pin_terminal.h"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-#include "catalogue_db.h"
+#include "catalogue/catalogue_db.h"
 
 #include <glib.h>
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "catalogue_file.h"
-#include "sqlite.h"
+#include "catalogue/catalogue_file.h"
+#include "catalogue/sqlite.h"
 
 namespace simulator {
 
