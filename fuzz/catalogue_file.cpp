@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Catalogue catalogue;
   try {
     catalogue = simulator::ReadCatalogue(file.path());
-  } catch (const simulator::CatalogueError& error) {
+  } catch (const simulator::JsonError& error) {
     MUST(std::string(error.what()).find(file.path() + ": ") == 0);
     return 0;
   }

@@ -1,7 +1,6 @@
 #include "launch_request.h"
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "glib_ptr.h"
 
@@ -81,12 +80,6 @@ LaunchRequest UnpackLaunchRequest(GVariant* parameters) {
   request.background = Number(parameters, kBackground) != 0;
   request.skip_pin = Number(parameters, kSkipPin) != 0;
   return request;
-}
-
-std::string ToJson(const ExtraData& extra_data) {
-  nlohmann::ordered_json object = nlohmann::ordered_json::object();
-  for (const auto& [key, value] : extra_data) object[key] = value;
-  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace simulator

@@ -3,7 +3,6 @@
 
 #include <exception>
 
-#include "json_file.h"
 #include "options.h"
 #include "pin/pin_dialog.h"
 #include "scenario_file.h"

@@ -9,6 +9,7 @@
 
 #include "glib_ptr.h"
 #include "journal.h"
+#include "json.h"
 #include "pin/terminal.h"
 #include "stand_in.h"
 

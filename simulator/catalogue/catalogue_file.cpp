@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "json_file.h"
+#include "json.h"
 
 namespace simulator {
 namespace {
-
-using nlohmann::json;
 
 const Column* FindColumn(const std::string& name) {
   const auto& columns = CatalogueColumns();
@@ -16,79 +14,40 @@ const Column* FindColumn(const std::string& name) {
   return found == columns.end() ? nullptr : &*found;
 }
 
-Catalogue::Value ReadValue(const Column& column, const json& value) {
-  if (column.type == ColumnType::kText) {
-    if (value.is_string()) return value.get<std::string>();
-    throw CatalogueError("has to be a text");
-  }
-  if (value.is_boolean()) return std::int64_t{value.get<bool>()};
-  if (!value.is_number_integer()) throw CatalogueError("has to be an integer");
-  if (value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX) {
-    throw CatalogueError("is larger than a column can hold");
-  }
-  return value.get<std::int64_t>();
+Catalogue::Value ReadValue(const Column& column, const Json& value) {
+  if (column.type == ColumnType::kText) return value.Text();
+  if (value.IsFlag()) return std::int64_t{value.Flag()};
+  if (const auto number = value.Integer()) return *number;
+  value.Refuse(value.IsInteger() ? "is larger than a column can hold" : "has to be an integer");
 }
 
-Catalogue::App ReadApp(const json& object) {
-  if (!object.is_object()) throw CatalogueError(" has to be an object");
-  if (!object.contains("id") || object["id"] == json("")) throw CatalogueError(" has no id");
+Catalogue::App ReadApp(const Json& object) {
+  const auto members = object.Members();
+  const auto id = members.find("id");
+  if (id == members.end() || (id->second.IsText() && id->second.Text().empty())) object.Refuse("has no id");
   Catalogue::App app;
-  for (const auto& [key, value] : object.items()) {
+  for (const auto& [key, value] : members) {
     const Column* column = FindColumn(key);
-    if (column == nullptr) throw CatalogueError("." + key + ": there is no such column");
-    try {
-      app.emplace_back(column, ReadValue(*column, value));
-    } catch (const CatalogueError& error) {
-      throw CatalogueError("." + key + " " + error.what());
-    }
+    if (column == nullptr) throw JsonError(value.place() + ": there is no such column");
+    app.emplace_back(column, ReadValue(*column, value));
   }
   return app;
-}
-
-void ReadApps(const json& list, Catalogue& catalogue) {
-  if (!list.is_array()) throw CatalogueError("apps has to be a list");
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    try {
-      catalogue.apps.push_back(ReadApp(list[i]));
-    } catch (const CatalogueError& error) {
-      throw CatalogueError("apps[" + std::to_string(i) + "]" + error.what());
-    }
-  }
-}
-
-void ReadConfig(const json& object, Catalogue& catalogue) {
-  if (!object.is_object()) throw CatalogueError("config has to be an object");
-  for (const auto& [name, value] : object.items()) {
-    if (!value.is_string()) throw CatalogueError("config." + name + " has to be a text");
-    catalogue.config.emplace_back(name, value.get<std::string>());
-  }
-}
-
-Catalogue ReadDocument(const json& document) {
-  if (!document.is_object()) throw CatalogueError("has to be an object");
-  Catalogue catalogue;
-  for (const auto& [key, value] : document.items()) {
-    if (key == "apps") {
-      ReadApps(value, catalogue);
-    } else if (key == "config") {
-      ReadConfig(value, catalogue);
-    } else {
-      throw CatalogueError(key + ": neither \"apps\" nor \"config\"");
-    }
-  }
-  return catalogue;
 }
 
 }  // namespace
 
 Catalogue ReadCatalogue(const std::string& path) {
-  try {
-    return ReadDocument(ReadJsonFile(path));
-  } catch (const CatalogueError& error) {
-    throw CatalogueError(path + ": " + error.what());
-  } catch (const std::runtime_error& error) {
-    throw CatalogueError(error.what());
+  Catalogue catalogue;
+  for (const auto& [key, value] : Json::ReadFile(path, "").Members()) {
+    if (key == "apps") {
+      for (const Json& app : value.Elements()) catalogue.apps.push_back(ReadApp(app));
+    } else if (key == "config") {
+      for (const auto& [name, text] : value.Members()) catalogue.config.emplace_back(name, text.Text());
+    } else {
+      throw JsonError(value.place() + ": neither \"apps\" nor \"config\"");
+    }
   }
+  return catalogue;
 }
 
 }  // namespace simulator

@@ -1,4 +1,4 @@
-#include "json_file.h"
+#include "json.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
+#include <nlohmann/json.hpp>
 
 namespace simulator {
 namespace {
@@ -29,7 +29,7 @@ class File {
 };
 
 [[noreturn]] void Throw(const std::string& path, const std::string& reason) {
-  throw std::runtime_error(path + ": " + reason);
+  throw JsonError(path + ": " + reason);
 }
 
 const char* KindOf(mode_t mode) {
@@ -79,13 +79,76 @@ json::parser_callback_t RefuseNul() {
 
 }  // namespace
 
-json ReadJsonFile(const std::string& path) {
+Json::Json(std::shared_ptr<const json> document, const json& value, std::string place)
+    : document_(std::move(document)), value_(&value), place_(std::move(place)) {}
+
+Json Json::ReadFile(const std::string& path, const std::string& name) {
   const std::string text = ReadText(path);
   try {
-    return json::parse(text, RefuseNul());
+    const auto document = std::make_shared<const json>(json::parse(text, RefuseNul()));
+    return {document, *document, path + (name.empty() ? ":" : ": " + name)};
   } catch (const std::exception& error) {
     Throw(path, error.what());
   }
+}
+
+void Json::Refuse(const std::string& reason) const {
+  throw JsonError(place_ + " " + reason);
+}
+
+void Json::Require(bool holds, const char* reason) const {
+  if (!holds) Refuse(reason);
+}
+
+bool Json::IsFlag() const {
+  return value_->is_boolean();
+}
+
+bool Json::IsText() const {
+  return value_->is_string();
+}
+
+bool Json::IsInteger() const {
+  return value_->is_number_integer();
+}
+
+std::optional<std::int64_t> Json::Integer() const {
+  if (!IsInteger() || (value_->is_number_unsigned() && value_->get<std::uint64_t>() > INT64_MAX)) return std::nullopt;
+  return value_->get<std::int64_t>();
+}
+
+bool Json::Flag() const {
+  Require(IsFlag(), "has to be true or false");
+  return value_->get<bool>();
+}
+
+std::string Json::Text() const {
+  Require(IsText(), "has to be a text");
+  return value_->get<std::string>();
+}
+
+std::vector<Json> Json::Elements() const {
+  Require(value_->is_array(), "has to be a list");
+  std::vector<Json> elements;
+  elements.reserve(value_->size());
+  for (const json& element : *value_) {
+    elements.push_back({document_, element, place_ + "[" + std::to_string(elements.size()) + "]"});
+  }
+  return elements;
+}
+
+std::map<std::string, Json> Json::Members() const {
+  Require(value_->is_object(), "has to be an object");
+  const std::string prefix = place_ + (value_ == document_.get() ? " " : ".");
+  std::map<std::string, Json> members;
+  for (const auto& [key, member] : value_->items()) members.emplace(key, Json(document_, member, prefix + key));
+  return members;
+}
+
+std::string ToJson(const std::vector<std::pair<std::string, std::string>>& members) {
+  nlohmann::ordered_json object = nlohmann::ordered_json::object();
+  for (const auto& [key, value] : members) object[key] = value;
+  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace simulator
