@@ -1,11 +1,17 @@
 #include "catalogue/catalogue_db.h"
 
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <SQLiteCpp/VariadicBind.h>
 #include <glib.h>
 
 #include <set>
 
 namespace simulator {
 namespace {
+
+// Clients read, and may write, the same file; their locks are short.
+constexpr int kBusyTimeoutMs = 1000;
 
 constexpr const char* kIndexedColumns[] = {"kelvo_id", "pkgname", "run_title"};
 
@@ -31,16 +37,22 @@ std::string PlatformId(const std::string& id, const std::string& kelvo_id, const
   return kelvo_id.empty() ? id : kelvo_id;
 }
 
-std::optional<AppRecord> FirstRecord(Statement statement) {
-  if (!statement.Step()) return std::nullopt;
+std::string Text(const SQLite::Statement& row, int column) {
+  return row.getColumn(column).getText();
+}
+
+std::optional<AppRecord> FirstRecord(SQLite::Database& database, const char* condition, const std::string& name) {
+  SQLite::Statement row(database, std::string(kSelectRecord) + condition);
+  row.bind(1, name);
+  if (!row.executeStep()) return std::nullopt;
   AppRecord record;
-  record.id = statement.Text(0);
+  record.id = Text(row, 0);
   if (!g_utf8_validate(record.id.c_str(), -1, nullptr)) return std::nullopt;  // it cannot travel on the bus
-  record.platform_id = PlatformId(record.id, statement.Text(1), statement.Text(2));
-  record.install_path = statement.Text(3);
-  record.app_type = statement.Integer(4);
-  record.launchable = statement.Integer(5) != 0;
-  record.locked = statement.Integer(6) != 0;
+  record.platform_id = PlatformId(record.id, Text(row, 1), Text(row, 2));
+  record.install_path = Text(row, 3);
+  record.app_type = row.getColumn(4).getInt();
+  record.launchable = row.getColumn(5).getInt() != 0;
+  record.locked = row.getColumn(6).getInt() != 0;
   return record;
 }
 
@@ -55,29 +67,47 @@ std::string InsertText(const Catalogue::App& app) {
   return "INSERT OR REPLACE INTO widgetinfo (" + names + ") VALUES (" + marks + ")";
 }
 
-void InsertApp(Database& database, const Catalogue::App& app) {
-  Statement insert = database.Prepare(InsertText(app));
+void InsertApp(SQLite::Database& database, const Catalogue::App& app) {
+  SQLite::Statement insert(database, InsertText(app));
+  int mark = 0;
   for (const auto& [column, value] : app) {
-    std::visit([&](const auto& bound) { insert.Bind(bound); }, value);
+    std::visit([&](const auto& bound) { insert.bind(++mark, bound); }, value);
   }
-  insert.Step();
+  insert.exec();
+}
+
+// Runs a statement with texts in place of its marks. The number of rows that it has changed.
+template <typename... Texts>
+int Run(SQLite::Database& database, const char* sql, const Texts&... texts) {
+  SQLite::Statement statement(database, sql);
+  SQLite::bind(statement, texts...);
+  return statement.exec();
+}
+
+// Of a file that is there, through no link.
+SQLite::Database Open(const std::string& path) {
+  try {
+    return {path, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW, kBusyTimeoutMs};
+  } catch (const DatabaseError& error) {
+    throw DatabaseError(path + ": " + error.getErrorStr());
+  }
 }
 
 }  // namespace
 
-CatalogueDb::CatalogueDb(const std::string& path) : database_(path) {
+CatalogueDb::CatalogueDb(const std::string& path) : database_(Open(path)) {
   // What is lost with the machine is made again from a catalogue; a launch is not to wait for the disk.
-  database_.Run("PRAGMA synchronous = OFF");
-  Transaction transaction(database_);
+  database_.exec("PRAGMA synchronous = OFF");
+  SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
   CreateTables();
   AddMissingColumns();
   for (const std::string column : kIndexedColumns) {
     std::string statement = "CREATE INDEX IF NOT EXISTS widgetinfo_";
     statement.append(column).append(" ON widgetinfo (").append(column).append(")");
-    database_.Run(statement);
+    database_.exec(statement);
   }
-  transaction.Commit();
-  was_empty_ = !database_.Prepare("SELECT 1 FROM widgetinfo LIMIT 1").Step();
+  transaction.commit();
+  was_empty_ = !SQLite::Statement(database_, "SELECT 1 FROM widgetinfo LIMIT 1").executeStep();
 }
 
 void CatalogueDb::CreateTables() {
@@ -85,57 +115,49 @@ void CatalogueDb::CreateTables() {
   for (const Column& column : CatalogueColumns()) {
     definitions += (definitions.empty() ? "" : ", ") + Definition(column);
   }
-  database_.Run("CREATE TABLE IF NOT EXISTS widgetinfo (" + definitions + ")");
-  database_.Run("CREATE TABLE IF NOT EXISTS NUVConfigTable (name TEXT PRIMARY KEY NOT NULL, value TEXT)");
+  database_.exec("CREATE TABLE IF NOT EXISTS widgetinfo (" + definitions + ")");
+  database_.exec("CREATE TABLE IF NOT EXISTS NUVConfigTable (name TEXT PRIMARY KEY NOT NULL, value TEXT)");
 }
 
 void CatalogueDb::AddMissingColumns() {
   std::set<std::string> present;
-  Statement columns = database_.Prepare("SELECT name FROM pragma_table_info('widgetinfo')");
-  while (columns.Step()) present.insert(columns.Text(0));
+  SQLite::Statement columns(database_, "SELECT name FROM pragma_table_info('widgetinfo')");
+  while (columns.executeStep()) present.insert(Text(columns, 0));
   for (const Column& column : CatalogueColumns()) {
-    if (present.count(column.name) == 0) database_.Run("ALTER TABLE widgetinfo ADD COLUMN " + Definition(column));
+    if (present.count(column.name) == 0) database_.exec("ALTER TABLE widgetinfo ADD COLUMN " + Definition(column));
   }
 }
 
 void CatalogueDb::Load(const Catalogue& catalogue) {
-  Transaction transaction(database_);
+  SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
   for (const Catalogue::App& app : catalogue.apps) InsertApp(database_, app);
   for (const auto& [name, value] : catalogue.config) {
-    database_.Prepare("INSERT OR REPLACE INTO NUVConfigTable (name, value) VALUES (?, ?)")
-        .Bind(name)
-        .Bind(value)
-        .Step();
+    Run(database_, "INSERT OR REPLACE INTO NUVConfigTable (name, value) VALUES (?, ?)", name, value);
   }
-  transaction.Commit();
+  transaction.commit();
 }
 
 std::optional<AppRecord> CatalogueDb::Find(const std::string& name) {
-  return FirstRecord(std::move(database_.Prepare(std::string(kSelectRecord) + kByAnyName).Bind(name)));
+  return FirstRecord(database_, kByAnyName, name);
 }
 
 std::optional<AppRecord> CatalogueDb::FindByRunTitle(const std::string& run_title) {
-  return FirstRecord(std::move(database_.Prepare(std::string(kSelectRecord) + kByRunTitle).Bind(run_title)));
+  return FirstRecord(database_, kByRunTitle, run_title);
 }
 
 bool CatalogueDb::CountLaunch(const std::string& id) {
-  database_
-      .Prepare(
-          "UPDATE widgetinfo SET use_count = use_count + 1, launch_date = datetime('now', 'localtime')"
-          " WHERE id = ?")
-      .Bind(id)
-      .Step();
-  return database_.Changes() == 1;
+  return Run(database_,
+             "UPDATE widgetinfo SET use_count = use_count + 1, launch_date = datetime('now', 'localtime')"
+             " WHERE id = ?",
+             id) == 1;
 }
 
 bool CatalogueDb::SetVersion(const std::string& id, const std::string& version) {
-  database_.Prepare("UPDATE widgetinfo SET version = ? WHERE id = ?").Bind(version).Bind(id).Step();
-  return database_.Changes() == 1;
+  return Run(database_, "UPDATE widgetinfo SET version = ? WHERE id = ?", version, id) == 1;
 }
 
 bool CatalogueDb::ClearUpdated(const std::string& id) {
-  database_.Prepare("UPDATE widgetinfo SET is_updated = 0 WHERE id = ?").Bind(id).Step();
-  return database_.Changes() == 1;
+  return Run(database_, "UPDATE widgetinfo SET is_updated = 0 WHERE id = ?", id) == 1;
 }
 
 }  // namespace simulator
