@@ -2,31 +2,17 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <nlohmann/json.hpp>
+
+#include "file.h"
 
 namespace simulator {
 namespace {
 
 using nlohmann::json;
-
-class File {
- public:
-  explicit File(int file) : file_(file) {}
-  ~File() {
-    if (file_ >= 0) close(file_);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  int get() const { return file_; }
-
- private:
-  int file_;
-};
 
 [[noreturn]] void Throw(const std::string& path, const std::string& reason) {
   throw JsonError(path + ": " + reason);
@@ -50,14 +36,10 @@ std::string ReadText(const std::string& path) {
   CheckKind(path, named);
   const File file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat opened {};
-  if (file.get() < 0 || fstat(file.get(), &opened) != 0) Throw(path, std::strerror(errno));
+  if (!file || fstat(file.get(), &opened) != 0) Throw(path, std::strerror(errno));
   CheckKind(path, opened);
   std::string text;
-  std::array<char, 65536> block{};
-  ssize_t size = 0;
-  while ((size = read(file.get(), block.data(), block.size())) > 0)
-    text.append(block.data(), static_cast<size_t>(size));
-  if (size < 0) Throw(path, std::strerror(errno));
+  if (!ReadToEnd(file, text)) Throw(path, std::strerror(errno));
   return text;
 }
 

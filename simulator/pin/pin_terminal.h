@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "file.h"
 #include "pin/signal_file.h"
 
 namespace simulator {
@@ -11,16 +12,13 @@ namespace simulator {
 class PinTerminal {
  public:
   PinTerminal();
-  ~PinTerminal();
-  PinTerminal(const PinTerminal&) = delete;
-  PinTerminal& operator=(const PinTerminal&) = delete;
 
   // The line that the user types; nothing when it is empty, the input ends, or a signal comes.
   std::optional<std::string> Read(const std::string& prompt, SignalFile& signals) const;
   void Write(const std::string& text) const;
 
  private:
-  int terminal_;
+  File terminal_;
 };
 
 }  // namespace simulator
