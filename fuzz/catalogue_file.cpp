@@ -1,6 +1,6 @@
 // Catalogue files of nuv-simulator: any bytes become exactly the applications and settings that the document has, or an
 // error that names the place.
-#include "simulator/catalogue_file.h"
+#include "simulator/catalogue/catalogue_file.h"
 
 #include <cstring>
 #include <nlohmann/json.hpp>
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Catalogue catalogue;
   try {
     catalogue = simulator::ReadCatalogue(file.path());
-  } catch (const simulator::CatalogueError& error) {
+  } catch (const simulator::JsonError& error) {
     MUST(std::string(error.what()).find(file.path() + ": ") == 0);
     return 0;
   }

@@ -2,6 +2,8 @@
 // be sent are accepted.
 #include "simulator/scenario.h"
 
+#include <nlohmann/json.hpp>
+
 #include "simulator/scenario_file.h"
 #include "support/input.h"
 #include "support/text_file.h"
@@ -72,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Match(scenario.Current());
     if (cut != std::string::npos) file.Replace(whole.substr(cut + 1));
     Match(scenario.Current());
-  } catch (const simulator::ScenarioError& error) {
+  } catch (const simulator::JsonError& error) {
     MUST(std::string(error.what()).find(file.path() + ": ") == 0);
   }
   return 0;

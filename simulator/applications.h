@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "app_trees.h"
-#include "catalogue_db.h"
+#include "catalogue/catalogue_db.h"
 #include "journal.h"
 #include "program.h"
 #include "running_files.h"

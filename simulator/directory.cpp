@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <utility>
 
 namespace simulator {
@@ -22,10 +21,6 @@ constexpr mode_t kReadableDirectory = 0755;
 constexpr mode_t kReadableFile = 0644;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
 
 std::string NameOf(uid_t user) {
   const passwd* entry = getpwuid(user);
@@ -66,37 +61,29 @@ std::string OctalMode(mode_t mode) {
   return text;
 }
 
+File Open(const std::string& path) {
+  if (path.empty()) throw DirectoryError("the state directory has no name");
+  CheckLink(path);
+  MakeMissing(path);
+  File file(open(path.c_str(), kOpenDirectory));
+  if (!file) Throw(path, errno);
+  return file;
+}
+
 }  // namespace
 
-Directory::Directory(const std::string& path) : file_(-1), path_(WithoutSlashes(path)) {
-  if (path_.empty()) throw DirectoryError("the state directory has no name");
-  CheckLink(path_);
-  MakeMissing(path_);
-  file_ = open(path_.c_str(), kOpenDirectory);
-  if (file_ < 0) Throw(path_, errno);
-  try {
-    Check();
-    path_ = std::filesystem::canonical(path_).string();
-  } catch (...) {
-    close(file_);
-    throw;
-  }
+Directory::Directory(const std::string& path) : Directory(Open(WithoutSlashes(path)), WithoutSlashes(path)) {
+  Check();
+  path_ = std::filesystem::canonical(path_).string();
 }
 
-Directory::Directory(int file, std::string path) : file_(file), path_(std::move(path)) {}
-
-Directory::Directory(Directory&& other) noexcept
-    : file_(std::exchange(other.file_, -1)), path_(std::move(other.path_)) {}
-
-Directory::~Directory() {
-  if (file_ >= 0) close(file_);
-}
+Directory::Directory(File file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
 
 Directory Directory::Make(const std::string& name) const {
   const std::string path = PathOf(name);
-  if (mkdirat(file_, name.c_str(), kReadableDirectory) != 0 && errno != EEXIST) Throw(path, errno);
-  Directory made(openat(file_, name.c_str(), kOpenDirectory | O_NOFOLLOW), path);
-  if (made.file_ < 0) {
+  if (mkdirat(file_.get(), name.c_str(), kReadableDirectory) != 0 && errno != EEXIST) Throw(path, errno);
+  Directory made(File(openat(file_.get(), name.c_str(), kOpenDirectory | O_NOFOLLOW)), path);
+  if (!made.file_) {
     const bool other = errno == ELOOP || errno == ENOTDIR;
     throw DirectoryError(path + (other ? " is in the way: a directory has to be there, and no link; move it away"
                                        : std::string(": ") + std::strerror(errno)));
@@ -107,13 +94,13 @@ Directory Directory::Make(const std::string& name) const {
 
 // A file system that knows no locks is worked in without.
 bool Directory::Lock() const {
-  return flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+  return flock(file_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 // Of what is open, not of what has the name meanwhile.
 void Directory::Check() const {
   struct stat self {};
-  if (fstat(file_, &self) != 0) Throw(path_, errno);
+  if (fstat(file_.get(), &self) != 0) Throw(path_, errno);
   if (self.st_uid != geteuid()) {
     throw DirectoryError(path_ + " belongs to the " + NameOf(self.st_uid) + ", and this is the " + NameOf(geteuid()) +
                          ": run this as its owner, or choose another directory with --dir");
@@ -129,8 +116,8 @@ void Directory::Check() const {
 
 std::vector<std::string> Directory::Names() const {
   std::vector<std::string> names;
-  const int again = openat(file_, ".", kOpenDirectory);
-  const std::unique_ptr<DIR, CloseDirectory> entries(again < 0 ? nullptr : fdopendir(again));
+  const int again = openat(file_.get(), ".", kOpenDirectory);
+  const DirectoryPtr entries(again < 0 ? nullptr : fdopendir(again));
   if (entries == nullptr) Throw(path_, errno);
   while (const dirent* entry = readdir(entries.get())) {
     const std::string name = entry->d_name;
@@ -141,43 +128,41 @@ std::vector<std::string> Directory::Names() const {
 
 bool Directory::Has(const std::string& name) const {
   struct stat entry {};
-  return fstatat(file_, name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0;
+  return fstatat(file_.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 bool Directory::IsFile(const std::string& name) const {
   struct stat entry {};
-  return fstatat(file_, name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(entry.st_mode);
+  return fstatat(file_.get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(entry.st_mode);
 }
 
 std::optional<std::string> Directory::Read(const std::string& name, std::size_t longest) const {
   if (!IsFile(name)) return std::nullopt;
-  const int file = openat(file_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  if (file < 0) return std::nullopt;
+  const File file(openat(file_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   std::string content(longest + 1, '\0');
-  const ssize_t size = read(file, content.data(), content.size());
-  close(file);
+  const ssize_t size = file ? read(file.get(), content.data(), content.size()) : -1;
   if (size < 0 || static_cast<std::size_t>(size) > longest) return std::nullopt;
   content.resize(static_cast<std::size_t>(size));
   return content;
 }
 
 int Directory::Create(const std::string& name, const std::string& content) const {
-  const int file = openat(file_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kReadableFile);
-  if (file < 0) return errno;
+  const File file(
+      openat(file_.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kReadableFile));
+  if (!file) return errno;
   errno = EIO;  // of a write that is cut short
-  const bool written = write(file, content.data(), content.size()) == static_cast<ssize_t>(content.size());
-  const int error = written ? 0 : errno;
-  close(file);
-  if (!written) Remove(name);
+  if (write(file.get(), content.data(), content.size()) == static_cast<ssize_t>(content.size())) return 0;
+  const int error = errno;
+  Remove(name);
   return error;
 }
 
 int Directory::Remove(const std::string& name) const {
-  return unlinkat(file_, name.c_str(), 0) == 0 ? 0 : errno;
+  return unlinkat(file_.get(), name.c_str(), 0) == 0 ? 0 : errno;
 }
 
 int Directory::MoveTo(const Directory& other, const std::string& from, const std::string& to) const {
-  return renameat(file_, from.c_str(), other.file_, to.c_str()) == 0 ? 0 : errno;
+  return renameat(file_.get(), from.c_str(), other.file_.get(), to.c_str()) == 0 ? 0 : errno;
 }
 
 }  // namespace simulator

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "file.h"
+
 namespace simulator {
 
 class DirectoryError : public std::runtime_error {
@@ -27,10 +29,6 @@ class Directory {
   // For this process alone until it ends. False while another one has it.
   bool Lock() const;
 
-  ~Directory();
-  Directory(Directory&& other) noexcept;
-  Directory& operator=(Directory&&) = delete;
-
   std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
   std::vector<std::string> Names() const;
 
@@ -45,10 +43,10 @@ class Directory {
   int MoveTo(const Directory& other, const std::string& from, const std::string& to) const;
 
  private:
-  Directory(int file, std::string path);
+  Directory(File file, std::string path);
   void Check() const;
 
-  int file_;
+  File file_;
   std::string path_;
 };
 

@@ -10,9 +10,7 @@ namespace {
 constexpr int kScriptedExit = 70;
 
 std::string TextArgument(GVariant* arguments, int position) {
-  if (position < 0) return "";
-  const VariantPtr member(g_variant_get_child_value(arguments, static_cast<gsize>(position)));
-  return g_variant_get_string(member.get(), nullptr);
+  return position < 0 ? "" : TextOf(arguments, static_cast<gsize>(position));
 }
 
 // Ends at once, with what was sent on its way.
@@ -49,13 +47,13 @@ void ReturnNoSuchQuestion(GDBusMethodInvocation* invocation) {
 
 ProgramInput UnpackPlainRequest(GVariant* arguments) {
   ProgramInput input;
-  input.app_id = TextArgument(arguments, 0);
-  input.operation = TextArgument(arguments, 1);
-  input.uri = TextArgument(arguments, 2);
-  const VariantPtr pairs(g_variant_get_child_value(arguments, 3));
+  input.app_id = TextOf(arguments, 0);
+  input.operation = TextOf(arguments, 1);
+  input.uri = TextOf(arguments, 2);
+  const VariantPtr pairs = ChildOf(arguments, 3);
   for (gsize i = 0; i < g_variant_n_children(pairs.get()); ++i) {
-    const VariantPtr pair(g_variant_get_child_value(pairs.get(), i));
-    input.extra_data.emplace_back(TextArgument(pair.get(), 0), TextArgument(pair.get(), 1));
+    const VariantPtr pair = ChildOf(pairs.get(), i);
+    input.extra_data.emplace_back(TextOf(pair.get(), 0), TextOf(pair.get(), 1));
   }
   return input;
 }

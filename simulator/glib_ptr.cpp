@@ -4,6 +4,14 @@
 
 namespace simulator {
 
+VariantPtr ChildOf(GVariant* container, gsize position) {
+  return VariantPtr(g_variant_get_child_value(container, position));
+}
+
+std::string TextOf(GVariant* container, gsize position) {
+  return g_variant_get_string(ChildOf(container, position).get(), nullptr);
+}
+
 guint After(int milliseconds, std::function<void()> action) {
   using Action = std::function<void()>;
   return g_timeout_add_full(

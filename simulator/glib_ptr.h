@@ -25,6 +25,9 @@ struct VariantUnref {
 };
 using VariantPtr = std::unique_ptr<GVariant, VariantUnref>;
 
+VariantPtr ChildOf(GVariant* container, gsize position);
+std::string TextOf(GVariant* container, gsize position);  // of a child that is one
+
 struct StringFree {
   void operator()(char* text) const { g_free(text); }
 };

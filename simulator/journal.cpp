@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "json.h"
 #include "printable.h"
 
 namespace simulator {

@@ -1,7 +1,6 @@
 #include "launch_request.h"
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "glib_ptr.h"
 
@@ -11,44 +10,39 @@ namespace {
 constexpr gsize kBlockSize = 1024;
 constexpr gsize kHalf = kBlockSize / 2;
 
-// Positions in the request. Members that nothing here depends on are left out.
-enum Member {
-  kObjectName = 0,
-  kThreadId = 1,
-  kAppId = 2,
-  kPayload = 3,
-  kUri = 4,
-  kCallerId = 5,
-  kEntry = 6,
-  kRelocateBelowApp = 7,
-  kLaunchRequestor = 8,
-  kEventIndex = 9,
-  kMethodCall = 10,
-  kForceLaunch = 11,
-  kPreload = 12,
-  kCbType = 17,
-  kDeepLink = 18,
-  kBackground = 20,
-  kSkipPin = 21,
-  kExtraData = 22,
+// Where the members stand in the request. Those that nothing here depends on are left out.
+template <typename T>
+struct Place {
+  gsize position;
+  T LaunchRequest::*member;
 };
 
-VariantPtr Child(GVariant* parameters, gsize member) {
-  return VariantPtr(g_variant_get_child_value(parameters, member));
-}
+constexpr Place<std::string> kTexts[] = {{0, &LaunchRequest::object_name},
+                                         {2, &LaunchRequest::app_id},
+                                         {3, &LaunchRequest::payload},
+                                         {4, &LaunchRequest::uri},
+                                         {5, &LaunchRequest::caller_id},
+                                         {6, &LaunchRequest::entry},
+                                         {7, &LaunchRequest::relocate_below_app},
+                                         {8, &LaunchRequest::launch_requestor},
+                                         {10, &LaunchRequest::method_call}};
+constexpr Place<int> kNumbers[] = {
+    {1, &LaunchRequest::thread_id}, {9, &LaunchRequest::event_index}, {17, &LaunchRequest::cb_type}};
+constexpr Place<bool> kFlags[] = {{11, &LaunchRequest::force_launch},
+                                  {12, &LaunchRequest::preload},
+                                  {18, &LaunchRequest::deep_link},
+                                  {20, &LaunchRequest::background},
+                                  {21, &LaunchRequest::skip_pin}};
+constexpr gsize kExtraData = 22;
 
-std::string Text(GVariant* parameters, Member member) {
-  return g_variant_get_string(Child(parameters, member).get(), nullptr);
-}
-
-int Number(GVariant* parameters, Member member) {
-  return g_variant_get_int32(Child(parameters, member).get());
+int Number(GVariant* parameters, gsize position) {
+  return g_variant_get_int32(ChildOf(parameters, position).get());
 }
 
 ExtraData UnpackBlocks(GVariant* blocks) {
   ExtraData pairs;
   for (gsize i = 0; i < g_variant_n_children(blocks); ++i) {
-    const VariantPtr block = Child(blocks, i);
+    const VariantPtr block = ChildOf(blocks, i);
     gsize size = 0;
     const auto* bytes = static_cast<const char*>(g_variant_get_fixed_array(block.get(), &size, 1));
     if (size != kBlockSize) continue;
@@ -62,31 +56,11 @@ ExtraData UnpackBlocks(GVariant* blocks) {
 
 LaunchRequest UnpackLaunchRequest(GVariant* parameters) {
   LaunchRequest request;
-  request.object_name = Text(parameters, kObjectName);
-  request.thread_id = Number(parameters, kThreadId);
-  request.event_index = Number(parameters, kEventIndex);
-  request.method_call = Text(parameters, kMethodCall);
-  request.cb_type = Number(parameters, kCbType);
-  request.app_id = Text(parameters, kAppId);
-  request.payload = Text(parameters, kPayload);
-  request.uri = Text(parameters, kUri);
-  request.caller_id = Text(parameters, kCallerId);
-  request.entry = Text(parameters, kEntry);
-  request.relocate_below_app = Text(parameters, kRelocateBelowApp);
-  request.launch_requestor = Text(parameters, kLaunchRequestor);
-  request.extra_data = UnpackBlocks(Child(parameters, kExtraData).get());
-  request.force_launch = Number(parameters, kForceLaunch) != 0;
-  request.preload = Number(parameters, kPreload) != 0;
-  request.deep_link = Number(parameters, kDeepLink) != 0;
-  request.background = Number(parameters, kBackground) != 0;
-  request.skip_pin = Number(parameters, kSkipPin) != 0;
+  for (const auto& place : kTexts) request.*place.member = TextOf(parameters, place.position);
+  for (const auto& place : kNumbers) request.*place.member = Number(parameters, place.position);
+  for (const auto& place : kFlags) request.*place.member = Number(parameters, place.position) != 0;
+  request.extra_data = UnpackBlocks(ChildOf(parameters, kExtraData).get());
   return request;
-}
-
-std::string ToJson(const ExtraData& extra_data) {
-  nlohmann::ordered_json object = nlohmann::ordered_json::object();
-  for (const auto& [key, value] : extra_data) object[key] = value;
-  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace simulator

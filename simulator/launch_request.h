@@ -36,7 +36,4 @@ struct LaunchRequest {
 
 LaunchRequest UnpackLaunchRequest(GVariant* parameters);
 
-// The pairs as the text of a JSON object; bytes that are no UTF-8 are replaced.
-std::string ToJson(const ExtraData& extra_data);
-
 }  // namespace simulator

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "pin_popup.h"
+#include "pin/pin_popup.h"
 
 namespace simulator {
 namespace {

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "applications.h"
-#include "catalogue_db.h"
+#include "catalogue/catalogue_db.h"
 #include "launch_request.h"
-#include "pin_gate.h"
+#include "pin/pin_gate.h"
 #include "results.h"
 
 namespace simulator {

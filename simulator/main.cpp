@@ -3,9 +3,8 @@
 
 #include <exception>
 
-#include "json_file.h"
 #include "options.h"
-#include "pin_dialog.h"
+#include "pin/pin_dialog.h"
 #include "scenario_file.h"
 #include "server.h"
 #include "stand_in.h"

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "pin_script.h"
+#include "pin/pin_script.h"
 
 namespace simulator {
 

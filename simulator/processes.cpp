@@ -6,30 +6,21 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 #include <sstream>
+
+#include "file.h"
 
 namespace simulator {
 namespace {
 
-struct CloseDirectory {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
-
 // Empty when the process ends, before it is opened or while it is read: a stream would throw then.
 std::string ReadProcFile(pid_t pid, const char* name) {
   const std::string path = "/proc/" + std::to_string(pid) + "/" + name;
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) return "";
+  const File file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::string content;
-  std::array<char, 4096> block{};
-  ssize_t size = 0;
-  while ((size = read(file, block.data(), block.size())) > 0) content.append(block.data(), static_cast<size_t>(size));
-  close(file);
-  return size < 0 ? "" : content;
+  return file && ReadToEnd(file, content) ? content : "";
 }
 
 int OpenProcess(pid_t pid) {
@@ -71,7 +62,7 @@ std::optional<ProcessEntry> ReadProcess(pid_t pid) {
 
 ProcessTable ReadProcesses() {
   ProcessTable table;
-  const std::unique_ptr<DIR, CloseDirectory> directory(opendir("/proc"));
+  const DirectoryPtr directory(opendir("/proc"));
   if (directory == nullptr) return table;
   while (const dirent* entry = readdir(directory.get())) {
     const auto pid = static_cast<pid_t>(std::strtol(entry->d_name, nullptr, 10));
@@ -92,12 +83,11 @@ std::string ReadVariable(pid_t pid, const std::string& name) {
 // What is open stays the process that had the number before the second look. Older kernels and sandboxes do not open
 // processes; there the time between look and signal is short.
 void SignalProcess(const ProcessEntry& process, int signal) {
-  const int opened = OpenProcess(process.pid);
+  const File opened(OpenProcess(process.pid));
   const auto now = ReadProcess(process.pid);
   if (now && now->Identity() == process.Identity()) {
-    if (opened < 0 || !SignalOpenProcess(opened, signal)) kill(process.pid, signal);
+    if (!opened || !SignalOpenProcess(opened.get(), signal)) kill(process.pid, signal);
   }
-  if (opened >= 0) close(opened);
 }
 
 }  // namespace simulator

@@ -9,8 +9,9 @@
 
 #include "glib_ptr.h"
 #include "journal.h"
+#include "json.h"
+#include "pin/terminal.h"
 #include "stand_in.h"
-#include "terminal.h"
 
 namespace simulator {
 namespace {

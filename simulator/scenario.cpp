@@ -6,134 +6,107 @@
 namespace simulator {
 namespace {
 
-using nlohmann::json;
-
 constexpr int kLongestDelayMs = 3600 * 1000;
 constexpr int kMostRepeats = 10000;
 constexpr const char* kPinDialog = "pin_dialog";  // stands for a method
 
 // One reader per key; the tables below are the whole format.
 template <typename T>
-using Readers = std::map<std::string, std::function<void(const json&, T&)>>;
+using Readers = std::map<std::string, std::function<void(const Json&, T&)>>;
 
-std::string ReadText(const json& value) {
-  if (!value.is_string()) throw ScenarioError("has to be a text");
-  return value.get<std::string>();
+int ReadNumber(const Json& value, int low = INT32_MIN, int high = INT32_MAX) {
+  const std::optional<std::int64_t> number = value.Integer();
+  if (number && *number >= low && *number <= high) return static_cast<int>(*number);
+  value.Refuse("has to be an integer from " + std::to_string(low) + " to " + std::to_string(high));
 }
 
-bool ReadFlag(const json& value) {
-  if (!value.is_boolean()) throw ScenarioError("has to be true or false");
-  return value.get<bool>();
-}
-
-int ReadNumber(const json& value, std::int64_t low = INT32_MIN, std::int64_t high = INT32_MAX) {
-  const std::string range = "has to be an integer from " + std::to_string(low) + " to " + std::to_string(high);
-  if (!value.is_number_integer()) throw ScenarioError(range);
-  if (value.is_number_unsigned() && value.get<std::uint64_t>() > INT32_MAX) throw ScenarioError(range);
-  const auto number = value.get<std::int64_t>();
-  if (number < low || number > high) throw ScenarioError(range);
-  return static_cast<int>(number);
-}
-
-Answer ReadAnswer(const json& value) {
+Answer ReadAnswer(const Json& value) {
   static const std::map<std::string, Answer> answers = {{"normal", Answer::kNormal},
                                                         {"none", Answer::kNone},
                                                         {"error", Answer::kError},
                                                         {"exit", Answer::kExit},
                                                         {"exit_after_reply", Answer::kExitAfterReply}};
-  const auto found = answers.find(ReadText(value));
+  const auto found = answers.find(value.Text());
   if (found != answers.end()) return found->second;
-  throw ScenarioError("has to be one of normal, none, error, exit, exit_after_reply");
+  value.Refuse("has to be one of normal, none, error, exit, exit_after_reply");
 }
 
-PinAnswer ReadPinAnswer(const json& value) {
-  if (const auto answer = ParsePinAnswer(ReadText(value))) return *answer;
+PinAnswer ReadPinAnswer(const Json& value) {
+  if (const auto answer = ParsePinAnswer(value.Text())) return *answer;
   std::string names;
   for (const std::string& name : PinAnswerNames()) names += (names.empty() ? "" : ", ") + name;
-  throw ScenarioError("has to be one of " + names);
+  value.Refuse("has to be one of " + names);
 }
 
-std::string ReadErrorName(const json& value) {
-  std::string name = ReadText(value);
-  if (!g_dbus_is_interface_name(name.c_str())) throw ScenarioError("has to be a D-Bus error name");
+std::string ReadErrorName(const Json& value) {
+  std::string name = value.Text();
+  if (!g_dbus_is_interface_name(name.c_str())) value.Refuse("has to be a D-Bus error name");
   return name;
 }
 
-std::string ReadReply(const json& value) {
-  std::string text = ReadText(value);
+std::string ReadReply(const Json& value) {
+  std::string text = value.Text();
   std::string error;
-  if (!ParseReply(text, &error)) throw ScenarioError(error);
+  if (!ParseReply(text, &error)) value.Refuse(error);
   return text;
 }
 
 template <typename T>
-T ReadObject(const json& value, const Readers<T>& readers) {
-  if (!value.is_object()) throw ScenarioError(" has to be an object");
+T ReadObject(const Json& value, const Readers<T>& readers) {
   T object;
-  for (const auto& [key, member] : value.items()) {
+  for (const auto& [key, member] : value.Members()) {
     const auto reader = readers.find(key);
-    if (reader == readers.end()) throw ScenarioError("." + key + ": there is no such key");
-    try {
-      reader->second(member, object);
-    } catch (const ScenarioError& error) {
-      const bool deeper = error.what()[0] == '[';
-      throw ScenarioError("." + key + (deeper ? "" : " ") + error.what());
-    }
+    if (reader == readers.end()) throw JsonError(member.place() + ": there is no such key");
+    reader->second(member, object);
   }
   return object;
 }
 
 template <typename T>
-std::vector<T> ReadList(const json& value, const Readers<T>& readers) {
-  if (!value.is_array()) throw ScenarioError("has to be a list");
+std::vector<T> ReadList(const Json& value, const Readers<T>& readers) {
   std::vector<T> list;
-  for (const json& member : value) {
-    try {
-      list.push_back(ReadObject(member, readers));
-    } catch (const ScenarioError& error) {
-      throw ScenarioError("[" + std::to_string(list.size()) + "]" + error.what());
-    }
-  }
+  for (const Json& member : value.Elements()) list.push_back(ReadObject(member, readers));
   return list;
 }
 
 const Readers<ScriptedResult>& ResultReaders() {
   using R = ScriptedResult;
   static const Readers<R> readers = {
-      {"event", [](const json& v, R& r) { r.event = ReadNumber(v); }},
-      {"res", [](const json& v, R& r) { r.result = ReadNumber(v); }},
-      {"delay_ms", [](const json& v, R& r) { r.delay_ms = ReadNumber(v, 0, kLongestDelayMs); }},
-      {"times", [](const json& v, R& r) { r.times = ReadNumber(v, 0, kMostRepeats); }},
-      {"before_reply", [](const json& v, R& r) { r.before_reply = ReadFlag(v); }},
-      {"thread_id_offset", [](const json& v, R& r) { r.thread_id_offset = ReadNumber(v); }},
-      {"event_index_offset", [](const json& v, R& r) { r.event_index_offset = ReadNumber(v); }},
-      {"cbtype", [](const json& v, R& r) { r.cb_type = ReadNumber(v); }},
+      {"event", [](const Json& v, R& r) { r.event = ReadNumber(v); }},
+      {"res", [](const Json& v, R& r) { r.result = ReadNumber(v); }},
+      {"delay_ms", [](const Json& v, R& r) { r.delay_ms = ReadNumber(v, 0, kLongestDelayMs); }},
+      {"times", [](const Json& v, R& r) { r.times = ReadNumber(v, 0, kMostRepeats); }},
+      {"before_reply", [](const Json& v, R& r) { r.before_reply = v.Flag(); }},
+      {"thread_id_offset", [](const Json& v, R& r) { r.thread_id_offset = ReadNumber(v); }},
+      {"event_index_offset", [](const Json& v, R& r) { r.event_index_offset = ReadNumber(v); }},
+      {"cbtype", [](const Json& v, R& r) { r.cb_type = ReadNumber(v); }},
   };
   return readers;
 }
 
 const Readers<Rule>& RuleReaders() {
   static const Readers<Rule> readers = {
-      {"method", [](const json& v, Rule& r) { r.method = ReadText(v); }},
-      {"app", [](const json& v, Rule& r) { r.app = ReadText(v); }},
-      {"count", [](const json& v, Rule& r) { r.count = ReadNumber(v, 0); }},
-      {"delay_ms", [](const json& v, Rule& r) { r.delay_ms = ReadNumber(v, 0, kLongestDelayMs); }},
-      {"answer", [](const json& v, Rule& r) { r.answer = ReadAnswer(v); }},
-      {"error_name", [](const json& v, Rule& r) { r.error_name = ReadErrorName(v); }},
-      {"error_message", [](const json& v, Rule& r) { r.error_message = ReadText(v); }},
-      {"reply", [](const json& v, Rule& r) { r.reply = ReadReply(v); }},
-      {"start", [](const json& v, Rule& r) { r.start = ReadFlag(v); }},
-      {"results", [](const json& v, Rule& r) { r.results = ReadList(v, ResultReaders()); }},
-      {"pin", [](const json& v, Rule& r) { r.pin = ReadPinAnswer(v); }},
+      {"method", [](const Json& v, Rule& r) { r.method = v.Text(); }},
+      {"app", [](const Json& v, Rule& r) { r.app = v.Text(); }},
+      {"count", [](const Json& v, Rule& r) { r.count = ReadNumber(v, 0); }},
+      {"delay_ms", [](const Json& v, Rule& r) { r.delay_ms = ReadNumber(v, 0, kLongestDelayMs); }},
+      {"answer", [](const Json& v, Rule& r) { r.answer = ReadAnswer(v); }},
+      {"error_name", [](const Json& v, Rule& r) { r.error_name = ReadErrorName(v); }},
+      {"error_message", [](const Json& v, Rule& r) { r.error_message = v.Text(); }},
+      {"reply", [](const Json& v, Rule& r) { r.reply = ReadReply(v); }},
+      {"start", [](const Json& v, Rule& r) { r.start = v.Flag(); }},
+      {"results", [](const Json& v, Rule& r) { r.results = ReadList(v, ResultReaders()); }},
+      {"pin", [](const Json& v, Rule& r) { r.pin = ReadPinAnswer(v); }},
   };
   return readers;
 }
 
 // A rule for the dialog says what to answer, and no other rule does.
-void CheckPins(const std::vector<Rule>& rules) {
+void CheckPins(const Json& document, const std::vector<Rule>& rules) {
   for (std::size_t i = 0; i < rules.size(); ++i) {
     if (rules[i].pin.has_value() == (rules[i].method == kPinDialog)) continue;
-    throw ScenarioError("[" + std::to_string(i) + "].pin belongs to the method pin_dialog, and to no other");
+    throw JsonError(document.place() + "[" + std::to_string(i) +
+                    "].pin belongs to the method pin_dialog, and to no other");
   }
 }
 
@@ -184,13 +157,8 @@ bool Rule::TakesEffect() const {
   return start.value_or(answer == Answer::kNormal);
 }
 
-Scenario::Scenario(const json& document) {
-  try {
-    rules_ = ReadList(document, RuleReaders());
-    CheckPins(rules_);
-  } catch (const ScenarioError& error) {
-    throw ScenarioError("rules" + std::string(error.what()[0] == '[' ? "" : " ") + error.what());
-  }
+Scenario::Scenario(const Json& rules) : rules_(ReadList(rules, RuleReaders())) {
+  CheckPins(rules, rules_);
 }
 
 Rule Scenario::Match(const std::string& method, const std::string& app) {

@@ -1,14 +1,13 @@
 // What the service is to do wrong: a list of rules, the first that matches a call decides.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "glib_ptr.h"
-#include "pin_script.h"
+#include "json.h"
+#include "pin/pin_script.h"
 
 namespace simulator {
 
@@ -45,16 +44,11 @@ struct Rule {
   bool TakesEffect() const;
 };
 
-class ScenarioError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 class Scenario {
  public:
   Scenario() = default;
-  // Throws ScenarioError with the place and the reason.
-  explicit Scenario(const nlohmann::json& document);
+  // Throws JsonError.
+  explicit Scenario(const Json& rules);
 
   // The rule for a call of a method on an application, counted as used. A call without a rule gets the one that
   // changes nothing.

@@ -3,20 +3,12 @@
 #include <utility>
 
 #include "journal.h"
-#include "json_file.h"
 
 namespace simulator {
 namespace {
 
 Scenario ReadScenario(const std::string& path) {
-  if (path.empty()) return {};
-  try {
-    return Scenario(ReadJsonFile(path));
-  } catch (const ScenarioError& error) {
-    throw ScenarioError(path + ": " + error.what());
-  } catch (const std::runtime_error& error) {
-    throw ScenarioError(error.what());
-  }
+  return path.empty() ? Scenario() : Scenario(Json::ReadFile(path, "rules"));
 }
 
 }  // namespace
@@ -41,7 +33,7 @@ Scenario& ScenarioFile::Current() {
   if (now == std::exchange(stamp_, now)) return scenario_;
   try {
     scenario_ = ReadScenario(path_);
-  } catch (const ScenarioError& error) {
+  } catch (const JsonError& error) {
     Warn(std::string(error.what()) + "; the scenario from before stays");
   }
   return scenario_;

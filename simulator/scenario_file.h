@@ -11,7 +11,7 @@ namespace simulator {
 
 class ScenarioFile {
  public:
-  // An empty path is a scenario without rules. Throws ScenarioError, which names the file and the place in it.
+  // An empty path is a scenario without rules. Throws JsonError.
   explicit ScenarioFile(const std::string& path);
 
   // The scenario of now. A changed file that cannot be used is reported, and the rules from before stay.

@@ -16,16 +16,14 @@ GVariant* Nothing(Service&, GVariant*) {
 }
 
 GVariant* TerminateApp(Service& service, GVariant* arguments) {
-  const char* name = nullptr;
-  g_variant_get(arguments, "(&si&s&s)", &name, nullptr, nullptr, nullptr);
-  if (const auto record = service.catalogue.Find(name)) service.applications.Terminate(record->id);
+  const auto record = service.catalogue.Find(TextOf(arguments, 0));
+  if (record) service.applications.Terminate(record->id);
   return nullptr;
 }
 
 GVariant* TerminateByRunTitle(Service& service, GVariant* arguments) {
-  const char* run_title = nullptr;
-  g_variant_get(arguments, "(&s)", &run_title);
-  if (const auto record = service.catalogue.FindByRunTitle(run_title)) service.applications.Terminate(record->id);
+  const auto record = service.catalogue.FindByRunTitle(TextOf(arguments, 0));
+  if (record) service.applications.Terminate(record->id);
   return nullptr;
 }
 
@@ -42,9 +40,7 @@ GVariant* LogArguments(Service& service, GVariant* arguments) {
 }
 
 GVariant* GetAndroidAppStatus(Service& service, GVariant* arguments) {
-  const char* name = nullptr;
-  g_variant_get(arguments, "(&s)", &name);
-  const auto record = service.catalogue.Find(name);
+  const auto record = service.catalogue.Find(TextOf(arguments, 0));
   return State(record && service.applications.Find(record->id) != nullptr ? 1 : 0);
 }
 
@@ -53,31 +49,21 @@ GVariant* GetExtraApp(Service& service, GVariant*) {
 }
 
 GVariant* NotifyExtraAppChanged(Service& service, GVariant* arguments) {
-  const char* app_id = nullptr;
-  g_variant_get(arguments, "(&s)", &app_id);
-  service.extra_app = app_id;
+  service.extra_app = TextOf(arguments, 0);
   return nullptr;
 }
 
 GVariant* UpdateAppCount(Service& service, GVariant* arguments) {
-  const char* app_id = nullptr;
-  g_variant_get(arguments, "(&s)", &app_id);
-  return State(service.catalogue.CountLaunch(app_id) ? kUpdated : kUnknownApp);
+  return State(service.catalogue.CountLaunch(TextOf(arguments, 0)) ? kUpdated : kUnknownApp);
 }
 
 GVariant* UpdateAppVersion(Service& service, GVariant* arguments) {
-  const char* app_id = nullptr;
-  const char* version = nullptr;
-  g_variant_get(arguments, "(&s&s)", &app_id, &version);
-  return State(service.catalogue.SetVersion(app_id, version) ? kUpdated : kUnknownApp);
+  return State(service.catalogue.SetVersion(TextOf(arguments, 0), TextOf(arguments, 1)) ? kUpdated : kUnknownApp);
 }
 
 GVariant* UpdateAppByKey(Service& service, GVariant* arguments) {
-  const char* app_id = nullptr;
-  gint32 key = 0;
-  g_variant_get(arguments, "(&si)", &app_id, &key);
-  if (key != kKeyIsUpdated) return State(kUnknownKey);
-  return State(service.catalogue.ClearUpdated(app_id) ? kUpdated : kUnknownApp);
+  if (g_variant_get_int32(ChildOf(arguments, 1).get()) != kKeyIsUpdated) return State(kUnknownKey);
+  return State(service.catalogue.ClearUpdated(TextOf(arguments, 0)) ? kUpdated : kUnknownApp);
 }
 
 constexpr ServiceMethod kMethods[] = {

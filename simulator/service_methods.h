@@ -4,10 +4,10 @@
 #include <string>
 
 #include "applications.h"
-#include "catalogue_db.h"
+#include "catalogue/catalogue_db.h"
 #include "launcher.h"
 #include "options.h"
-#include "pin_gate.h"
+#include "pin/pin_gate.h"
 #include "scenario_file.h"
 
 namespace simulator {

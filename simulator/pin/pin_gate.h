@@ -7,10 +7,10 @@
 #include <string>
 
 #include "applications.h"
-#include "catalogue_db.h"
+#include "catalogue/catalogue_db.h"
 #include "options.h"
+#include "pin/terminal.h"
 #include "scenario_file.h"
-#include "terminal.h"
 
 namespace simulator {
 

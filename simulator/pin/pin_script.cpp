@@ -1,4 +1,4 @@
-#include "pin_script.h"
+#include "pin/pin_script.h"
 
 #include <algorithm>
 

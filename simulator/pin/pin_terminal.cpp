@@ -1,4 +1,4 @@
-#include "pin_terminal.h"
+#include "pin/pin_terminal.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -38,22 +38,19 @@ PinTerminal::PinTerminal() : terminal_(open("/dev/tty", O_RDWR | O_CLOEXEC)) {
   signal(SIGTTOU, SIG_IGN);
 }
 
-PinTerminal::~PinTerminal() {
-  if (terminal_ >= 0) close(terminal_);
-}
-
 void PinTerminal::Write(const std::string& text) const {
-  if (write(terminal_, text.data(), text.size()) < 0) return;  // nobody reads it, then
+  if (write(terminal_.get(), text.data(), text.size()) < 0) return;  // nobody reads it, then
 }
 
 std::optional<std::string> PinTerminal::Read(const std::string& prompt, SignalFile& signals) const {
-  if (terminal_ < 0) return std::nullopt;
+  if (!terminal_) return std::nullopt;
   ssize_t length = 0;
   char line[kLongestLine];
   {
-    const NoEcho quiet(terminal_);
+    const NoEcho quiet(terminal_.get());
     Write(prompt);
-    if (signals.WaitWith(terminal_, -1) == SignalFile::kReadable) length = read(terminal_, line, sizeof line);
+    if (signals.WaitWith(terminal_.get(), -1) == SignalFile::kReadable)
+      length = read(terminal_.get(), line, sizeof line);
   }
   Write("\n");
   std::string pin(line, length > 0 ? static_cast<std::size_t>(length) : 0);

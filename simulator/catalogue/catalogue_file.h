@@ -3,13 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "catalogue_columns.h"
+#include "catalogue/catalogue_columns.h"
 
 namespace simulator {
 
@@ -21,12 +20,7 @@ struct Catalogue {
   std::vector<std::pair<std::string, std::string>> config;
 };
 
-class CatalogueError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// Throws CatalogueError, which names the file and the place in it.
+// Throws JsonError.
 Catalogue ReadCatalogue(const std::string& path);
 
 }  // namespace simulator

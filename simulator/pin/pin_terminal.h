@@ -4,23 +4,21 @@
 #include <optional>
 #include <string>
 
-#include "signal_file.h"
+#include "file.h"
+#include "pin/signal_file.h"
 
 namespace simulator {
 
 class PinTerminal {
  public:
   PinTerminal();
-  ~PinTerminal();
-  PinTerminal(const PinTerminal&) = delete;
-  PinTerminal& operator=(const PinTerminal&) = delete;
 
   // The line that the user types; nothing when it is empty, the input ends, or a signal comes.
   std::optional<std::string> Read(const std::string& prompt, SignalFile& signals) const;
   void Write(const std::string& text) const;
 
  private:
-  int terminal_;
+  File terminal_;
 };
 
 }  // namespace simulator

@@ -1,4 +1,4 @@
-#include "signal_file.h"
+#include "pin/signal_file.h"
 
 #include <poll.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-#include "catalogue_columns.h"
+#include "catalogue/catalogue_columns.h"
 
 #include <iterator>
 

@@ -1,4 +1,4 @@
-#include "pin_popup.h"
+#include "pin/pin_popup.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "terminal.h"
+#include "pin/terminal.h"
 
 #include <signal.h>
 #include <unistd.h>

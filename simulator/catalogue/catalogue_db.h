@@ -1,13 +1,17 @@
 // The application database: created, migrated, looked up and kept up to date.
 #pragma once
 
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Exception.h>
+
 #include <optional>
 #include <string>
 
-#include "catalogue_file.h"
-#include "sqlite.h"
+#include "catalogue/catalogue_file.h"
 
 namespace simulator {
+
+using DatabaseError = SQLite::Exception;
 
 // What a launch has to know about an application.
 struct AppRecord {
@@ -44,7 +48,7 @@ class CatalogueDb {
   void CreateTables();
   void AddMissingColumns();
 
-  Database database_;
+  SQLite::Database database_;
   bool was_empty_ = false;
 };
 

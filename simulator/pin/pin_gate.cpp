@@ -1,9 +1,9 @@
-#include "pin_gate.h"
+#include "pin/pin_gate.h"
 
 #include <utility>
 
-#include "pin_dialog.h"
-#include "pin_popup.h"
+#include "pin/pin_dialog.h"
+#include "pin/pin_popup.h"
 
 namespace simulator {
 namespace {

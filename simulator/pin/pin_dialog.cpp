@@ -1,4 +1,4 @@
-#include "pin_dialog.h"
+#include "pin/pin_dialog.h"
 
 #include <signal.h>
 
@@ -8,9 +8,9 @@
 
 #include "glib_ptr.h"
 #include "journal.h"
-#include "pin_terminal.h"
+#include "pin/pin_terminal.h"
+#include "pin/signal_file.h"
 #include "printable.h"
-#include "signal_file.h"
 
 namespace simulator {
 namespace {
