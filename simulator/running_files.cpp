@@ -1,10 +1,11 @@
 #include "running_files.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <regex>
 #include <sstream>
 
 #include "journal.h"
@@ -24,8 +25,9 @@ bool IsFileName(const std::string& name) {
 }
 
 bool IsRunningFile(const std::string& content) {
-  static const std::regex form("pid [0-9]{1,20}\nstatus [0-9]{1,20}\nstarttime [0-9]{1,20}\n");
-  return std::regex_match(content, form);
+  constexpr const char* kForm = "^pid [0-9]{1,20}\nstatus [0-9]{1,20}\nstarttime [0-9]{1,20}\n\\z";
+  return content.find('\0') == std::string::npos &&
+         g_regex_match_simple(kForm, content.c_str(), G_REGEX_RAW, static_cast<GRegexMatchFlags>(0)) != FALSE;
 }
 
 bool IsLine(const std::string& content) {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "json.h"
-
 namespace simulator {
 namespace {
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "catalogue/catalogue_columns.h"
+#include "json.h"
 
 namespace simulator {
 
