@@ -2,6 +2,7 @@
 #include <nuv_common/nuv_lock.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "catalogue_log.h"
 #include "client_entries.h"
@@ -41,7 +42,12 @@ class ClientEntry : public DatabaseTest, public ::testing::WithParamInterface<En
     database_.Add(by_id ? "key" : "app", row);
   }
 
-  int Run(const std::string& value = "key") { return GetParam().run(found_, Key(value).c_str()); }
+  // A check takes a whole list of ids.
+  int RunWith(const std::string& key) {
+    found_.emplace().SetKey(key);
+    return CallOf(GetParam().name).call(*found_);
+  }
+  int Run(const std::string& value = "key") { return RunWith(Key(value)); }
   LogLines LogOfRun(const std::string& value = "key") {
     return LogOf([&] { result_ = Run(value); });
   }
@@ -61,7 +67,7 @@ class ClientEntry : public DatabaseTest, public ::testing::WithParamInterface<En
   }
   LogLines Prepared() const { return PrepareLines(database_.path()); }
 
-  Found found_;
+  std::optional<Arguments> found_;
   int result_ = 99;
 };
 
@@ -75,7 +81,7 @@ TEST_P(ClientEntry, FindsAnApplicationThatCanBeUsed) {
   EXPECT_EQ(0, result_);
   const std::string id = GetParam().keys.front() == std::string("id") ? "key" : "app";
   EXPECT_EQ(
-      Join({BeforeQuery(), Prepared(), RowLines(), GetParam().row(found_, id), DoneLines(), QueryEnd(id), End(0)}),
+      Join({BeforeQuery(), Prepared(), RowLines(), GetParam().row(*found_, id), DoneLines(), QueryEnd(id), End(0)}),
       log);
   EXPECT_EQ(Fill(GetParam().statement, '@', Key("key")), sqlite_faults::Prepared().back());
 }
@@ -161,7 +167,7 @@ TEST_P(ClientEntry, RefusesNullArguments) {
 }
 
 TEST_P(ClientEntry, RefusesAnEmptyKey) {
-  const LogLines log = LogOf([&] { result_ = GetParam().run(found_, ""); });
+  const LogLines log = LogOf([&] { result_ = RunWith(""); });
   EXPECT_EQ(-1, result_);
   EXPECT_EQ(Join({Start(""), GuardLines(), {GetParam().empty_line}}), log);
   EXPECT_TRUE(sqlite_faults::Openings().empty());
@@ -171,7 +177,7 @@ TEST_P(ClientEntry, AsksTheGuardsBeforeItChecksItsArguments) {
   fake_platform::SetFactoryReset(1);
   EXPECT_EQ(
       Join({Start(""), {kResetStart, kResetEnd, "I " + Coloured(GetParam().reset_colour, "FactoryReset is true")}}),
-      LogOf([&] { EXPECT_EQ(-1, GetParam().run(found_, "")); }));
+      LogOf([&] { EXPECT_EQ(-1, RunWith("")); }));
 }
 
 TEST_P(ClientEntry, IsBusyWhereTheStatementCannotBeMade) {
@@ -207,7 +213,8 @@ TEST_P(ClientEntry, FailsWhereTheTableIsNotThere) {
 TEST_P(ClientEntry, TakesTheMutexOfLaunchesOrLeavesItAlone) {
   AddKeyed();
   const auto call = [this] { EXPECT_EQ(0, Run()); };
-  EXPECT_TRUE(GetParam().takes_mutex ? TakesMutex(g_Mute, call) : LeavesMutexAlone(g_Mute, call));
+  const bool takes_it = CallOf(GetParam().name).mutex == Named::kLaunches;
+  EXPECT_TRUE(takes_it ? TakesMutex(g_Mute, call) : LeavesMutexAlone(g_Mute, call));
 }
 
 TEST_P(ClientEntry, NamesItselfInItsLines) {
