@@ -8,7 +8,6 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "full_row.h"
 #include "held_mutex.h"
 #include "record_line.h"
 
@@ -144,7 +143,7 @@ class SingleRow : public DatabaseTest, public ::testing::WithParamInterface<Work
   LogLines Prepared() const { return PrepareLines(database_.path()); }
   std::string Statement() const {
     const std::string statement = GetParam().statement;
-    return statement.find("select") == std::string::npos ? kFullRowSelect + statement : statement;
+    return statement.find("select") == std::string::npos ? AppDatabase::FullRowSelect() + statement : statement;
   }
 
   Output out_;

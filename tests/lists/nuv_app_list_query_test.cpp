@@ -245,9 +245,8 @@ TEST_F(FullListWorker, SelectsAllColumns) {
   database_.AddMany(1);
   std::vector<nuv_app_info_s> list(1);
   EXPECT_EQ(0, Read(list, 1, " where app_index = 0"));
-  std::string expected = "select ";
-  for (size_t i = 0; i < 65; ++i) expected += (i == 0 ? "" : ",") + AppDatabase::Columns()[i].first;
-  EXPECT_EQ((std::vector<std::string>{expected + " from widgetinfo where app_index = 0"}), sqlite_faults::Prepared());
+  EXPECT_EQ((std::vector<std::string>{AppDatabase::FullRowSelect() + " where app_index = 0"}),
+            sqlite_faults::Prepared());
 }
 
 TEST_F(FullListWorker, LogsItsWay) {

@@ -7,7 +7,6 @@
 
 #include "catalogue_log.h"
 #include "exported_functions.h"
-#include "full_row.h"
 #include "record_line.h"
 
 struct Entry {
@@ -66,7 +65,7 @@ inline Entry CheckEntry(const char* name, const std::string& column, int (*null_
 }
 
 inline std::vector<Entry> ClientEntries() {
-  const std::string full_row = kFullRowSelect;
+  const std::string full_row = AppDatabase::FullRowSelect();
   const std::string null_in_red = "E " + Coloured(kRed, "in param is NULL ");
   return {
       {"m_nuv_get_app_info",
