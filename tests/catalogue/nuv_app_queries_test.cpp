@@ -199,7 +199,7 @@ TEST_P(SingleRow, HandsAFailedPrepareOnWithoutALineOfItsOwn) {
   EXPECT_EQ(GetParam().before, Got());
   EXPECT_EQ(Join({Start(),
                   ConnectedLines(database_.path()),
-                  {"I unknow type 26", "E " + Coloured(kRed, "SQLite: not an error")},
+                  {"I unknow type 26", "E " + Red("SQLite: not an error")},
                   PreparedLine(-1)}),
             log);
 }

@@ -11,8 +11,8 @@
 
 namespace {
 
-const std::string kResetStart = "S " + Coloured(kGreen, "CkeckIsFactoryReset");
-const std::string kResetEnd = "I " + Coloured(kGreen, "CheckPkgmgrRecovering end");
+const std::string kResetStart = "S " + Green("CkeckIsFactoryReset");
+const std::string kResetEnd = "I " + Green("CheckPkgmgrRecovering end");
 
 // Replaces each mark.
 std::string Fill(std::string text, char mark, const std::string& value) {
@@ -124,9 +124,7 @@ TEST_P(ClientEntry, IsRefusedDuringAFactoryReset) {
     fake_platform::SetFactoryReset(state);
     const LogLines log = LogOfRun();
     EXPECT_EQ(-1, result_);
-    EXPECT_EQ(
-        Join({Start(), {kResetStart, kResetEnd, "I " + Coloured(GetParam().reset_colour, "FactoryReset is true")}}),
-        log);
+    EXPECT_EQ(Join({Start(), {kResetStart, kResetEnd, "I " + GetParam().reset_colour("FactoryReset is true")}}), log);
   }
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
@@ -136,11 +134,10 @@ TEST_P(ClientEntry, IsRefusedWhilePackagesAreRepaired) {
   fake_platform::SetRepairMarker(true);
   const LogLines log = LogOfRun();
   EXPECT_EQ(-1, result_);
-  EXPECT_EQ(
-      Join({Start(),
-            {kResetStart, kResetEnd, "S " + Coloured(kGreen, "CheckPkgmgrRecovering"),
-             "I " + Coloured(kGreen, "CheckPkgmgrRecovering true"), "E " + Coloured(kRed, "Pkgmgr is recovering")}}),
-      log);
+  EXPECT_EQ(Join({Start(),
+                  {kResetStart, kResetEnd, "S " + Green("CheckPkgmgrRecovering"),
+                   "I " + Green("CheckPkgmgrRecovering true"), "E " + Red("Pkgmgr is recovering")}}),
+            log);
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
 
@@ -152,7 +149,7 @@ TEST_P(ClientEntry, IsNotRefusedInOtherStatesOfTheReset) {
   }
   fake_platform::SetFactoryReset(std::nullopt);
   EXPECT_EQ(0, Run());
-  EXPECT_EQ(6, fake_platform::LogPriority(Coloured(kRed, "Failed to get vconf value key=(db/nuv/factory_reset)")));
+  EXPECT_EQ(6, fake_platform::LogPriority(Red("Failed to get vconf value key=(db/nuv/factory_reset)")));
 }
 
 TEST_P(ClientEntry, RefusesNullArguments) {
@@ -175,9 +172,8 @@ TEST_P(ClientEntry, RefusesAnEmptyKey) {
 
 TEST_P(ClientEntry, AsksTheGuardsBeforeItChecksItsArguments) {
   fake_platform::SetFactoryReset(1);
-  EXPECT_EQ(
-      Join({Start(""), {kResetStart, kResetEnd, "I " + Coloured(GetParam().reset_colour, "FactoryReset is true")}}),
-      LogOf([&] { EXPECT_EQ(-1, RunWith("")); }));
+  EXPECT_EQ(Join({Start(""), {kResetStart, kResetEnd, "I " + GetParam().reset_colour("FactoryReset is true")}}),
+            LogOf([&] { EXPECT_EQ(-1, RunWith("")); }));
 }
 
 TEST_P(ClientEntry, IsBusyWhereTheStatementCannotBeMade) {
@@ -204,7 +200,7 @@ TEST_P(ClientEntry, FailsWhereTheTableIsNotThere) {
   EXPECT_EQ(-1, result_);
   EXPECT_EQ(Join({BeforeQuery(),
                   OpenedLines(database_.path()),
-                  {"I unknow type 1", "E " + Coloured(kRed, "SQLite: no such table: widgetinfo")},
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: widgetinfo")},
                   PreparedLine(-1),
                   End(-1)}),
             log);

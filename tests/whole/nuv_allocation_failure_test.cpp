@@ -14,6 +14,7 @@
 
 #include "exported_calls_test.h"
 #include "faults.h"
+#include "log_notation.h"
 #include "memory_faults.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
@@ -216,7 +217,7 @@ TEST_F(LinkAllocationFailure, OfAResultIsAnsweredAllTheSame) {
   SentResult of_nobody;
   of_nobody.event_offset = 1000;
   EXPECT_TRUE(world_.service().SendResult(launch, of_nobody));
-  EXPECT_TRUE(WaitUntil([] { return fake_platform::Logged("\033[0;31mout of memory\033[0;m"); }));
+  EXPECT_TRUE(WaitUntil([] { return fake_platform::Logged(Red("out of memory")); }));
   EXPECT_TRUE(world_.service().SendResult(launch, {}));
   EXPECT_TRUE(WaitUntil([] { return heard == 2; })) << "the listener has ended";
 }
