@@ -6,7 +6,7 @@
 
 #include <climits>
 
-#include "effects.h"
+#include "common_ui.h"
 #include "fake_apps.h"
 #include "held_mutex.h"
 #include "launch_test.h"
@@ -15,14 +15,6 @@
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
 namespace {
-
-const std::string kCommonUi = "org.kelvo.corvane-commui";
-const std::string kRunning = "running? " + kCommonUi;
-const std::string kDefaultOperation = "operation http://nuv/appcontrol/operation/default";
-const std::string kSent = "launch request " + kCommonUi;
-const std::string kDestroyed = "app_control destroyed";
-const std::string kSuccess = LogEffect('I', Yellow("launch commui App success"));
-const std::string kFailure = LogEffect('E', Red("launch commui error"));
 
 class PinPopup : public LaunchTest {
  protected:
