@@ -1,16 +1,15 @@
 // A host that has no descriptors left: GLib ends a process whose main context cannot be made, so it is not asked for
 // one.
 #include <fcntl.h>
-#include <nuv/nuv_app_database.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <memory>
 #include <vector>
 
-#include "bus_functions.h"
 #include "catalogue_launch_test.h"
 #include "faults.h"
+#include "launch_record.h"
 
 namespace {
 
@@ -59,24 +58,24 @@ constexpr int kNoDatabase = 4;
 
 // Records outlive every callback.
 LaunchRecord& NewLaunch() {
-  return *std::make_unique<LaunchRecord>("app").release();
+  return *std::make_unique<LaunchRecord>().release();
 }
 
 int LaunchAndHear() {
   LaunchRecord& record = NewLaunch();
-  if (Launch(kLaunchFunctions[0], record) != 0) return kFreedCallFailed;
+  if (Launch(CallOf("nuv_launch_app"), record) != 0) return kFreedCallFailed;
   return WaitUntil([&] { return record.heard == 1; }) ? 0 : kResultNotHeard;
 }
 
 // Each ends in a documented way: accepted, or refused, told or not.
 int CallEveryFunction() {
-  for (const LaunchFunction& function : kLaunchFunctions) {
+  for (const ExportedCall& launch : AskingCalls(true)) {
     LaunchRecord& record = NewLaunch();
-    const int result = Launch(function, record);
+    const int result = Launch(launch, record);
     if (record.wrong != 0 || (result != 0 && result != -1)) return kWrongOutcome;
   }
-  for (const BusFunction& function : kBusFunctions) {
-    const int result = function.call();
+  for (const ExportedCall& call : AskingCalls(false)) {
+    const int result = Call(call);
     if (result != 0 && result > -1) return kWrongOutcome;
   }
   return 0;
@@ -86,7 +85,7 @@ class ScarceDescriptors : public CatalogueLaunchTest {
  protected:
   void SetUp() override {
     CatalogueLaunchTest::SetUp();
-    database_.Add("app", {{"run_title", kTheTitle}, {"app_type", 8}});
+    AddApplications(database_);
     database_.Close();
     // In a process of its own: this one is copied before it uses the bus.
     service_process_ = std::make_unique<Process>(
@@ -98,8 +97,7 @@ class ScarceDescriptors : public CatalogueLaunchTest {
   // All functions with as many descriptors as the scarcity leaves; then, with enough, a launch.
   template <typename Scarcity>
   static int Use(int number, bool connected) {
-    nuv_app_info_s info = {};
-    if (m_nuv_get_app_info("app", &info) != 0) return kNoDatabase;  // opened now: it is not what is looked at
+    if (Call(CallOf("m_nuv_get_app_info")) != 0) return kNoDatabase;  // opened now: it is not what is looked at
     if (connected) {
       if (const int status = LaunchAndHear()) return status;
     }
@@ -135,7 +133,7 @@ TEST_F(ScarceDescriptors, EndNoHostWhoseLinkHasNoListener) {
     const auto use = [=] {
       faults::condition_waits_are_short = true;
       faults::register_object_returns_zero = true;
-      if (kBusFunctions[0].call() != 0) return kFreedCallFailed;
+      if (Call(CallOf("nuv_terminate_app")) != 0) return kFreedCallFailed;
       faults::register_object_returns_zero = false;
       return Use<DescriptorsTaken>(free, false);
     };

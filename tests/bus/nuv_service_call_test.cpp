@@ -6,6 +6,7 @@
 
 #include "faults.h"
 #include "launch_test.h"
+#include "log_notation.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ struct Method {
   const char* reply;  // of the agreed type
   bool reply_needed;  // a reply of another type is a failure
   const char* failure_log;
-  const char* no_link_log;
+  std::string no_link_log;
 };
 void PrintTo(const Method& method, std::ostream* out) {
   *out << method.name;
@@ -32,7 +33,7 @@ int status_out = 0;
 std::string extra_out;
 
 constexpr const char* kNoLink = "get_launcher_proxy() error";
-constexpr const char* kNoLinkDot = "\033[0;31mget_launcher_proxy() error.\033[0;m";
+const std::string kNoLinkDot = Red("get_launcher_proxy() error.");
 
 const Method kMethods[] = {
     {"Popup", "launch_systempopup", [] { return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_NO_APP_ID); }, "(i)",
@@ -131,7 +132,7 @@ TEST_F(ServiceCalls, AndroidStatusNeedsAnId) {
   int status = 5;
   EXPECT_EQ(-1, nuv_get_android_app_status_client(nullptr, status));
   EXPECT_EQ(5, status);
-  EXPECT_EQ(6, fake_platform::LogPriority("\033[0;31min param is NULL\033[0;m"));
+  EXPECT_EQ(6, fake_platform::LogPriority(Red("in param is NULL")));
   EXPECT_TRUE(service_->Calls().empty());
 }
 
@@ -182,9 +183,9 @@ TEST_F(ServiceCalls, TerminateAllIsBracketedInTheLog) {
   fake_platform::LogAsEffects(true);
   EXPECT_EQ(0, nuv_terminate_allApps_internal("me", "why"));
   const auto effects = fake_platform::Effects();
-  EXPECT_EQ("log 6 Terminate all apps start, caller id:[me], reason:[why], .", effects.front());
-  EXPECT_EQ("log 4 call terminate_allapp success.", effects[effects.size() - 2]);
-  EXPECT_EQ("log 4 Terminate all apps end!!!", effects.back());
+  EXPECT_EQ("log E Terminate all apps start, caller id:[me], reason:[why], .", effects.front());
+  EXPECT_EQ("log I call terminate_allapp success.", effects[effects.size() - 2]);
+  EXPECT_EQ("log I Terminate all apps end!!!", effects.back());
 }
 
 TEST_F(ServiceCalls, LaunchFailTextGoesToTheSettings) {

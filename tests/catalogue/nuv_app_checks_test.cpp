@@ -49,7 +49,7 @@ TEST_P(Checks, AnswerNoForApplicationsThatCannotBeUsedOrAreInAnotherState) {
 
 TEST_P(Checks, FailForAnIdThatIsNotQuoted) {
   EXPECT_EQ(-1, GetParam()("shut"));
-  EXPECT_EQ(6, fake_platform::LogPriority(Coloured(kRed, "SQLite: no such column: shut")));
+  EXPECT_EQ(6, fake_platform::LogPriority(Red("SQLite: no such column: shut")));
   EXPECT_EQ(-1, GetParam()("org.kelvo.shut"));
   EXPECT_EQ(-1, GetParam()("'it's 100%'"));
 }
@@ -82,16 +82,14 @@ class UsedApps : public DatabaseTest {
     return {"I app id:" + id + ", strSql:" + sql};
   }
   LogLines Prepared() const { return PrepareLines(database_.path()); }
-  static LogLines Match(const std::string& id) {
-    return {"I " + Coloured(kYellow, "[" + id + "] is recently(or most) used app")};
-  }
+  static LogLines Match(const std::string& id) { return {"I " + Yellow("[" + id + "] is recently(or most) used app")}; }
   static LogLines End(const std::string& id, int found) {
-    return {"I " + Coloured(kYellow, "[" + id + "] check db finish, result [" + std::to_string(found) + "]")};
+    return {"I " + Yellow("[" + id + "] check db finish, result [" + std::to_string(found) + "]")};
   }
 
   Binds binds_ = {{2, "", 3}};
   int result_ = 99;
-  const LogLines busy_ = {"E " + Coloured(kRed, "get app info fail:sql busy")};
+  const LogLines busy_ = {"E " + Red("get app info fail:sql busy")};
 };
 
 TEST_F(UsedApps, AMatchIsLoggedOnceAndTheOtherRowsAreReadPast) {
@@ -132,9 +130,9 @@ TEST_F(UsedApps, AFailedPrepareIsLoggedAndHandedOn) {
   EXPECT_EQ(-1, result_);
   EXPECT_EQ(Join({Start("app1", "nonsense"),
                   ConnectedLines(database_.path()),
-                  {"I unknow type 1", "E " + Coloured(kRed, "SQLite: near \"nonsense\": syntax error")},
+                  {"I unknow type 1", "E " + Red("SQLite: near \"nonsense\": syntax error")},
                   PreparedLine(-1),
-                  {"E " + Coloured(kRed, "Failed to prepare")}}),
+                  {"E " + Red("Failed to prepare")}}),
             log);
 }
 
@@ -146,7 +144,7 @@ TEST_F(UsedApps, ABusyPrepareIsLoggedAndHandedOn) {
                   ConnectedLines(database_.path()),
                   BusyPrepareLines(),
                   PreparedLine(-2),
-                  {"E " + Coloured(kRed, "Failed to prepare")}}),
+                  {"E " + Red("Failed to prepare")}}),
             log);
 }
 
@@ -230,7 +228,7 @@ TEST_F(Counting, WithoutAnyRowIsZeroAndInOrder) {
 
 TEST_F(Counting, NeedsAPlaceForTheCount) {
   sqlite_faults::Forget();
-  EXPECT_EQ((LogLines{"I Start:strParam:[],tableType:[9]", "E " + Coloured(kRed, "in param is NULL ")}),
+  EXPECT_EQ((LogLines{"I Start:strParam:[],tableType:[9]", "E " + Red("in param is NULL ")}),
             LogOf([] { EXPECT_EQ(-1, GetAppsTableCount(nullptr, "", 9, {})); }));
   EXPECT_TRUE(sqlite_faults::Prepared().empty());
 }
@@ -244,7 +242,7 @@ TEST_F(Counting, TheLastRowCounts) {
 TEST_F(Counting, AFailedOrBusyPrepareLeavesTheCountAlone) {
   EXPECT_EQ(Join({Start(" nonsense ("),
                   ConnectedLines(database_.path()),
-                  {"I unknow type 1", "E " + Coloured(kRed, "SQLite: near \"(\": syntax error")},
+                  {"I unknow type 1", "E " + Red("SQLite: near \"(\": syntax error")},
                   PreparedLine(-1)}),
             Run(" nonsense ("));
   EXPECT_EQ(-1, result_);

@@ -30,7 +30,7 @@ int FindOnInnerSide(const std::string& id) {
 }
 
 bool LoggedSqlite(const std::string& message) {
-  return fake_platform::LogPriority(Coloured(kRed, "SQLite: " + message)) == 6;
+  return fake_platform::LogPriority(Red("SQLite: " + message)) == 6;
 }
 
 bool LoggedAnySqliteMessage() {
@@ -101,13 +101,10 @@ TEST_F(Damage, WhatIsNoFileIsNotOpenedAndTheFileInItsPlaceIs) {
     EXPECT_EQ(0, InChild([&] {
                 if (Find("app1") != -1) return 1;
                 if (fake_platform::LogPriority("Failed to connect to DB : unable to open database file") != 4) return 2;
-                if (fake_platform::LogPriority(Coloured(kRed, "cannot open " + path + ": not a regular file")) != 6)
-                  return 3;
+                if (fake_platform::LogPriority(Red("cannot open " + path + ": not a regular file")) != 6) return 3;
                 fake_platform::Clear();
                 if (nuv_inner_db_init() != -1) return 4;
-                return fake_platform::LogPriority(Coloured(kRed, "cannot open " + path + ": not a regular file")) == 6
-                           ? 0
-                           : 5;
+                return fake_platform::LogPriority(Red("cannot open " + path + ": not a regular file")) == 6 ? 0 : 5;
               }));
     ASSERT_EQ(0, unlink(path.c_str()));
   }
@@ -117,7 +114,7 @@ TEST_F(Damage, WhatIsNoFileIsNotOpenedAndTheFileInItsPlaceIs) {
 
 TEST_F(Damage, AFailedOpeningIsAnErrorWithThePathAndSqlitesWords) {
   TakeAway();
-  const std::string line = Coloured(kRed, "cannot open " + database_.path() + ": unable to open database file");
+  const std::string line = Red("cannot open " + database_.path() + ": unable to open database file");
   for (int call = 0; call < 2; ++call) {
     fake_platform::Clear();
     EXPECT_EQ(-1, Find("app1"));

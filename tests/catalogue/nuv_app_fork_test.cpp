@@ -51,10 +51,9 @@ void RegisterBehindTheLibrary() {
       nullptr, nullptr);
 }
 
-const std::string kRefused = Coloured(
-    kRed,
-    "this process was forked while another thread was using SQLite: it has to exec before it uses the application "
-    "database");
+const std::string kRefused =
+    Red("this process was forked while another thread was using SQLite: it has to exec before it uses the application "
+        "database");
 
 // Of SQLite's start, of its memory, and of its files.
 constexpr int kSqliteMutexes[] = {SQLITE_MUTEX_STATIC_MAIN, SQLITE_MUTEX_STATIC_MEM, SQLITE_MUTEX_STATIC_VFS1};

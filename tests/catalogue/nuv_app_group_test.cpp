@@ -107,7 +107,7 @@ TEST_F(AppGroup, IsNamedByAKeyThatEndsAtItsFirstZeroByte) {
 
 TEST_F(AppGroup, IsUnknownWithoutAList) {
   EXPECT_EQ("3 before", Find("web"));
-  EXPECT_EQ(4, fake_platform::LogPriority(Coloured(kYellow, "the runtitle list ")));
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("the runtitle list ")));
   SetList("");
   EXPECT_EQ("3 before", Find("web"));
   database_.Run("update NUVConfigTable set value = null");
@@ -140,19 +140,19 @@ TEST_F(AppGroup, IsFoundByTheIdsThatALookupTakes) {
 TEST_F(AppGroup, LogsTheListAndItsPairsBeforeTheLookup) {
   SetList("100%s:here");
   const LogLines log = LogOf([this] { EXPECT_EQ("0 here", Find("100%s")); });
-  const LogLines start = Join({{"I Start : table:[NUVConfigTable] strkey:[RESERVED_27]"},
-                               OpenedLines(database_.path()),
-                               PreparedLine(0),
-                               RowLines(),
-                               {"I strValue =100%s:here"},
-                               DoneLines(),
-                               {"I Get DB finish:strName:[RESERVED_27],strValue:[100%s:here]",
-                                "I " + Coloured(kYellow, "the runtitle list 100%s:here"), "I find 100%s here",
-                                "I " + Coloured(kGreen, "Start, app_id:[here]")},
-                               GuardLines()});
+  const LogLines start =
+      Join({{"I Start : table:[NUVConfigTable] strkey:[RESERVED_27]"},
+            OpenedLines(database_.path()),
+            PreparedLine(0),
+            RowLines(),
+            {"I strValue =100%s:here"},
+            DoneLines(),
+            {"I Get DB finish:strName:[RESERVED_27],strValue:[100%s:here]",
+             "I " + Yellow("the runtitle list 100%s:here"), "I find 100%s here", "I " + Green("Start, app_id:[here]")},
+            GuardLines()});
   ASSERT_GE(log.size(), start.size());
   EXPECT_EQ(start, LogLines(log.begin(), log.begin() + static_cast<long>(start.size())));
-  EXPECT_EQ("I " + Coloured(kGreen, "Finish app_id:[here],ret[0]"), log.back());
+  EXPECT_EQ("I " + Green("Finish app_id:[here],ret[0]"), log.back());
 }
 
 TEST_F(AppGroup, LooksNothingUpForAGroupThatIsUnknown) {

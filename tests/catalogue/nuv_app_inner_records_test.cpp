@@ -4,7 +4,6 @@
 
 #include "database_test.h"
 #include "distinct_row.h"
-#include "full_row.h"
 #include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
 
@@ -54,7 +53,7 @@ class InnerRecords : public DatabaseTest {
     database_.Run("delete from widgetinfo");
     database_.Add("", row);
     StatementCycle cycle;
-    EXPECT_EQ(0, cycle.Begin(kFullRowSelect, {}));
+    EXPECT_EQ(0, cycle.Begin(AppDatabase::FullRowSelect(), {}));
     EXPECT_TRUE(cycle.NextRow());
     _APPS_INNER_INFO_T info = Filled();
     GetInnerInfo(info);

@@ -8,7 +8,6 @@
 
 #include "catalogue_log.h"
 #include "database_test.h"
-#include "full_row.h"
 #include "held_mutex.h"
 #include "record_line.h"
 
@@ -144,7 +143,7 @@ class SingleRow : public DatabaseTest, public ::testing::WithParamInterface<Work
   LogLines Prepared() const { return PrepareLines(database_.path()); }
   std::string Statement() const {
     const std::string statement = GetParam().statement;
-    return statement.find("select") == std::string::npos ? kFullRowSelect + statement : statement;
+    return statement.find("select") == std::string::npos ? AppDatabase::FullRowSelect() + statement : statement;
   }
 
   Output out_;
@@ -200,7 +199,7 @@ TEST_P(SingleRow, HandsAFailedPrepareOnWithoutALineOfItsOwn) {
   EXPECT_EQ(GetParam().before, Got());
   EXPECT_EQ(Join({Start(),
                   ConnectedLines(database_.path()),
-                  {"I unknow type 26", "E " + Coloured(kRed, "SQLite: not an error")},
+                  {"I unknow type 26", "E " + Red("SQLite: not an error")},
                   PreparedLine(-1)}),
             log);
 }

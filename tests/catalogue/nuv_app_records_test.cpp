@@ -4,7 +4,6 @@
 
 #include "database_test.h"
 #include "distinct_row.h"
-#include "full_row.h"
 #include "nuv_db_api/nuv_app_columns.h"
 #include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
@@ -53,7 +52,7 @@ class Records : public DatabaseTest {
 
   // Runs the mapping on the first row of the full-row statement.
   template <typename Mapping>
-  void Map(const Mapping& mapping, const std::string& select = kFullRowSelect) {
+  void Map(const Mapping& mapping, const std::string& select = AppDatabase::FullRowSelect()) {
     StatementCycle cycle;
     ASSERT_EQ(0, cycle.Begin(select, {}));
     ASSERT_TRUE(cycle.NextRow());
@@ -67,7 +66,7 @@ class Records : public DatabaseTest {
 };
 
 TEST_F(Records, ColumnListIsAFixedTableOfSixtyFiveSlots) {
-  EXPECT_EQ(kFullRowSelect, AppColumns::Select());
+  EXPECT_EQ(AppDatabase::FullRowSelect(), AppColumns::Select());
   EXPECT_EQ(65u * 30u, sizeof Column);
   for (size_t i = 0; i < AppColumns::kCount; ++i) {
     for (size_t j = strlen(Column[i]); j < 30; ++j) EXPECT_EQ('\0', Column[i][j]) << Column[i];

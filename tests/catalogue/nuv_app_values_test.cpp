@@ -7,7 +7,6 @@
 #include "catalogue_log.h"
 #include "database_test.h"
 #include "distinct_row.h"
-#include "full_row.h"
 #include "held_mutex.h"
 #include "nuv_db_api/nuv_app_queries.h"
 #include "record_line.h"
@@ -48,7 +47,7 @@ TEST_F(InnerList, AppendsEveryRow) {
   EXPECT_EQ("before app2 app1 app0 ", Ids());
   EXPECT_EQ(Join({Start(" order by app_index desc"), Opened(), Row("app2"), Row("app1"), Row("app0"), DoneLines()}),
             log);
-  EXPECT_EQ(std::vector<std::string>{std::string(kFullRowSelect) + " order by app_index desc"},
+  EXPECT_EQ(std::vector<std::string>{AppDatabase::FullRowSelect() + " order by app_index desc"},
             sqlite_faults::Prepared());
 }
 

@@ -2,6 +2,7 @@
 #include <nuv_common/nuv_lock.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "catalogue_log.h"
 #include "client_entries.h"
@@ -10,8 +11,8 @@
 
 namespace {
 
-const std::string kResetStart = "S " + Coloured(kGreen, "CkeckIsFactoryReset");
-const std::string kResetEnd = "I " + Coloured(kGreen, "CheckPkgmgrRecovering end");
+const std::string kResetStart = "S " + Green("CkeckIsFactoryReset");
+const std::string kResetEnd = "I " + Green("CheckPkgmgrRecovering end");
 
 // Replaces each mark.
 std::string Fill(std::string text, char mark, const std::string& value) {
@@ -41,7 +42,12 @@ class ClientEntry : public DatabaseTest, public ::testing::WithParamInterface<En
     database_.Add(by_id ? "key" : "app", row);
   }
 
-  int Run(const std::string& value = "key") { return GetParam().run(found_, Key(value).c_str()); }
+  // A check takes a whole list of ids.
+  int RunWith(const std::string& key) {
+    found_.emplace().SetKey(key);
+    return CallOf(GetParam().name).call(*found_);
+  }
+  int Run(const std::string& value = "key") { return RunWith(Key(value)); }
   LogLines LogOfRun(const std::string& value = "key") {
     return LogOf([&] { result_ = Run(value); });
   }
@@ -61,7 +67,7 @@ class ClientEntry : public DatabaseTest, public ::testing::WithParamInterface<En
   }
   LogLines Prepared() const { return PrepareLines(database_.path()); }
 
-  Found found_;
+  std::optional<Arguments> found_;
   int result_ = 99;
 };
 
@@ -75,7 +81,7 @@ TEST_P(ClientEntry, FindsAnApplicationThatCanBeUsed) {
   EXPECT_EQ(0, result_);
   const std::string id = GetParam().keys.front() == std::string("id") ? "key" : "app";
   EXPECT_EQ(
-      Join({BeforeQuery(), Prepared(), RowLines(), GetParam().row(found_, id), DoneLines(), QueryEnd(id), End(0)}),
+      Join({BeforeQuery(), Prepared(), RowLines(), GetParam().row(*found_, id), DoneLines(), QueryEnd(id), End(0)}),
       log);
   EXPECT_EQ(Fill(GetParam().statement, '@', Key("key")), sqlite_faults::Prepared().back());
 }
@@ -118,9 +124,7 @@ TEST_P(ClientEntry, IsRefusedDuringAFactoryReset) {
     fake_platform::SetFactoryReset(state);
     const LogLines log = LogOfRun();
     EXPECT_EQ(-1, result_);
-    EXPECT_EQ(
-        Join({Start(), {kResetStart, kResetEnd, "I " + Coloured(GetParam().reset_colour, "FactoryReset is true")}}),
-        log);
+    EXPECT_EQ(Join({Start(), {kResetStart, kResetEnd, "I " + GetParam().reset_colour("FactoryReset is true")}}), log);
   }
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
@@ -130,11 +134,10 @@ TEST_P(ClientEntry, IsRefusedWhilePackagesAreRepaired) {
   fake_platform::SetRepairMarker(true);
   const LogLines log = LogOfRun();
   EXPECT_EQ(-1, result_);
-  EXPECT_EQ(
-      Join({Start(),
-            {kResetStart, kResetEnd, "S " + Coloured(kGreen, "CheckPkgmgrRecovering"),
-             "I " + Coloured(kGreen, "CheckPkgmgrRecovering true"), "E " + Coloured(kRed, "Pkgmgr is recovering")}}),
-      log);
+  EXPECT_EQ(Join({Start(),
+                  {kResetStart, kResetEnd, "S " + Green("CheckPkgmgrRecovering"),
+                   "I " + Green("CheckPkgmgrRecovering true"), "E " + Red("Pkgmgr is recovering")}}),
+            log);
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
 
@@ -146,7 +149,7 @@ TEST_P(ClientEntry, IsNotRefusedInOtherStatesOfTheReset) {
   }
   fake_platform::SetFactoryReset(std::nullopt);
   EXPECT_EQ(0, Run());
-  EXPECT_EQ(6, fake_platform::LogPriority(Coloured(kRed, "Failed to get vconf value key=(db/nuv/factory_reset)")));
+  EXPECT_EQ(6, fake_platform::LogPriority(Red("Failed to get vconf value key=(db/nuv/factory_reset)")));
 }
 
 TEST_P(ClientEntry, RefusesNullArguments) {
@@ -161,7 +164,7 @@ TEST_P(ClientEntry, RefusesNullArguments) {
 }
 
 TEST_P(ClientEntry, RefusesAnEmptyKey) {
-  const LogLines log = LogOf([&] { result_ = GetParam().run(found_, ""); });
+  const LogLines log = LogOf([&] { result_ = RunWith(""); });
   EXPECT_EQ(-1, result_);
   EXPECT_EQ(Join({Start(""), GuardLines(), {GetParam().empty_line}}), log);
   EXPECT_TRUE(sqlite_faults::Openings().empty());
@@ -169,9 +172,8 @@ TEST_P(ClientEntry, RefusesAnEmptyKey) {
 
 TEST_P(ClientEntry, AsksTheGuardsBeforeItChecksItsArguments) {
   fake_platform::SetFactoryReset(1);
-  EXPECT_EQ(
-      Join({Start(""), {kResetStart, kResetEnd, "I " + Coloured(GetParam().reset_colour, "FactoryReset is true")}}),
-      LogOf([&] { EXPECT_EQ(-1, GetParam().run(found_, "")); }));
+  EXPECT_EQ(Join({Start(""), {kResetStart, kResetEnd, "I " + GetParam().reset_colour("FactoryReset is true")}}),
+            LogOf([&] { EXPECT_EQ(-1, RunWith("")); }));
 }
 
 TEST_P(ClientEntry, IsBusyWhereTheStatementCannotBeMade) {
@@ -198,7 +200,7 @@ TEST_P(ClientEntry, FailsWhereTheTableIsNotThere) {
   EXPECT_EQ(-1, result_);
   EXPECT_EQ(Join({BeforeQuery(),
                   OpenedLines(database_.path()),
-                  {"I unknow type 1", "E " + Coloured(kRed, "SQLite: no such table: widgetinfo")},
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: widgetinfo")},
                   PreparedLine(-1),
                   End(-1)}),
             log);
@@ -207,7 +209,8 @@ TEST_P(ClientEntry, FailsWhereTheTableIsNotThere) {
 TEST_P(ClientEntry, TakesTheMutexOfLaunchesOrLeavesItAlone) {
   AddKeyed();
   const auto call = [this] { EXPECT_EQ(0, Run()); };
-  EXPECT_TRUE(GetParam().takes_mutex ? TakesMutex(g_Mute, call) : LeavesMutexAlone(g_Mute, call));
+  const bool takes_it = CallOf(GetParam().name).mutex == Named::kLaunches;
+  EXPECT_TRUE(takes_it ? TakesMutex(g_Mute, call) : LeavesMutexAlone(g_Mute, call));
 }
 
 TEST_P(ClientEntry, NamesItselfInItsLines) {

@@ -8,10 +8,10 @@
 
 namespace {
 
-const std::string kResetStart = "S " + Coloured(kGreen, "CkeckIsFactoryReset");
-const std::string kResetEnd = "I " + Coloured(kGreen, "CheckPkgmgrRecovering end");
-const std::string kRepairStart = "S " + Coloured(kGreen, "CheckPkgmgrRecovering");
-const std::string kUnreadable = "E " + Coloured(kRed, "Failed to get vconf value key=(db/nuv/factory_reset)");
+const std::string kResetStart = "S " + Green("CkeckIsFactoryReset");
+const std::string kResetEnd = "I " + Green("CheckPkgmgrRecovering end");
+const std::string kRepairStart = "S " + Green("CheckPkgmgrRecovering");
+const std::string kUnreadable = "E " + Red("Failed to get vconf value key=(db/nuv/factory_reset)");
 
 TEST(DatabaseGuards, AFactoryResetIsInProgressInTheStatesOneAndTwoOnly) {
   for (const int state : {-2147483647 - 1, -1, 0, 1, 2, 3, 4, 257, 2147483647}) {
@@ -37,11 +37,11 @@ TEST(DatabaseGuards, AnUnreadableStateCountsAsNoReset) {
 TEST(DatabaseGuards, TheRepairMarkerMeansThatPackagesAreBeingRepaired) {
   bool recovering = false;
   fake_platform::SetRepairMarker(true);
-  EXPECT_EQ((LogLines{kRepairStart, "I " + Coloured(kGreen, "CheckPkgmgrRecovering true")}),
+  EXPECT_EQ((LogLines{kRepairStart, "I " + Green("CheckPkgmgrRecovering true")}),
             LogOf([&] { recovering = CheckPkgmgrRecovering(); }));
   EXPECT_TRUE(recovering);
   fake_platform::SetRepairMarker(false);
-  EXPECT_EQ((LogLines{kRepairStart, "I " + Coloured(kGreen, "CheckPkgmgrRecovering false")}),
+  EXPECT_EQ((LogLines{kRepairStart, "I " + Green("CheckPkgmgrRecovering false")}),
             LogOf([&] { recovering = CheckPkgmgrRecovering(); }));
   EXPECT_FALSE(recovering);
 }
@@ -50,7 +50,7 @@ TEST(DatabaseGuards, TheResetIsAskedFirstAndEndsTheQuestion) {
   fake_platform::SetFactoryReset(2);
   fake_platform::SetRepairMarker(true);
   bool refused = false;
-  EXPECT_EQ((LogLines{kResetStart, kResetEnd, "I " + Coloured(kYellow, "FactoryReset is true")}),
+  EXPECT_EQ((LogLines{kResetStart, kResetEnd, "I " + Yellow("FactoryReset is true")}),
             LogOf([&] { refused = ReadingIsRefused(); }));
   EXPECT_TRUE(refused);
 }
@@ -59,8 +59,8 @@ TEST(DatabaseGuards, TheRepairIsAskedSecond) {
   fake_platform::SetFactoryReset(0);
   fake_platform::SetRepairMarker(true);
   bool refused = false;
-  EXPECT_EQ((LogLines{kResetStart, kResetEnd, kRepairStart, "I " + Coloured(kGreen, "CheckPkgmgrRecovering true"),
-                      "E " + Coloured(kRed, "Pkgmgr is recovering")}),
+  EXPECT_EQ((LogLines{kResetStart, kResetEnd, kRepairStart, "I " + Green("CheckPkgmgrRecovering true"),
+                      "E " + Red("Pkgmgr is recovering")}),
             LogOf([&] { refused = ReadingIsRefused(); }));
   EXPECT_TRUE(refused);
 }

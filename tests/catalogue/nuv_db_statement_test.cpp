@@ -17,7 +17,7 @@ using sqlite_faults::Openings;
 using sqlite_faults::Prepared;
 
 std::string CannotOpen(const std::string& path, const std::string& words = "unable to open database file") {
-  return "E " + Coloured(kRed, "cannot open " + path + ": " + words);
+  return "E " + Red("cannot open " + path + ": " + words);
 }
 
 class Connection : public DatabaseTest {};
@@ -113,8 +113,7 @@ TEST_F(Preparing, FailsWithoutALineOfItsOwnWhereTheConnectionFails) {
 
 TEST_F(Preparing, FailsWhereThePlatformKnowsNoDirectory) {
   fake_platform::SetDatabaseDirectory(std::nullopt);
-  EXPECT_EQ(LogLines{"E " + Coloured(kRed, "path variable 24 has no value")},
-            LogOf([] { EXPECT_EQ(-1, Prepare("select 1")); }));
+  EXPECT_EQ(LogLines{"E " + Red("path variable 24 has no value")}, LogOf([] { EXPECT_EQ(-1, Prepare("select 1")); }));
   EXPECT_TRUE(Openings().empty());
 }
 
@@ -139,7 +138,7 @@ TEST_F(Preparing, AFailureDropsALiveStatementToo) {
 TEST_F(Preparing, AnErrorIsLoggedWithItsNumberAndWithSqlitesMessage) {
   ASSERT_EQ(0, Connect(database_.path()));
   EXPECT_EQ(Join({ConnectedLines(database_.path()),
-                  {"I unknow type 1", "E " + Coloured(kRed, "SQLite: no such table: nowhere")},
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: nowhere")},
                   PreparedLine(-1)}),
             LogOf([] { EXPECT_EQ(-1, Prepare("select 1 from nowhere")); }));
   EXPECT_EQ(nullptr, g_pStmt);
@@ -149,7 +148,7 @@ TEST_F(Preparing, AFailureEndsTheStatementThatItLeft) {
   ASSERT_EQ(0, Prepare("select 1"));
   DatabaseSide side = {"g_pStmt", [] {}, g_pConnection, g_pStmt};
   sqlite_faults::prepare_codes = {SQLITE_CORRUPT};
-  EXPECT_EQ((LogLines{"I unknow type 11", "E " + Coloured(kRed, "SQLite: not an error"), "I finalize m_pStmt"}),
+  EXPECT_EQ((LogLines{"I unknow type 11", "E " + Red("SQLite: not an error"), "I finalize m_pStmt"}),
             LogOf([&] { EXPECT_EQ(-1, PrepareWithRetry(side, "select 2")); }));
   EXPECT_EQ(nullptr, g_pStmt);
   EXPECT_EQ(0, LiveStatements());
@@ -173,10 +172,9 @@ TEST_F(Preparing, GivesUpAfterFiftyBusyAnswersAndFortyNineSleeps) {
 TEST_F(Preparing, TakesAFiftiethAnswerThatIsNotBusy) {
   ASSERT_EQ(0, Connect(database_.path()));
   sqlite_faults::prepare_codes = std::deque<int>(49, SQLITE_BUSY);
-  EXPECT_EQ(
-      Join({ConnectedLines(database_.path()),
-            Times(49, {"I prepare return SQLITE_BUSY", "I " + Coloured(kYellow, "retry prepare")}), PreparedLine(0)}),
-      LogOf([] { EXPECT_EQ(0, Prepare("select 1")); }));
+  EXPECT_EQ(Join({ConnectedLines(database_.path()),
+                  Times(49, {"I prepare return SQLITE_BUSY", "I " + Yellow("retry prepare")}), PreparedLine(0)}),
+            LogOf([] { EXPECT_EQ(0, Prepare("select 1")); }));
   EXPECT_EQ(50u, Prepared().size());
   EXPECT_EQ(49u, fake_platform::Effects().size());
 }
@@ -185,8 +183,8 @@ TEST_F(Preparing, AnErrorEndsTheTries) {
   ASSERT_EQ(0, Connect(database_.path()));
   sqlite_faults::prepare_codes = {SQLITE_BUSY, SQLITE_BUSY, SQLITE_IOERR};
   EXPECT_EQ(Join({ConnectedLines(database_.path()),
-                  Times(2, {"I prepare return SQLITE_BUSY", "I " + Coloured(kYellow, "retry prepare")}),
-                  {"I unknow type 10", "E " + Coloured(kRed, "SQLite: not an error")},
+                  Times(2, {"I prepare return SQLITE_BUSY", "I " + Yellow("retry prepare")}),
+                  {"I unknow type 10", "E " + Red("SQLite: not an error")},
                   PreparedLine(-1)}),
             LogOf([] { EXPECT_EQ(-1, Prepare("select 1")); }));
   EXPECT_EQ(2u, fake_platform::Effects().size());

@@ -31,7 +31,7 @@ TEST_F(Stepping, ReadsRowsUntilTheEndAndEndsTheStatement) {
 }
 
 TEST_F(Stepping, WithoutAStatementIsAnError) {
-  const LogLines lines = {"I Step start ", "E " + Coloured(kRed, "g_pStmt is NULL")};
+  const LogLines lines = {"I Step start ", "E " + Red("g_pStmt is NULL")};
   EXPECT_EQ(lines, LogOf([] { EXPECT_EQ(1, Step()); }));
   PrepareAll();
   EXPECT_EQ(101, Step());
@@ -52,7 +52,7 @@ TEST_F(Stepping, TakesAFiftiethAnswerThatIsNotBusy) {
   PrepareAll();
   sqlite_faults::step_codes = std::deque<int>(49, SQLITE_BUSY);
   EXPECT_EQ(Join({{"I Step start "},
-                  Times(49, {"I step return SQLITE_BUSY", "I " + Coloured(kYellow, "retry step")}),
+                  Times(49, {"I step return SQLITE_BUSY", "I " + Yellow("retry step")}),
                   {"I SQLITE_ROW : has another row ready"}}),
             LogOf([] { EXPECT_EQ(100, Step()); }));
   EXPECT_EQ(49u, fake_platform::Effects().size());
@@ -85,8 +85,8 @@ TEST_F(Stepping, EndsBusyWhereTheStatementVanishesDuringTheWait) {
     sqlite3_finalize(g_pStmt);
     g_pStmt = nullptr;
   });
-  EXPECT_EQ((LogLines{"I Step start ", "I step return SQLITE_BUSY", "I " + Coloured(kYellow, "retry step"),
-                      "E " + Coloured(kRed, "g_pStmt is NULL")}),
+  EXPECT_EQ((LogLines{"I Step start ", "I step return SQLITE_BUSY", "I " + Yellow("retry step"),
+                      "E " + Red("g_pStmt is NULL")}),
             LogOf([] { EXPECT_EQ(5, Step()); }));
 }
 

@@ -45,7 +45,7 @@ TEST_F(InnerConnection, OpensForReadingOnly) {
   EXPECT_EQ(database_.path(), sqlite_faults::Openings()[0].path);
   EXPECT_EQ(kFlagsReadOnly, sqlite_faults::Openings()[0].flags);
   EXPECT_FALSE(sqlite_faults::Openings()[0].with_vfs);
-  EXPECT_EQ(kConnected, LogLines());
+  EXPECT_EQ(kConnected, LogSoFar());
   EXPECT_EQ(0u, fake_platform::Log()[0].prefix.find("NuvClient nuv_db_connection.cpp: Connect_Inner("));
 }
 
@@ -56,7 +56,7 @@ TEST_F(InnerConnection, OpensForReadingAndWriting) {
   ASSERT_EQ(1u, sqlite_faults::Openings().size());
   EXPECT_EQ(kFlagsReadWrite, sqlite_faults::Openings()[0].flags);
   EXPECT_FALSE(sqlite_faults::Openings()[0].with_vfs);
-  EXPECT_EQ(kConnected, LogLines());
+  EXPECT_EQ(kConnected, LogSoFar());
 }
 
 TEST_F(InnerConnection, AnyOtherModeIsReadOnly) {
@@ -75,7 +75,7 @@ TEST_F(InnerConnection, AnOpenConnectionKeepsItsMode) {
   EXPECT_EQ(0, Connect_Inner(kReadOnly));
   EXPECT_EQ("read-write", Mode());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ(kAlreadyConnected, LogLines());
+  EXPECT_EQ(kAlreadyConnected, LogSoFar());
   DisConnect_Inner();
   ASSERT_EQ(0, Connect_Inner(kReadOnly));
   EXPECT_EQ(0, Connect_Inner(kReadWrite));
@@ -91,9 +91,9 @@ TEST_F(InnerConnection, AMissingFileIsNeverCreated) {
     EXPECT_EQ(mode, g_db_type);
     EXPECT_EQ("closed", Mode());
     EXPECT_NE(0, access(database_.path().c_str(), F_OK));
-    EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
-                     "4 Close DB "}),
-              LogLines());
+    EXPECT_EQ((LogLines{"I Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
+                        "I Close DB "}),
+              LogSoFar());
   }
   EXPECT_EQ(0, sqlite_faults::LiveConnections());
   EXPECT_EQ((std::vector<int>{kFlagsReadOnly, kFlagsReadWrite}), Flags());
@@ -109,9 +109,9 @@ TEST_F(InnerConnection, AFailedOpeningFinalizesTheStatementThatWasLeft) {
   fake_platform::Clear();
   EXPECT_EQ(-1, Connect_Inner(kReadWrite));
   EXPECT_EQ(nullptr, g_pStmt_Inner);
-  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
-                   "4 finalize g_pStmt_Inner ", "4 Close DB "}),
-            LogLines());
+  EXPECT_EQ((LogLines{"I Failed to connect to DB : unable to open database file", CannotOpen(database_.path()),
+                      "I finalize g_pStmt_Inner ", "I Close DB "}),
+            LogSoFar());
   EXPECT_EQ(SQLITE_OK, sqlite3_close(left)) << "no statement of it is live";
 }
 
@@ -122,9 +122,9 @@ TEST_F(InnerConnection, ThePathIsCutAt127CharactersWithANotice) {
   const std::string cut = (directory + "/.corvane.db").substr(0, 127);
   ASSERT_EQ(1u, sqlite_faults::Openings().size());
   EXPECT_EQ(cut, sqlite_faults::Openings()[0].path);
-  EXPECT_EQ((Lines{"6 " + Red("the path of the database is cut at 127 characters: " + cut),
-                   "4 Failed to connect to DB : unable to open database file", CannotOpen(cut), "4 Close DB "}),
-            LogLines());
+  EXPECT_EQ((LogLines{"E " + Red("the path of the database is cut at 127 characters: " + cut),
+                      "I Failed to connect to DB : unable to open database file", CannotOpen(cut), "I Close DB "}),
+            LogSoFar());
 }
 
 TEST_F(InnerConnection, APathOf127CharactersIsWhole) {
@@ -133,9 +133,9 @@ TEST_F(InnerConnection, APathOf127CharactersIsWhole) {
   EXPECT_EQ(-1, Connect_Inner(kReadOnly));
   ASSERT_EQ(1u, sqlite_faults::Openings().size());
   EXPECT_EQ(directory + "/.corvane.db", sqlite_faults::Openings()[0].path);
-  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file", CannotOpen(directory + "/.corvane.db"),
-                   "4 Close DB "}),
-            LogLines());
+  EXPECT_EQ((LogLines{"I Failed to connect to DB : unable to open database file",
+                      CannotOpen(directory + "/.corvane.db"), "I Close DB "}),
+            LogSoFar());
 }
 
 TEST_F(InnerConnection, WithoutAPathVariableNothingIsOpened) {
@@ -143,7 +143,7 @@ TEST_F(InnerConnection, WithoutAPathVariableNothingIsOpened) {
   EXPECT_EQ(-1, Connect_Inner(kReadOnly));
   EXPECT_TRUE(sqlite_faults::Openings().empty());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ((Lines{"6 " + Red("path variable 24 has no value")}), LogLines());
+  EXPECT_EQ((LogLines{"E " + Red("path variable 24 has no value")}), LogSoFar());
 }
 
 TEST_F(InnerConnection, WithoutMemoryForThePathNothingIsOpened) {
@@ -152,7 +152,7 @@ TEST_F(InnerConnection, WithoutMemoryForThePathNothingIsOpened) {
   path_buffer_fails = false;
   EXPECT_TRUE(sqlite_faults::Openings().empty());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ((Lines{"6 " + Red("malloc error")}), LogLines());
+  EXPECT_EQ((LogLines{"E " + Red("malloc error")}), LogSoFar());
   EXPECT_EQ(0, Connect_Inner(kReadOnly));
 }
 

@@ -11,17 +11,17 @@ constexpr const char* kCount =
     "select count(id) from widgetinfo where is_need_reset = ? and is_app_available = ? and install_state = ? ";
 constexpr const char* kWhere =
     " where is_need_reset = ? and is_app_available = ? and install_state = ?  order by app_index asc ";
-const Lines kStart = {"4 " + Green("[inner db] Start")};
-const Lines kNoCount = {"6 " + Red("[inner db] get DB fail ")};
-const Lines kNoList = {"6 " + Red("failed to get app list")};
-const Lines kSqlBusy = {"6 " + Red("get app info fail:sql busy")};
-const Lines kMapped = {"4 " + Green("begin to set app_info"), "4 " + Green("set app_info success!")};
+const LogLines kStart = {"I " + Green("[inner db] Start")};
+const LogLines kNoCount = {"E " + Red("[inner db] get DB fail ")};
+const LogLines kNoList = {"E " + Red("failed to get app list")};
+const LogLines kSqlBusy = {"E " + Red("get app info fail:sql busy")};
+const LogLines kMapped = {"I " + Green("begin to set app_info"), "I " + Green("set app_info success!")};
 
-Lines Counted(int total) {
-  return Join({kPrepared, kRow, kDone, {"4 " + Yellow("[inner db] num: " + std::to_string(total) + " end")}});
+LogLines Counted(int total) {
+  return Join({kPrepared, kRow, kDone, {"I " + Yellow("[inner db] num: " + std::to_string(total) + " end")}});
 }
-Lines Result(int code) {
-  return {"4 " + Green("iResult:[" + std::to_string(code) + "]")};
+LogLines Result(int code) {
+  return {"I " + Green("iResult:[" + std::to_string(code) + "]")};
 }
 
 int invented_total = 0;
@@ -68,7 +68,7 @@ TEST_F(InnerAppList, ListsByIndexWithAllLines) {
   EXPECT_EQ("a c", Ids());
   EXPECT_EQ("C", list_[1].title);
   EXPECT_EQ(30, list_[1].app_index);
-  EXPECT_EQ((Lines{kCount, std::string(InnerAppColumns::Select()) + kWhere}), sqlite_faults::Prepared());
+  EXPECT_EQ((LogLines{kCount, std::string(InnerAppColumns::Select()) + kWhere}), sqlite_faults::Prepared());
   EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
   EXPECT_EQ(
       Join({kStart,
@@ -84,15 +84,15 @@ TEST_F(InnerAppList, ListsByIndexWithAllLines) {
             kMapped,
             kDone,
             Result(101),
-            {"4 " + Green("app_id =a"), "4 " + Green("app_id =c"), "4 " + Green("[inner db]Finish,real_count:[2]")}}),
-      LogLines());
+            {"I " + Green("app_id =a"), "I " + Green("app_id =c"), "I " + Green("[inner db]Finish,real_count:[2]")}}),
+      LogSoFar());
 }
 
 TEST_F(InnerAppList, BindsIntegers) {
   database_.Add("a");
   ASSERT_EQ(0, nuv_inner_db_init());
   EXPECT_EQ(0, Get());
-  EXPECT_EQ((Lines{Fill(kCount, "0 1 3"), Fill(std::string(InnerAppColumns::Select()) + kWhere, "0 1 3")}),
+  EXPECT_EQ((LogLines{Fill(kCount, "0 1 3"), Fill(std::string(InnerAppColumns::Select()) + kWhere, "0 1 3")}),
             sqlite_faults::Executed());
 }
 
@@ -109,7 +109,7 @@ TEST_F(InnerAppList, NoApplicationIsASuccess) {
   EXPECT_EQ(0, Get());
   EXPECT_EQ(0, count_);
   EXPECT_TRUE(list_is_untouched_);
-  EXPECT_EQ(Join({kStart, kConnected, Counted(0), {"4 [inner db]real_count is 0 "}}), LogLines());
+  EXPECT_EQ(Join({kStart, kConnected, Counted(0), {"I [inner db]real_count is 0 "}}), LogSoFar());
 }
 
 TEST_F(InnerAppList, ANegativeTotalIsAFailure) {
@@ -117,8 +117,8 @@ TEST_F(InnerAppList, ANegativeTotalIsAFailure) {
   EXPECT_EQ(-1, Get());
   EXPECT_EQ(-3, count_);
   EXPECT_TRUE(list_is_untouched_);
-  EXPECT_EQ(Join({kStart, kAlreadyConnected, Counted(-3), {"6 " + Red("[inner db] real_count<0,it's wrong ")}}),
-            LogLines());
+  EXPECT_EQ(Join({kStart, kAlreadyConnected, Counted(-3), {"E " + Red("[inner db] real_count<0,it's wrong ")}}),
+            LogSoFar());
 }
 
 TEST_F(InnerAppList, RowsBeyondTheTotalAreSkipped) {
@@ -127,9 +127,9 @@ TEST_F(InnerAppList, RowsBeyondTheTotalAreSkipped) {
   EXPECT_EQ(0, Get());
   ASSERT_EQ(5, count_);
   EXPECT_EQ("app1 app2 app3 app4 app5", Ids());
-  const Lines rows = Times(5, Join({kRow, Result(100), kMapped}));
-  Lines ids;
-  for (int i = 1; i <= 5; ++i) ids.push_back("4 " + Green("app_id =app" + std::to_string(i)));
+  const LogLines rows = Times(5, Join({kRow, Result(100), kMapped}));
+  LogLines ids;
+  for (int i = 1; i <= 5; ++i) ids.push_back("I " + Green("app_id =app" + std::to_string(i)));
   EXPECT_EQ(Join({kStart,
                   kAlreadyConnected,
                   Counted(5),
@@ -141,8 +141,8 @@ TEST_F(InnerAppList, RowsBeyondTheTotalAreSkipped) {
                   kDone,
                   Result(101),
                   ids,
-                  {"4 " + Green("[inner db]Finish,real_count:[5]")}}),
-            LogLines());
+                  {"I " + Green("[inner db]Finish,real_count:[5]")}}),
+            LogSoFar());
 }
 
 TEST_F(InnerAppList, RecordsThatNoRowFillsKeepTheirDefaults) {
@@ -163,7 +163,7 @@ TEST_F(InnerAppList, NoRowWhereThereShouldBeOneIsAFailure) {
   EXPECT_FALSE(list_is_untouched_);
   EXPECT_EQ(nullptr, list_);
   EXPECT_EQ(Join({kStart, kAlreadyConnected, Counted(2), kAlreadyConnected, kPrepared, kDone, Result(101), kNoList}),
-            LogLines());
+            LogSoFar());
 }
 
 TEST_F(InnerAppList, ABusyFillIsAFailureEvenAfterRows) {
@@ -176,7 +176,7 @@ TEST_F(InnerAppList, ABusyFillIsAFailureEvenAfterRows) {
   EXPECT_EQ(nullptr, list_);
   EXPECT_EQ(Join({kStart, kConnected, Counted(2), kAlreadyConnected, kPrepared, kRow, Result(100), kMapped, kStepBusy,
                   Result(5), kSqlBusy, kNoList}),
-            LogLines());
+            LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
 }
 
@@ -187,7 +187,7 @@ TEST_F(InnerAppList, AFillThatCannotBePreparedIsAFailure) {
   EXPECT_EQ(0, count_);
   EXPECT_FALSE(list_is_untouched_);
   EXPECT_EQ(nullptr, list_);
-  EXPECT_EQ("6 " + Red("Failed to prepare"), LogLines().back());
+  EXPECT_EQ("E " + Red("Failed to prepare"), LogSoFar().back());
   sqlite_faults::prepare_codes = {0};
   sqlite_faults::prepare_codes.insert(sqlite_faults::prepare_codes.end(), 50, SQLITE_BUSY);
   EXPECT_EQ(-2, Get());
@@ -227,10 +227,10 @@ TEST_F(InnerAppList, ACountThatFailsIsAFailure) {
   EXPECT_TRUE(list_is_untouched_);
   EXPECT_EQ(Join({kStart,
                   kConnected,
-                  {"4 unknow type 1", "6 " + Red("SQLite: no such table: widgetinfo"), "6 " + Yellow("End,ret = -1")},
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: widgetinfo"), "E " + Yellow("End,ret = -1")},
                   kFailedToPrepare,
                   kNoCount}),
-            LogLines());
+            LogSoFar());
 }
 
 TEST_F(InnerAppList, ALockOfAnotherProcessMakesTheCountBusy) {
@@ -238,7 +238,7 @@ TEST_F(InnerAppList, ALockOfAnotherProcessMakesTheCountBusy) {
   EXPECT_EQ(-2, Get());
   EXPECT_EQ(0, count_);
   EXPECT_TRUE(list_is_untouched_);
-  EXPECT_EQ(Join({kStart, kConnected, kPrepareBusy, kFailedToPrepare, kNoCount}), LogLines());
+  EXPECT_EQ(Join({kStart, kConnected, kPrepareBusy, kFailedToPrepare, kNoCount}), LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
 }
 
@@ -247,7 +247,7 @@ TEST_F(InnerAppList, ALockAtTheStepOfTheCountMakesItBusy) {
   const auto locker = LockDatabase();
   Forget();
   EXPECT_EQ(-2, Get());
-  EXPECT_EQ(Join({kStart, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy, kNoCount}), LogLines());
+  EXPECT_EQ(Join({kStart, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy, kNoCount}), LogSoFar());
 }
 
 TEST_F(InnerAppList, IsRefusedWhilePackagesAreRepaired) {
@@ -255,7 +255,7 @@ TEST_F(InnerAppList, IsRefusedWhilePackagesAreRepaired) {
   EXPECT_EQ(-1, Get());
   EXPECT_EQ(77, count_);
   EXPECT_EQ(-1, nuv_inner_get_all_app_list(nullptr, nullptr));
-  EXPECT_EQ(Times(2, Join({kStart, kRecovering})), LogLines());
+  EXPECT_EQ(Times(2, Join({kStart, kRecovering})), LogSoFar());
   EXPECT_TRUE(Flags().empty());
 }
 
@@ -263,7 +263,7 @@ TEST_F(InnerAppList, NeedsPlacesForItsResults) {
   _APPSINFO_T* list = nullptr;
   EXPECT_EQ(-1, nuv_inner_get_all_app_list(nullptr, &count_));
   EXPECT_EQ(-1, nuv_inner_get_all_app_list(&list, nullptr));
-  EXPECT_EQ(Times(2, Join({kStart, {"6 " + Red("[inner db] in param is NULL ")}})), LogLines());
+  EXPECT_EQ(Times(2, Join({kStart, {"E " + Red("[inner db] in param is NULL ")}})), LogSoFar());
   EXPECT_EQ(77, count_);
   EXPECT_TRUE(Flags().empty());
 }

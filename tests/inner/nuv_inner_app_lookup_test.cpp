@@ -26,8 +26,8 @@ TEST_F(InnerLookup, ByIdLogsEachRow) {
   database_.Add("a", {{"kelvo_id", "k"}});
   database_.Add("b", {{"kelvo_id", "k"}});
   EXPECT_EQ("b", IdOf(nuv_inner_get_app_info_by_id, "k"));
-  const Lines row = {"4 " + Yellow("[inner db] SQLITE_ROW")};
-  EXPECT_EQ(Join({{"4 [inner db] get app info by app id [k]"},
+  const LogLines row = {"I " + Yellow("[inner db] SQLITE_ROW")};
+  EXPECT_EQ(Join({{"I [inner db] get app info by app id [k]"},
                   kConnected,
                   kPrepared,
                   kRow,
@@ -35,20 +35,20 @@ TEST_F(InnerLookup, ByIdLogsEachRow) {
                   kRow,
                   row,
                   kDone,
-                  {"4 [inner db] get app info by app id [k] success"}}),
-            LogLines());
+                  {"I [inner db] get app info by app id [k] success"}}),
+            LogSoFar());
 }
 
 TEST_F(InnerLookup, TheOtherLookupsDoNotLogRows) {
   database_.Add("a", {{"kelvo_id", "k"}});
   EXPECT_EQ("a", IdOf(nuv_inner_get_app_info_by_kelvoid, "k"));
-  EXPECT_EQ(Join({{"4 [inner db] get app info by kelvo id [k]"},
+  EXPECT_EQ(Join({{"I [inner db] get app info by kelvo id [k]"},
                   kConnected,
                   kPrepared,
                   kRow,
                   kDone,
-                  {"4 [inner db] get app info by kelvo id [k] success"}}),
-            LogLines());
+                  {"I [inner db] get app info by kelvo id [k] success"}}),
+            LogSoFar());
 }
 
 TEST_F(InnerLookup, TheLastOfSeveralMatchesWins) {
@@ -169,28 +169,28 @@ TEST_F(InnerUsage, AMatchIsLoggedAndTheRestIsSteppedThrough) {
     database_.Add(id, {{"use_count", 1 + id[0]}, {"launch_date", id}});
   }
   EXPECT_EQ(1, nuv_inner_check_most_used_app("b"));
-  EXPECT_EQ(Join({{"4 [inner db] check [b] is most used app or not"},
+  EXPECT_EQ(Join({{"I [inner db] check [b] is most used app or not"},
                   kConnected,
                   kPrepared,
                   kRow,
                   kRow,
-                  {"4 " + Yellow("[inner db] [b] is most used app or not")},
+                  {"I " + Yellow("[inner db] [b] is most used app or not")},
                   kRow,
                   kDone,
-                  {"4 " + Yellow("[inner db] [b] get db finish, result [1]")}}),
-            LogLines());
+                  {"I " + Yellow("[inner db] [b] get db finish, result [1]")}}),
+            LogSoFar());
   fake_platform::Clear();
   EXPECT_EQ(1, nuv_inner_check_recently_used_app("c"));
-  EXPECT_EQ(Join({{"4 [inner db] check [c] is recently used app or not"},
+  EXPECT_EQ(Join({{"I [inner db] check [c] is recently used app or not"},
                   kAlreadyConnected,
                   kPrepared,
                   kRow,
-                  {"4 " + Yellow("[inner db] [c] is recently used app")},
+                  {"I " + Yellow("[inner db] [c] is recently used app")},
                   kRow,
                   kRow,
                   kDone,
-                  {"4 " + Yellow("[inner db] [c] check db finish, result [1]")}}),
-            LogLines());
+                  {"I " + Yellow("[inner db] [c] check db finish, result [1]")}}),
+            LogSoFar());
 }
 
 }  // namespace

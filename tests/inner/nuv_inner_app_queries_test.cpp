@@ -40,7 +40,7 @@ auto Id(IdLookup* lookup) {
   return [=](const std::string& key) { return lookup(key, found_id); };
 }
 
-const std::string kEmptyAppId = "6 [inner db] app id is empty";
+const std::string kEmptyAppId = "E [inner db] app id is empty";
 
 const Query kQueries[] = {
     {"ById", Record(nuv_inner_get_app_info_by_id, false),
@@ -71,7 +71,7 @@ const Query kQueries[] = {
     {"IdByKelvoOrNativeId", Id(nuv_inner_get_appid_by_kelvoid_or_nativeid),
      "select id from widgetinfo where (kelvo_id = ? or hybrid_app = ?)", "'none' 'none'",
      "[inner db] get app id by kelvo id or native id [%]", "[inner db] get app id by kelvo id or native id [%] success",
-     "6 [inner db] id is empty", -1, true},
+     "E [inner db] id is empty", -1, true},
     {"MostUsed", nuv_inner_check_most_used_app, std::string(kUsageText) + "use_count desc limit ?", "0 1 3 0 0 3",
      "[inner db] check [%] is most used app or not", Yellow("[inner db] [%] get db finish, result [0]"), kEmptyAppId, 0,
      true},
@@ -81,7 +81,7 @@ const Query kQueries[] = {
 };
 
 std::string With(std::string line, const std::string& key) {
-  return "4 " + line.replace(line.find('%'), 1, key);
+  return "I " + line.replace(line.find('%'), 1, key);
 }
 
 class InnerQuery : public InnerTest, public ::testing::WithParamInterface<Query> {
@@ -103,8 +103,8 @@ class InnerQuery : public InnerTest, public ::testing::WithParamInterface<Query>
 
 TEST_P(InnerQuery, WithoutAMatchReadsToTheEnd) {
   EXPECT_EQ(GetParam().none, GetParam().call("none"));
-  EXPECT_EQ(Lines{GetParam().clause}, sqlite_faults::Prepared());
-  EXPECT_EQ(Join({{Start("none")}, kConnected, kPrepared, kDone, {With(GetParam().end, "none")}}), LogLines());
+  EXPECT_EQ(LogLines{GetParam().clause}, sqlite_faults::Prepared());
+  EXPECT_EQ(Join({{Start("none")}, kConnected, kPrepared, kDone, {With(GetParam().end, "none")}}), LogSoFar());
   EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
   ExpectUntouched();
 }
@@ -112,7 +112,7 @@ TEST_P(InnerQuery, WithoutAMatchReadsToTheEnd) {
 TEST_P(InnerQuery, BindsTextsAndIntegersInTheirOrder) {
   ASSERT_EQ(0, nuv_inner_db_init());
   EXPECT_EQ(GetParam().none, GetParam().call("none"));
-  EXPECT_EQ(Lines{Fill(GetParam().clause, GetParam().values)}, sqlite_faults::Executed());
+  EXPECT_EQ(LogLines{Fill(GetParam().clause, GetParam().values)}, sqlite_faults::Executed());
 }
 
 TEST_P(InnerQuery, UsesAnOpenConnectionAsItIs) {
@@ -125,37 +125,37 @@ TEST_P(InnerQuery, UsesAnOpenConnectionAsItIs) {
 TEST_P(InnerQuery, IsRefusedWhilePackagesAreRepaired) {
   fake_platform::SetRepairMarker(true);
   EXPECT_EQ(-1, GetParam().call("key"));
-  EXPECT_EQ(Join({{Start("key")}, kRecovering}), LogLines());
+  EXPECT_EQ(Join({{Start("key")}, kRecovering}), LogSoFar());
   fake_platform::Clear();
   EXPECT_EQ(-1, GetParam().call(""));
-  EXPECT_EQ(Join({{Start("")}, kRecovering}), LogLines()) << "the marker is asked for first";
+  EXPECT_EQ(Join({{Start("")}, kRecovering}), LogSoFar()) << "the marker is asked for first";
   EXPECT_TRUE(Flags().empty());
   ExpectUntouched();
 }
 
 TEST_P(InnerQuery, NeedsAKey) {
   EXPECT_EQ(-1, GetParam().call(""));
-  EXPECT_EQ((Lines{Start(""), GetParam().empty}), LogLines());
+  EXPECT_EQ((LogLines{Start(""), GetParam().empty}), LogSoFar());
   EXPECT_TRUE(Flags().empty());
 }
 
 TEST_P(InnerQuery, AKeyEndsAtItsFirstZeroByte) {
   using std::string_literals::operator""s;
   EXPECT_EQ(-1, GetParam().call("\0z"s));
-  EXPECT_EQ((Lines{Start(""), GetParam().empty}), LogLines());
+  EXPECT_EQ((LogLines{Start(""), GetParam().empty}), LogSoFar());
   EXPECT_TRUE(Flags().empty());
   ASSERT_EQ(0, nuv_inner_db_init());
   EXPECT_EQ(GetParam().none, GetParam().call("none\0z"s));
-  EXPECT_EQ(Lines{Fill(GetParam().clause, GetParam().values)}, sqlite_faults::Executed());
+  EXPECT_EQ(LogLines{Fill(GetParam().clause, GetParam().values)}, sqlite_faults::Executed());
 }
 
 TEST_P(InnerQuery, FailsWhereTheDatabaseCannotBeOpened) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, GetParam().call("key"));
-  EXPECT_EQ(Join({{Start("key"), "4 Failed to connect to DB : unable to open database file",
-                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "},
+  EXPECT_EQ(Join({{Start("key"), "I Failed to connect to DB : unable to open database file",
+                   CannotOpen(directory_.path() + "/.corvane.db"), "I Close DB "},
                   kFailedToPrepare}),
-            LogLines());
+            LogSoFar());
   ExpectUntouched();
 }
 
@@ -164,15 +164,15 @@ TEST_P(InnerQuery, FailsWhereTheStatementDoesNotCompile) {
   EXPECT_EQ(-1, GetParam().call("key"));
   EXPECT_EQ(Join({{Start("key")},
                   kConnected,
-                  {"4 unknow type 1", "6 " + Red("SQLite: no such table: widgetinfo"), "6 " + Yellow("End,ret = -1")},
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: widgetinfo"), "E " + Yellow("End,ret = -1")},
                   kFailedToPrepare}),
-            LogLines());
+            LogSoFar());
 }
 
 TEST_P(InnerQuery, ALockOfAnotherProcessMakesThePrepareBusy) {
   const auto locker = LockDatabase();
   EXPECT_EQ(-2, GetParam().call("key"));
-  EXPECT_EQ(Join({{Start("key")}, kConnected, kPrepareBusy, kFailedToPrepare}), LogLines());
+  EXPECT_EQ(Join({{Start("key")}, kConnected, kPrepareBusy, kFailedToPrepare}), LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
 }
 
@@ -181,8 +181,8 @@ TEST_P(InnerQuery, ALockOfAnotherProcessMakesTheStepBusy) {
   const auto locker = LockDatabase();
   Forget();
   EXPECT_EQ(-2, GetParam().call("key"));
-  EXPECT_EQ(Join({{Start("key")}, kAlreadyConnected, kPrepared, kStepBusy, {"6 " + Red("get app info fail:sql busy")}}),
-            LogLines());
+  EXPECT_EQ(Join({{Start("key")}, kAlreadyConnected, kPrepared, kStepBusy, {"E " + Red("get app info fail:sql busy")}}),
+            LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
   ExpectUntouched();
 }

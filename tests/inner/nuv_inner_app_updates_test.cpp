@@ -24,17 +24,18 @@ constexpr APPSINFO_UPDATE_KEY_e Key(int value) {
   return static_cast<APPSINFO_UPDATE_KEY_e>(value);
 }
 
-const Lines kStart = {"4 Start"};
-const Lines kFail = {"6 " + Red("update app info fail")};
-const Lines kSqlBusy = {"6 " + Red("update app info fail:sql busy")};
-const Lines kReadOnlyError = {"4 Step start ", "4 unknown type 8",
-                              "6 " + Red("SQLite: attempt to write a readonly database"), "4 finalize g_pStmt_Inner"};
+const LogLines kStart = {"I Start"};
+const LogLines kFail = {"E " + Red("update app info fail")};
+const LogLines kSqlBusy = {"E " + Red("update app info fail:sql busy")};
+const LogLines kReadOnlyError = {"I Step start ", "I unknown type 8",
+                                 "E " + Red("SQLite: attempt to write a readonly database"),
+                                 "I finalize g_pStmt_Inner"};
 
 // One of the local writes of a whole row condition.
 struct Write {
   const char* name;
   std::function<int(const std::string& id)> call;
-  Lines start;  // logged before the statement is prepared
+  LogLines start;  // logged before the statement is prepared
   bool locks;
 };
 void PrintTo(const Write& write, std::ostream* out) {
@@ -47,7 +48,7 @@ const Write kWrites[] = {
     {"ByKey", [](const std::string& id) { return nuv_db_update_app_by_key(id, Key(0)); }, {}, false},
     {"ByKeyValue", [](const std::string& id) { return nuv_db_update_app_by_key_value(id, Key(3), "2.0"); }, kStart,
      true},
-    {"Count", nuv_db_update_app_count, {"4 " + Yellow("time is 2025-03-07 09:05:03")}, false},
+    {"Count", nuv_db_update_app_count, {"I " + Yellow("time is 2025-03-07 09:05:03")}, false},
 };
 
 class InnerWrite : public InnerTest, public ::testing::WithParamInterface<Write> {
@@ -76,7 +77,7 @@ TEST_P(InnerWrite, ChangesOneApplication) {
   EXPECT_EQ(0, GetParam().call("app"));
   EXPECT_NE("1 1.0 4", State("app"));
   EXPECT_EQ("1 1.0 4", State("other"));
-  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kDone}), LogLines());
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kDone}), LogSoFar());
 }
 
 TEST_P(InnerWrite, NoSuchApplicationIsASuccess) {
@@ -89,7 +90,7 @@ TEST_P(InnerWrite, NoSuchApplicationIsASuccess) {
 TEST_P(InnerWrite, OpensForReadingOnlyWhereNothingIsOpenAndFails) {
   EXPECT_EQ(-1, GetParam().call("app"));
   EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
-  EXPECT_EQ(Join({GetParam().start, kConnected, kPrepared, kReadOnlyError, kFail}), LogLines());
+  EXPECT_EQ(Join({GetParam().start, kConnected, kPrepared, kReadOnlyError, kFail}), LogSoFar());
   ExpectUnchanged();
 }
 
@@ -97,10 +98,10 @@ TEST_P(InnerWrite, FailsWhereTheDatabaseCannotBeOpened) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, GetParam().call("app"));
   EXPECT_EQ(Join({GetParam().start,
-                  {"4 Failed to connect to DB : unable to open database file",
-                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "},
+                  {"I Failed to connect to DB : unable to open database file",
+                   CannotOpen(directory_.path() + "/.corvane.db"), "I Close DB "},
                   kFailedToPrepare}),
-            LogLines());
+            LogSoFar());
 }
 
 TEST_P(InnerWrite, ALockOfAnotherProcessMakesThePrepareBusy) {
@@ -108,7 +109,7 @@ TEST_P(InnerWrite, ALockOfAnotherProcessMakesThePrepareBusy) {
   auto locker = LockDatabase();
   Forget();
   EXPECT_EQ(-2, GetParam().call("app"));
-  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepareBusy, kFailedToPrepare}), LogLines());
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepareBusy, kFailedToPrepare}), LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
   locker.reset();
   ExpectUnchanged();
@@ -120,7 +121,7 @@ TEST_P(InnerWrite, ALockOfAnotherProcessMakesTheStepBusy) {
   auto locker = LockDatabase();
   Forget();
   EXPECT_EQ(-2, GetParam().call("app"));
-  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy}), LogLines());
+  EXPECT_EQ(Join({GetParam().start, kAlreadyConnected, kPrepared, kStepBusy, kSqlBusy}), LogSoFar());
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
   locker.reset();
   ExpectUnchanged();
@@ -134,9 +135,9 @@ TEST_P(InnerWrite, AConstraintIsAFailure) {
   EXPECT_EQ(Join({GetParam().start,
                   kAlreadyConnected,
                   kPrepared,
-                  {"4 Step start ", "4 unknown type 19", "6 " + Red("SQLite: refused"), "4 finalize g_pStmt_Inner"},
+                  {"I Step start ", "I unknown type 19", "E " + Red("SQLite: refused"), "I finalize g_pStmt_Inner"},
                   kFail}),
-            LogLines());
+            LogSoFar());
   ExpectUnchanged();
 }
 
@@ -150,7 +151,7 @@ TEST_P(InnerWrite, OnlyTheWriteOfAValueLocksAndAsksForTheRepairMarker) {
   Forget();
   if (GetParam().locks) {
     EXPECT_EQ(-1, GetParam().call("app"));
-    EXPECT_EQ(Join({kStart, kRecovering}), LogLines());
+    EXPECT_EQ(Join({kStart, kRecovering}), LogSoFar());
     ExpectUnchanged();
   } else {
     EXPECT_EQ(0, GetParam().call("app"));
@@ -175,8 +176,8 @@ class InnerWrites : public InnerTest {
 
 TEST_F(InnerWrites, KeyZeroMarksTheUpdateAsHandled) {
   EXPECT_EQ(0, nuv_db_update_app_by_key("app", Key(0)));
-  EXPECT_EQ(Lines{"update widgetinfo set is_updated = ?  where id = ?"}, sqlite_faults::Prepared());
-  EXPECT_EQ(Lines{"update widgetinfo set is_updated = 0  where id = 'app'"}, sqlite_faults::Executed());
+  EXPECT_EQ(LogLines{"update widgetinfo set is_updated = ?  where id = ?"}, sqlite_faults::Prepared());
+  EXPECT_EQ(LogLines{"update widgetinfo set is_updated = 0  where id = 'app'"}, sqlite_faults::Executed());
   EXPECT_EQ("0", Field("is_updated"));
 }
 
@@ -184,7 +185,7 @@ TEST_F(InnerWrites, OtherKeysNeedAValue) {
   for (const int key : {1, 2, 3, 4, 5, 6, 7, 8, -1, 0x7fffffff}) {
     Forget();
     EXPECT_EQ(-1, nuv_db_update_app_by_key("app", Key(key)));
-    EXPECT_EQ(Lines{"6 " + Red("unknown key " + std::to_string(key))}, LogLines());
+    EXPECT_EQ(LogLines{"E " + Red("unknown key " + std::to_string(key))}, LogSoFar());
     EXPECT_TRUE(sqlite_faults::Prepared().empty());
   }
 }
@@ -193,7 +194,7 @@ TEST_F(InnerWrites, KeyZeroAndUnknownKeysTakeNoValue) {
   for (const int key : {0, 8, -1, 0x7fffffff}) {
     Forget();
     EXPECT_EQ(-1, nuv_db_update_app_by_key_value("app", Key(key), "1"));
-    EXPECT_EQ(Join({kStart, {"6 " + Red("unknown key " + std::to_string(key))}}), LogLines());
+    EXPECT_EQ(Join({kStart, {"E " + Red("unknown key " + std::to_string(key))}}), LogSoFar());
     EXPECT_TRUE(sqlite_faults::Prepared().empty());
   }
   EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(2), "1")) << "the lock was given back";
@@ -205,8 +206,8 @@ TEST_F(InnerWrites, KeysTwoToSevenTakeOneText) {
   for (const auto& [key, column] : fields) {
     Forget();
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "1"));
-    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = ?  where id = ? "}, sqlite_faults::Prepared());
-    EXPECT_EQ(Lines{"update widgetinfo set " + column + " = '1'  where id = 'app' "}, sqlite_faults::Executed());
+    EXPECT_EQ(LogLines{"update widgetinfo set " + column + " = ?  where id = ? "}, sqlite_faults::Prepared());
+    EXPECT_EQ(LogLines{"update widgetinfo set " + column + " = '1'  where id = 'app' "}, sqlite_faults::Executed());
     EXPECT_EQ("1", Field(column));
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(key), "it's, \"two\""));
     EXPECT_EQ("it's, \"two\"", Field(column));
@@ -223,9 +224,11 @@ TEST_F(InnerWrites, KeyOneIsCutAtTheFirstComma) {
   for (const auto& [value, app, org] : values) {
     Forget();
     EXPECT_EQ(0, nuv_db_update_app_by_key_value("app", Key(1), value));
-    EXPECT_EQ(Lines{"update widgetinfo set ait_appid = ? , ait_orgid = ?  where id = ? "}, sqlite_faults::Prepared());
-    EXPECT_EQ(Lines{"update widgetinfo set ait_appid = '" + app + "' , ait_orgid = '" + org + "'  where id = 'app' "},
-              sqlite_faults::Executed());
+    EXPECT_EQ(LogLines{"update widgetinfo set ait_appid = ? , ait_orgid = ?  where id = ? "},
+              sqlite_faults::Prepared());
+    EXPECT_EQ(
+        LogLines{"update widgetinfo set ait_appid = '" + app + "' , ait_orgid = '" + org + "'  where id = 'app' "},
+        sqlite_faults::Executed());
     EXPECT_EQ(app, Field("ait_appid"));
     EXPECT_EQ(org, Field("ait_orgid"));
   }
@@ -240,8 +243,8 @@ TEST_F(InnerWrites, ALaunchIsCountedWithItsLocalTime) {
   EXPECT_EQ("2025-03-07 09:05:03", Field("launch_date"));
   const std::string head =
       "update widgetinfo set use_count =  use_count+1, launch_date = '2025-03-07 09:05:03' where id = ";
-  EXPECT_EQ(Lines{head + "?"}, sqlite_faults::Prepared());
-  EXPECT_EQ(Lines{head + "'app'"}, sqlite_faults::Executed());
+  EXPECT_EQ(LogLines{head + "?"}, sqlite_faults::Prepared());
+  EXPECT_EQ(LogLines{head + "'app'"}, sqlite_faults::Executed());
   EXPECT_EQ(4, fake_platform::LogPriority(Yellow("time is 2025-03-07 09:05:03")));
 }
 
@@ -266,9 +269,9 @@ TEST_F(InnerWrites, TheTimeIsThatOfTheCall) {
 TEST_F(InnerWrites, CheckingForAnInstallationIsWithdrawn) {
   EXPECT_EQ(-1, nuv_inner_check_app_installing("app"));
   EXPECT_EQ(
-      Lines{"5 " + Green("DEPRECATION WARNING: nuv_inner_check_app_installing() is deprecated and will be removed "
-                         "from next release.")},
-      LogLines());
+      LogLines{"W " + Green("DEPRECATION WARNING: nuv_inner_check_app_installing() is deprecated and will be removed "
+                            "from next release.")},
+      LogSoFar());
 }
 
 }  // namespace

@@ -23,14 +23,14 @@ void PrintTo(const Forwarder& forwarder, std::ostream* out) {
 
 const Forwarder kForwarders[] = {
     {"Count", "nuv_update_app_count", [] { return nuv_dbus_update_app_count("app"); }, "(s)", "('app',)",
-     "4 Start, appid [app]", "update app count state: "},
+     "I Start, appid [app]", "update app count state: "},
     {"Version", "nuv_update_app_version", [] { return nuv_dbus_update_app_version("app", "2.0"); }, "(ss)",
-     "('app', '2.0')", "4 Start appid [app]", "update app version state : "},
+     "('app', '2.0')", "I Start appid [app]", "update app version state : "},
     {"ByKey", "nuv_update_app_by_key",
      [] { return nuv_dbus_update_app_by_key("app", static_cast<APPSINFO_UPDATE_KEY_e>(-7)); }, "(si)", "('app', -7)",
-     "4 Start app[app], key[-7]", "update app info by key state : "},
+     "I Start app[app], key[-7]", "update app info by key state : "},
     {"Command", "nuv_command", [] { return nuv_dbus_nuv_command(-3, "app", "/path", "data"); }, "(isss)",
-     "(-3, 'app', '/path', 'data')", "4 Start cmd[-3] app_id[app] pkg_path[/path] data[data]", ""},
+     "(-3, 'app', '/path', 'data')", "I Start cmd[-3] app_id[app] pkg_path[/path] data[data]", ""},
 };
 
 class InnerForwarder : public InnerBusTest, public ::testing::WithParamInterface<Forwarder> {
@@ -42,7 +42,7 @@ class InnerForwarder : public InnerBusTest, public ::testing::WithParamInterface
   void ExpectNoAnswer() {
     fake_platform::Clear();
     EXPECT_EQ(NoAnswer(), GetParam().call());
-    EXPECT_EQ(Lines{GetParam().start}, LogLines());
+    EXPECT_EQ(LogLines{GetParam().start}, LogSoFar());
   }
 };
 
@@ -69,9 +69,9 @@ TEST_P(InnerForwarder, TheServicesAnswerIsTheResult) {
     service_->AnswerTo(GetParam().method, {Answer::kReply, "(" + std::to_string(state) + ",)"});
     fake_platform::Clear();
     EXPECT_EQ(ReadsTheAnswer() ? state : 0, GetParam().call());
-    Lines lines = {GetParam().start};
-    if (ReadsTheAnswer()) lines.push_back("4 " + GetParam().state + "[" + std::to_string(state) + "]");
-    EXPECT_EQ(lines, LogLines());
+    LogLines lines = {GetParam().start};
+    if (ReadsTheAnswer()) lines.push_back("I " + GetParam().state + "[" + std::to_string(state) + "]");
+    EXPECT_EQ(lines, LogSoFar());
   }
 }
 
@@ -99,7 +99,7 @@ TEST_P(InnerForwarder, WithoutAServiceThereIsNoAnswer) {
 TEST_P(InnerForwarder, WithoutABusItFails) {
   bus_.Kill();
   EXPECT_EQ(-1, GetParam().call());
-  EXPECT_EQ((Lines{GetParam().start, "6 get inner db proxy error"}), LogLines());
+  EXPECT_EQ((LogLines{GetParam().start, "E get inner db proxy error"}), LogSoFar());
 }
 
 TEST_P(InnerForwarder, RecoversWithTheBus) {
@@ -173,7 +173,7 @@ TEST_F(InnerLink, VersionAndCommandAreRefusedWhilePackagesAreRepaired) {
   fake_platform::SetRepairMarker(true);
   EXPECT_EQ(-1, nuv_inner_update_app_version("app", "2.0"));
   EXPECT_EQ(-1, nuv_inner_nuv_command(4, "a", "b", "c"));
-  EXPECT_EQ(Times(2, {"4 " + Yellow("Pkgmgr is recovering")}), LogLines());
+  EXPECT_EQ(Times(2, {"I " + Yellow("Pkgmgr is recovering")}), LogSoFar());
   EXPECT_TRUE(service_->Calls().empty());
 }
 

@@ -5,17 +5,17 @@
 
 namespace {
 
-const Lines kToReadWrite = {"4 " + Yellow("[inner db]connect rw db")};
-const Lines kToReadOnly = {"4 " + Yellow("[inner db]connect ro db")};
-const Lines kIsReadWrite = {"4 " + Yellow("[inner db]connected ro db")};
-const Lines kIsReadOnly = {"4 " + Yellow("[inner db]connected rw db")};
+const LogLines kToReadWrite = {"I " + Yellow("[inner db]connect rw db")};
+const LogLines kToReadOnly = {"I " + Yellow("[inner db]connect ro db")};
+const LogLines kIsReadWrite = {"I " + Yellow("[inner db]connected ro db")};
+const LogLines kIsReadOnly = {"I " + Yellow("[inner db]connected rw db")};
 
 class InnerDb : public InnerTest {
  protected:
   void LoseFile() { fake_platform::SetDatabaseDirectory(directory_.path()); }
-  Lines FailedOpening() {
-    return {"4 Failed to connect to DB : unable to open database file", CannotOpen(directory_.path() + "/.corvane.db"),
-            "4 Close DB "};
+  LogLines FailedOpening() {
+    return {"I Failed to connect to DB : unable to open database file", CannotOpen(directory_.path() + "/.corvane.db"),
+            "I Close DB "};
   }
   void RestoreFile() { fake_platform::SetDatabaseDirectory(database_.directory()); }
 };
@@ -26,7 +26,7 @@ TEST_F(InnerDb, InitOpensForReadingAndWriting) {
   EXPECT_EQ(1, g_db_type);
   EXPECT_EQ(std::vector<int>{kFlagsReadWrite}, Flags());
   EXPECT_FALSE(sqlite_faults::Openings()[0].with_vfs);
-  EXPECT_EQ(Join({{"4 DB init"}, kConnected, {"6 " + Yellow("success to open nuv db")}}), LogLines());
+  EXPECT_EQ(Join({{"I DB init"}, kConnected, {"E " + Yellow("success to open nuv db")}}), LogSoFar());
   EXPECT_EQ(0u, fake_platform::Log()[0].prefix.find("NuvClient nuv_inner_db.cpp: nuv_inner_db_init("));
 }
 
@@ -34,7 +34,7 @@ TEST_F(InnerDb, InitFailsWithoutAFile) {
   LoseFile();
   EXPECT_EQ(-1, nuv_inner_db_init());
   EXPECT_EQ("closed", Mode());
-  EXPECT_EQ(Join({{"4 DB init"}, FailedOpening(), {"6 " + Red("Failed to open nuv db")}}), LogLines());
+  EXPECT_EQ(Join({{"I DB init"}, FailedOpening(), {"E " + Red("Failed to open nuv db")}}), LogSoFar());
   RestoreFile();
   EXPECT_EQ(0, nuv_inner_db_init());
 }
@@ -46,7 +46,7 @@ TEST_F(InnerDb, InitLeavesAnOpenConnectionAsItIs) {
   EXPECT_EQ("read-only", Mode());
   EXPECT_EQ(0, g_db_type);
   EXPECT_TRUE(Flags().empty());
-  EXPECT_EQ(Join({{"4 DB init"}, kAlreadyConnected, {"6 " + Yellow("success to open nuv db")}}), LogLines());
+  EXPECT_EQ(Join({{"I DB init"}, kAlreadyConnected, {"E " + Yellow("success to open nuv db")}}), LogSoFar());
 }
 
 TEST_F(InnerDb, InitAndTheExchangesDoNotAskForTheRepairMarker) {
@@ -67,12 +67,12 @@ TEST_F(InnerDb, TheRepairMarkerIsAFile) {
 TEST_F(InnerDb, BeforeAnyOpeningOnlyTheReadOnlyExchangeOpens) {
   nuv_db_rw_exchange();
   EXPECT_EQ("closed", Mode());
-  EXPECT_EQ(kIsReadWrite, LogLines());
+  EXPECT_EQ(kIsReadWrite, LogSoFar());
   Forget();
   nuv_db_ro_exchange();
   EXPECT_EQ("read-only", Mode());
   EXPECT_EQ(0, g_db_type);
-  EXPECT_EQ(Join({kConnected, kToReadOnly}), LogLines());
+  EXPECT_EQ(Join({kConnected, kToReadOnly}), LogSoFar());
   EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
 }
 
@@ -88,15 +88,15 @@ TEST_F(InnerDb, ExchangingTwiceReopensOnce) {
   nuv_db_ro_exchange();
   Forget();
   nuv_db_rw_exchange();
-  EXPECT_EQ(Join({kConnected, kToReadWrite}), LogLines());
+  EXPECT_EQ(Join({kConnected, kToReadWrite}), LogSoFar());
   nuv_db_rw_exchange();
-  EXPECT_EQ(Join({kConnected, kToReadWrite, kIsReadWrite}), LogLines());
+  EXPECT_EQ(Join({kConnected, kToReadWrite, kIsReadWrite}), LogSoFar());
   EXPECT_EQ(std::vector<int>{kFlagsReadWrite}, Flags());
   EXPECT_EQ("read-write", Mode());
   Forget();
   nuv_db_ro_exchange();
   nuv_db_ro_exchange();
-  EXPECT_EQ(Join({kConnected, kToReadOnly, kIsReadOnly}), LogLines());
+  EXPECT_EQ(Join({kConnected, kToReadOnly, kIsReadOnly}), LogSoFar());
   EXPECT_EQ(std::vector<int>{kFlagsReadOnly}, Flags());
   EXPECT_EQ(1, sqlite_faults::LiveConnections());
 }
@@ -108,12 +108,12 @@ TEST_F(InnerDb, AnExchangeThatCannotOpenKeepsTheModeItTried) {
   nuv_db_ro_exchange();
   EXPECT_EQ("closed", Mode());
   EXPECT_EQ(0, g_db_type);
-  EXPECT_EQ(Join({FailedOpening(), kToReadOnly}), LogLines()) << "the result is ignored";
+  EXPECT_EQ(Join({FailedOpening(), kToReadOnly}), LogSoFar()) << "the result is ignored";
   Forget();
   nuv_db_rw_exchange();
   EXPECT_EQ("closed", Mode());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ(Join({FailedOpening(), kToReadWrite}), LogLines());
+  EXPECT_EQ(Join({FailedOpening(), kToReadWrite}), LogSoFar());
   RestoreFile();
   nuv_db_rw_exchange();
   EXPECT_EQ("closed", Mode()) << "the mode is read-write already";

@@ -26,10 +26,10 @@ void PrintTo(const Change& change, std::ostream* out) {
 const Change kChanges[] = {
     {"ByKey", "nuv_update_app_by_key",
      [](const std::string& id) { return nuv_inner_update_app_by_key(id, APPSINFO_UPDATE_IS_UPDATED); }, "is_updated",
-     "0", "4 [inner db] update app info [%] by key 0", "4 [inner db] update app key success",
-     "6 " + Red("Appid is empty")},
-    {"Count", "nuv_update_app_count", nuv_inner_update_app_count, "use_count", "2", "4 [inner db] [%] update count",
-     "4 [inner db] get app count success", "6 " + Red("App id is empty")},
+     "0", "I [inner db] update app info [%] by key 0", "I [inner db] update app key success",
+     "E " + Red("Appid is empty")},
+    {"Count", "nuv_update_app_count", nuv_inner_update_app_count, "use_count", "2", "I [inner db] [%] update count",
+     "I [inner db] get app count success", "E " + Red("App id is empty")},
 };
 
 class InnerChange : public InnerBusTest, public ::testing::WithParamInterface<Change> {
@@ -85,27 +85,27 @@ TEST_P(InnerChange, AnyAnswerButMinusOneIsTheResult) {
 TEST_P(InnerChange, LogsAForwardedChange) {
   WarmUp();
   EXPECT_EQ(0, GetParam().call("app"));
-  const Lines lines = LogLines();
+  const LogLines lines = LogSoFar();
   ASSERT_EQ(6u, lines.size());
-  EXPECT_EQ(Join({{Start("app")}, kConnected, {"4 " + Yellow("[inner db]connect ro db")}}),
-            Lines(lines.begin(), lines.begin() + 3));
+  EXPECT_EQ(Join({{Start("app")}, kConnected, {"I " + Yellow("[inner db]connect ro db")}}),
+            LogLines(lines.begin(), lines.begin() + 3));
   EXPECT_EQ(GetParam().end, lines[5]);
   fake_platform::Clear();
   EXPECT_EQ(0, GetParam().call("app"));
-  EXPECT_EQ("4 " + Yellow("[inner db]connected rw db"), LogLines()[1]);
+  EXPECT_EQ("I " + Yellow("[inner db]connected rw db"), LogSoFar()[1]);
 }
 
 TEST_P(InnerChange, LogsALocalWrite) {
   WarmUp();
   service_->AnswerTo(GetParam().method, {Answer::kReply, "(-1,)"});
   EXPECT_EQ(Written(), Make());
-  Lines lines = LogLines();
+  LogLines lines = LogSoFar();
   ASSERT_LT(8u, lines.size());
   lines.erase(lines.begin(), lines.begin() + 5);  // until the answer is read
-  Lines time;
+  LogLines time;
   if (lines[2].find("time is ") != std::string::npos) time.push_back(lines[2]);
   EXPECT_EQ(Join({kConnected,
-                  {"4 " + Yellow("[inner db]connect rw db")},
+                  {"I " + Yellow("[inner db]connect rw db")},
                   time,
                   kAlreadyConnected,
                   kPrepared,
@@ -215,7 +215,7 @@ TEST_P(InnerChange, IsRefusedWhilePackagesAreRepaired) {
   WarmUp();
   fake_platform::SetRepairMarker(true);
   EXPECT_EQ(-1, GetParam().call("app"));
-  EXPECT_EQ(Join({{Start("app")}, kRecovering}), LogLines());
+  EXPECT_EQ(Join({{Start("app")}, kRecovering}), LogSoFar());
   EXPECT_TRUE(service_->Calls().empty());
   EXPECT_TRUE(Flags().empty());
 }
@@ -223,7 +223,7 @@ TEST_P(InnerChange, IsRefusedWhilePackagesAreRepaired) {
 TEST_P(InnerChange, NeedsAnId) {
   WarmUp();
   EXPECT_EQ(-1, GetParam().call(""));
-  EXPECT_EQ((Lines{Start(""), GetParam().empty}), LogLines());
+  EXPECT_EQ((LogLines{Start(""), GetParam().empty}), LogSoFar());
   EXPECT_TRUE(service_->Calls().empty());
   EXPECT_TRUE(Flags().empty());
 }
@@ -234,7 +234,7 @@ TEST_P(InnerChange, ALocalWriteThatStaysBusyIsTheResult) {
   const auto locker = LockDatabase();
   EXPECT_EQ(-2, GetParam().call("app"));
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
-  EXPECT_EQ(GetParam().end, LogLines().back()) << "whatever the result";
+  EXPECT_EQ(GetParam().end, LogSoFar().back()) << "whatever the result";
 }
 
 TEST_P(InnerChange, WithoutADatabaseTheServiceIsAskedAllTheSame) {

@@ -17,8 +17,8 @@ TEST_F(InnerStatements, PreparingOpensInTheModeAskedFor) {
     EXPECT_EQ(0, Prepare_Inner("select id from widgetinfo", mode));
     EXPECT_NE(nullptr, g_pStmt_Inner);
     EXPECT_EQ(mode == kReadWrite ? "read-write" : "read-only", Mode());
-    EXPECT_EQ(Join({kConnected, kPrepared}), LogLines());
-    EXPECT_EQ(Lines{"select id from widgetinfo"}, sqlite_faults::Prepared());
+    EXPECT_EQ(Join({kConnected, kPrepared}), LogSoFar());
+    EXPECT_EQ(LogLines{"select id from widgetinfo"}, sqlite_faults::Prepared());
     Finish();
     DisConnect_Inner();
   }
@@ -31,7 +31,7 @@ TEST_F(InnerStatements, PreparingKeepsTheModeOfAnOpenConnection) {
   EXPECT_EQ("read-write", Mode());
   EXPECT_EQ(1, g_db_type);
   EXPECT_TRUE(Flags().empty());
-  EXPECT_EQ(Join({kAlreadyConnected, kPrepared}), LogLines());
+  EXPECT_EQ(Join({kAlreadyConnected, kPrepared}), LogSoFar());
   Finish();
 }
 
@@ -50,17 +50,17 @@ TEST_F(InnerStatements, PreparingFailsWhereOpeningFails) {
   EXPECT_EQ(-1, Prepare_Inner("select id from widgetinfo", kReadWrite));
   EXPECT_EQ(nullptr, g_pStmt_Inner);
   EXPECT_TRUE(sqlite_faults::Prepared().empty());
-  EXPECT_EQ((Lines{"4 Failed to connect to DB : unable to open database file",
-                   CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "}),
-            LogLines());
+  EXPECT_EQ((LogLines{"I Failed to connect to DB : unable to open database file",
+                      CannotOpen(directory_.path() + "/.corvane.db"), "I Close DB "}),
+            LogSoFar());
 }
 
 TEST_F(InnerStatements, AWrongStatementIsAnError) {
   EXPECT_EQ(-1, Prepare_Inner("select id from nowhere", kReadOnly));
   EXPECT_EQ(nullptr, g_pStmt_Inner);
   EXPECT_EQ(Join({kConnected,
-                  {"4 unknow type 1", "6 " + Red("SQLite: no such table: nowhere"), "6 " + Yellow("End,ret = -1")}}),
-            LogLines());
+                  {"I unknow type 1", "E " + Red("SQLite: no such table: nowhere"), "E " + Yellow("End,ret = -1")}}),
+            LogSoFar());
 }
 
 TEST_F(InnerStatements, ABusyPrepareIsTriedFiftyTimes) {
@@ -69,7 +69,7 @@ TEST_F(InnerStatements, ABusyPrepareIsTriedFiftyTimes) {
   EXPECT_EQ(nullptr, g_pStmt_Inner);
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
   EXPECT_EQ(50u, sqlite_faults::Prepared().size());
-  EXPECT_EQ(Join({kConnected, kPrepareBusy}), LogLines());
+  EXPECT_EQ(Join({kConnected, kPrepareBusy}), LogSoFar());
 }
 
 TEST_F(InnerStatements, TheFiftiethPrepareMaySucceed) {
@@ -94,7 +94,7 @@ TEST_F(InnerStatements, ALockOfAnotherProcessKeepsAStepBusy) {
   EXPECT_EQ(SQLITE_BUSY, Step_Inner());
   EXPECT_EQ(nullptr, g_pStmt_Inner);
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
-  EXPECT_EQ(kStepBusy, LogLines());
+  EXPECT_EQ(kStepBusy, LogSoFar());
 }
 
 TEST_F(InnerStatements, TheWaitEndsWithTheLock) {
@@ -105,7 +105,7 @@ TEST_F(InnerStatements, TheWaitEndsWithTheLock) {
   });
   EXPECT_EQ(SQLITE_DONE, Step_Inner());
   fake_platform::OnEffect(nullptr);
-  EXPECT_EQ((Lines{"sleep 1", "sleep 1", "sleep 1"}), fake_platform::Effects());
+  EXPECT_EQ((LogLines{"sleep 1", "sleep 1", "sleep 1"}), fake_platform::Effects());
 }
 
 TEST_F(InnerStatements, AStatementThatVanishesDuringTheWaitEndsIt) {
@@ -118,14 +118,14 @@ TEST_F(InnerStatements, AStatementThatVanishesDuringTheWaitEndsIt) {
   fake_platform::Clear();
   EXPECT_EQ(SQLITE_BUSY, Step_Inner());
   fake_platform::OnEffect(nullptr);
-  EXPECT_EQ((Lines{"4 Step start ", "4 step return SQLITE_BUSY", "4 " + Yellow("retry step"),
-                   "6 " + Red("g_pStmt_Inner is NULL")}),
-            LogLines());
+  EXPECT_EQ((LogLines{"I Step start ", "I step return SQLITE_BUSY", "I " + Yellow("retry step"),
+                      "E " + Red("g_pStmt_Inner is NULL")}),
+            LogSoFar());
 }
 
 TEST_F(InnerStatements, SteppingNeedsAStatement) {
   EXPECT_EQ(1, Step_Inner());
-  EXPECT_EQ((Lines{"4 Step start ", "6 " + Red("g_pStmt_Inner is NULL")}), LogLines());
+  EXPECT_EQ((LogLines{"I Step start ", "E " + Red("g_pStmt_Inner is NULL")}), LogSoFar());
 }
 
 TEST_F(InnerStatements, StepsToTheEndAndFinalizes) {
@@ -137,7 +137,7 @@ TEST_F(InnerStatements, StepsToTheEndAndFinalizes) {
   EXPECT_EQ(100, Step_Inner());
   EXPECT_EQ(101, Step_Inner());
   EXPECT_EQ(nullptr, g_pStmt_Inner);
-  EXPECT_EQ(Join({kRow, kRow, kDone}), LogLines());
+  EXPECT_EQ(Join({kRow, kRow, kDone}), LogSoFar());
 }
 
 TEST_F(InnerStatements, AnyOtherCodeEndsTheStatement) {
@@ -146,9 +146,9 @@ TEST_F(InnerStatements, AnyOtherCodeEndsTheStatement) {
   Forget();
   EXPECT_EQ(SQLITE_READONLY, Step_Inner());
   EXPECT_EQ(nullptr, g_pStmt_Inner);
-  EXPECT_EQ((Lines{"4 Step start ", "4 unknown type 8", "6 " + Red("SQLite: attempt to write a readonly database"),
-                   "4 finalize g_pStmt_Inner"}),
-            LogLines());
+  EXPECT_EQ((LogLines{"I Step start ", "I unknown type 8", "E " + Red("SQLite: attempt to write a readonly database"),
+                      "I finalize g_pStmt_Inner"}),
+            LogSoFar());
 }
 
 TEST_F(InnerStatements, BindsByPositionAndType) {

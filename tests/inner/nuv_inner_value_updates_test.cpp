@@ -4,10 +4,10 @@
 namespace {
 
 constexpr auto kVersion = static_cast<APPSINFO_UPDATE_KEY_e>(3);
-const Lines kStart = {"4 [inner db] Update app [app] by key 3,value [2.0]"};
+const LogLines kStart = {"I [inner db] Update app [app] by key 3,value [2.0]"};
 
-Lines End(int result) {
-  return {"4 [inner db] Update DB success, ret = " + std::to_string(result)};
+LogLines End(int result) {
+  return {"I [inner db] Update DB success, ret = " + std::to_string(result)};
 }
 
 class InnerValueUpdate : public InnerTest {
@@ -23,7 +23,7 @@ TEST_F(InnerValueUpdate, OpensForWritingAndWrites) {
   EXPECT_EQ(0, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
   EXPECT_EQ("2.0", Version());
   EXPECT_EQ("read-write", Mode());
-  EXPECT_EQ(Join({kStart, kConnected, {"4 Start"}, kAlreadyConnected, kPrepared, kDone, End(0)}), LogLines());
+  EXPECT_EQ(Join({kStart, kConnected, {"I Start"}, kAlreadyConnected, kPrepared, kDone, End(0)}), LogSoFar());
 }
 
 TEST_F(InnerValueUpdate, OpensAnewWhateverTheModeWas) {
@@ -40,19 +40,19 @@ TEST_F(InnerValueUpdate, OpensAnewWhateverTheModeWas) {
 TEST_F(InnerValueUpdate, IsRefusedWhilePackagesAreRepaired) {
   fake_platform::SetRepairMarker(true);
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
-  EXPECT_EQ(Join({kStart, kRecovering}), LogLines());
+  EXPECT_EQ(Join({kStart, kRecovering}), LogSoFar());
   EXPECT_TRUE(Flags().empty());
 }
 
 TEST_F(InnerValueUpdate, NeedsAnId) {
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("", kVersion, "2.0"));
-  EXPECT_EQ((Lines{"4 [inner db] Update app [] by key 3,value [2.0]", "6 " + Red("Appid is empty")}), LogLines());
+  EXPECT_EQ((LogLines{"I [inner db] Update app [] by key 3,value [2.0]", "E " + Red("Appid is empty")}), LogSoFar());
   EXPECT_TRUE(Flags().empty());
 }
 
 TEST_F(InnerValueUpdate, TextsEndAtTheirFirstZeroByte) {
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value(std::string("\0z", 2), kVersion, "2.0"));
-  EXPECT_EQ((Lines{"4 [inner db] Update app [] by key 3,value [2.0]", "6 " + Red("Appid is empty")}), LogLines());
+  EXPECT_EQ((LogLines{"I [inner db] Update app [] by key 3,value [2.0]", "E " + Red("Appid is empty")}), LogSoFar());
   EXPECT_TRUE(Flags().empty());
   constexpr auto kAitIds = static_cast<APPSINFO_UPDATE_KEY_e>(1);
   EXPECT_EQ(0, nuv_inner_update_app_by_key_value(std::string("app\0z", 5), kAitIds, std::string("12\0,34", 6)));
@@ -61,19 +61,19 @@ TEST_F(InnerValueUpdate, TextsEndAtTheirFirstZeroByte) {
 
 TEST_F(InnerValueUpdate, AnUnknownKeyFailsAfterTheReopening) {
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("app", static_cast<APPSINFO_UPDATE_KEY_e>(8), "x"));
-  EXPECT_EQ(Join({{"4 [inner db] Update app [app] by key 8,value [x]"},
+  EXPECT_EQ(Join({{"I [inner db] Update app [app] by key 8,value [x]"},
                   kConnected,
-                  {"4 Start", "6 " + Red("unknown key 8")},
+                  {"I Start", "E " + Red("unknown key 8")},
                   End(-1)}),
-            LogLines());
+            LogSoFar());
 }
 
 TEST_F(InnerValueUpdate, AnOpeningThatFailsIsTriedOnceMoreForReading) {
   fake_platform::SetDatabaseDirectory(directory_.path());
   EXPECT_EQ(-1, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
-  const Lines failed = {"4 Failed to connect to DB : unable to open database file",
-                        CannotOpen(directory_.path() + "/.corvane.db"), "4 Close DB "};
-  EXPECT_EQ(Join({kStart, failed, {"4 Start"}, failed, kFailedToPrepare, End(-1)}), LogLines());
+  const LogLines failed = {"I Failed to connect to DB : unable to open database file",
+                           CannotOpen(directory_.path() + "/.corvane.db"), "I Close DB "};
+  EXPECT_EQ(Join({kStart, failed, {"I Start"}, failed, kFailedToPrepare, End(-1)}), LogSoFar());
   EXPECT_EQ((std::vector<int>{kFlagsReadWrite, kFlagsReadOnly}), Flags());
   EXPECT_EQ(0, g_db_type);
 }
@@ -82,7 +82,7 @@ TEST_F(InnerValueUpdate, ABusyDatabaseGivesMinusTwo) {
   const auto locker = LockDatabase();
   EXPECT_EQ(-2, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
   EXPECT_EQ(kAllSleeps, fake_platform::Effects());
-  EXPECT_EQ(End(-2), Lines{LogLines().back()});
+  EXPECT_EQ(End(-2), LogLines{LogSoFar().back()});
 }
 
 TEST_F(InnerValueUpdate, ReopensBeforeItWaitsForTheMutex) {
@@ -94,7 +94,7 @@ TEST_F(InnerValueUpdate, ReopensBeforeItWaitsForTheMutex) {
     EXPECT_EQ(0, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
     ended = true;
   });
-  EXPECT_TRUE(WaitUntil([] { return LogLines() == Join({kStart, kConnected, {"4 Start"}}); }));
+  EXPECT_TRUE(WaitUntil([] { return LogSoFar() == Join({kStart, kConnected, {"I Start"}}); }));
   EXPECT_FALSE(WaitUntil([&] { return ended.load(); }, Milliseconds(100)));
   EXPECT_EQ("1.5", Version());
   g_inner_Mute.unlock();
@@ -106,7 +106,7 @@ TEST_F(InnerValueUpdate, WritesAlthoughAnotherThreadSwitchedBackWhileItWaitedFor
   int result = -1;
   g_inner_Mute.lock();
   std::thread thread([&] { result = nuv_inner_update_app_by_key_value("app", kVersion, "2.0"); });
-  EXPECT_TRUE(WaitUntil([] { return LogLines() == Join({kStart, kConnected, {"4 Start"}}); }));
+  EXPECT_TRUE(WaitUntil([] { return LogSoFar() == Join({kStart, kConnected, {"I Start"}}); }));
   nuv_db_ro_exchange();
   Forget();
   g_inner_Mute.unlock();
@@ -114,8 +114,8 @@ TEST_F(InnerValueUpdate, WritesAlthoughAnotherThreadSwitchedBackWhileItWaitedFor
   EXPECT_EQ(0, result);
   EXPECT_EQ("2.0", Version());
   EXPECT_EQ(1, g_db_type);
-  EXPECT_EQ(Join({kConnected, {"4 " + Yellow("[inner db]connect rw db")}, kAlreadyConnected, kPrepared, kDone, End(0)}),
-            LogLines());
+  EXPECT_EQ(Join({kConnected, {"I " + Yellow("[inner db]connect rw db")}, kAlreadyConnected, kPrepared, kDone, End(0)}),
+            LogSoFar());
 }
 
 }  // namespace

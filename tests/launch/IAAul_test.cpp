@@ -5,23 +5,16 @@
 
 #include <stdexcept>
 
-#include "effects.h"
+#include "common_ui.h"
 #include "fake_apps.h"
 
 namespace {
 
-const std::string kCommonUi = "org.kelvo.corvane-commui";
-const std::string kRunning = "running? " + kCommonUi;
-const std::string kDefaultOperation = "operation http://nuv/appcontrol/operation/default";
-const std::string kSent = "launch request " + kCommonUi;
-const std::string kDestroyed = "app_control destroyed";
-const std::string kSuccess = LogEffect(4, Yellow("launch commui App success"));
-const std::string kFailure = LogEffect(6, Red("launch commui error"));
-const std::string kAlreadyKilled = LogEffect(5, Green("commui already killed!"));
+const std::string kAlreadyKilled = LogEffect('W', Green("commui already killed!"));
 
 std::string FirstLine(const std::string& app, const std::string& pid, const std::string& thread_id) {
   return LogEffect(
-      4, Yellow("Launch commui app.app id [" + app + "],ProcessId [" + pid + "],ThreadId [" + thread_id + "]"));
+      'I', Yellow("Launch commui app.app id [" + app + "],ProcessId [" + pid + "],ThreadId [" + thread_id + "]"));
 }
 const std::string kNothingLine = FirstLine("(null)", "(null)", "(null)");
 

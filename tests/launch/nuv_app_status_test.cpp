@@ -14,8 +14,8 @@ namespace {
 
 using Answer = RecordingService::Answer;
 
-const std::string kInfoFail = LogEffect(6, Red("get app info fail."));
-const std::string kNullParameter = LogEffect(6, Red("in param is NULL"));
+const std::string kInfoFail = LogEffect('E', Red("get app info fail."));
+const std::string kNullParameter = LogEffect('E', Red("in param is NULL"));
 
 class StatusTest : public LaunchDatabaseTest {
  protected:
@@ -37,27 +37,27 @@ TEST_F(StatusTest, AsksThePlatformByTheKelvoId) {
     fake_platform::Clear();
     ASSERT_EQ(0, nuv_get_app_status(id.c_str(), &status_));
     EXPECT_EQ(1, status_);
-    EXPECT_EQ((Effects{"running? kelvo.web", LogEffect(4, Yellow("App [" + id + "] is running."))}), OwnEffects());
+    EXPECT_EQ((Effects{"running? kelvo.web", LogEffect('I', Yellow("App [" + id + "] is running."))}), OwnEffects());
   }
   fake_platform::SetRunningApps({{"web", 3}});
   fake_platform::Clear();
   ASSERT_EQ(0, nuv_get_app_status("web", &status_));
   EXPECT_EQ(0, status_);
-  EXPECT_EQ((Effects{"running? kelvo.web", LogEffect(4, Yellow("App [web] is stopped."))}), OwnEffects());
+  EXPECT_EQ((Effects{"running? kelvo.web", LogEffect('I', Yellow("App [web] is stopped."))}), OwnEffects());
 }
 
 TEST_F(StatusTest, AsksThePlatformByTheNativeIdOfAHybridApplication) {
-  const std::string notice = LogEffect(4, Yellow("hybrid is hybrid app:native.hybrid."));
+  const std::string notice = LogEffect('I', Yellow("hybrid is hybrid app:native.hybrid."));
   fake_platform::SetRunningApps({{"native.hybrid", 1}});
   ASSERT_EQ(0, nuv_get_app_status("hybrid", &status_));
   EXPECT_EQ(1, status_);
-  EXPECT_EQ((Effects{notice, "running? native.hybrid", LogEffect(4, Yellow("App [hybrid] is running."))}),
+  EXPECT_EQ((Effects{notice, "running? native.hybrid", LogEffect('I', Yellow("App [hybrid] is running."))}),
             OwnEffects());
   fake_platform::SetRunningApps({{"kelvo.hybrid", 1}});
   fake_platform::Clear();
   ASSERT_EQ(0, nuv_get_app_status("hybrid", &status_));
   EXPECT_EQ(0, status_);
-  EXPECT_EQ((Effects{notice, "running? native.hybrid", LogEffect(4, Yellow("App [hybrid] is stopped."))}),
+  EXPECT_EQ((Effects{notice, "running? native.hybrid", LogEffect('I', Yellow("App [hybrid] is stopped."))}),
             OwnEffects());
 }
 
@@ -69,17 +69,17 @@ TEST_F(StatusTest, AsksTheServiceAboutAnAndroidApplication) {
     // By the name that was given, also where the catalogue has another.
     ASSERT_EQ(0, nuv_get_app_status("kelvo.android", &status_));
     EXPECT_EQ(value, std::to_string(status_));
-    EXPECT_EQ((Effects{LogEffect(4, Yellow("Get android app [kelvo.android] status.")),
+    EXPECT_EQ((Effects{LogEffect('I', Yellow("Get android app [kelvo.android] status.")),
                        "call get_android_app_status ('kelvo.android',)",
-                       LogEffect(4, Yellow("kelvo.android running status:" + value + "."))}),
+                       LogEffect('I', Yellow("kelvo.android running status:" + value + "."))}),
               OwnEffects());
   }
 }
 
 TEST_F(StatusTest, LeavesTheStatusAloneWhereTheServiceCannotTell) {
-  const Effects expected = {LogEffect(4, Yellow("Get android app [android] status.")),
+  const Effects expected = {LogEffect('I', Yellow("Get android app [android] status.")),
                             "call get_android_app_status ('android',)",
-                            LogEffect(6, Red("get android app status fail."))};
+                            LogEffect('E', Red("get android app status fail."))};
   for (const Answer& answer : {Answer{Answer::kError, "no"}, Answer{Answer::kReply, "('text',)"}, Answer{}}) {
     service_->AnswerTo("get_android_app_status", answer);
     fake_platform::Clear();

@@ -14,13 +14,13 @@ const std::string kSet = "cpu set self litecorvane -1";
 const std::string kClear = "cpu clear self litecorvane";
 
 std::string Start(const std::string& app, const std::string& caller, const std::string& pt = "pt") {
-  return LogEffect(6, Yellow("Start: send appexec kpi,logType[-1], appid:[" + app + "],callerid [" + caller +
-                             "], preloadtype:[2], pt:[" + pt + "]."));
+  return LogEffect('E', Yellow("Start: send appexec kpi,logType[-1], appid:[" + app + "],callerid [" + caller +
+                               "], preloadtype:[2], pt:[" + pt + "]."));
 }
-const std::string kClientStart = LogEffect(4, "send appexec kpi log with param");
+const std::string kClientStart = LogEffect('I', "send appexec kpi log with param");
 
 Effects Unknown(const std::string& app) {
-  return {kSet, LogEffect(6, Red("Fail to get app info by [" + app + "].")), kClear};
+  return {kSet, LogEffect('E', Red("Fail to get app info by [" + app + "].")), kClear};
 }
 
 class KpiTest : public LaunchDatabaseTest {
@@ -114,7 +114,7 @@ TEST_F(KpiTest, ReportsARefusalOfTheServiceAndAnUnusableLink) {
   fake_platform::Clear();
   EXPECT_EQ(-1, Send("package"));
   EXPECT_EQ(
-      (Effects{kSet, Start("package", "caller"), kClientStart, LogEffect(6, "get_launcher_proxy() error"), kClear}),
+      (Effects{kSet, Start("package", "caller"), kClientStart, LogEffect('E', "get_launcher_proxy() error"), kClear}),
       OwnEffects());
 }
 

@@ -19,7 +19,7 @@ using fake_platform::MakeAppControl;
 using Answer = RecordingService::Answer;
 
 const std::string kLaunchFail = "vconf rtc/litenuv/webapp/launch_fail=";
-const Effects kRefusal = {"cpu set self litecorvane -1",  LogEffect(6, Red("launch data is NULL!!!")),
+const Effects kRefusal = {"cpu set self litecorvane -1",  LogEffect('E', Red("launch data is NULL!!!")),
                           "call launch_systempopup (4,)", "callback notify null 903 0 404",
                           kLaunchFail + "NULL:101",       "cpu clear self litecorvane"};
 
@@ -50,7 +50,7 @@ class AppControlCall : public LaunchTest {
   void ExpectFailedCall(const std::string& app, const std::string& status) {
     const Effects expected = {
         "cpu set self litecorvane -1",
-        LogEffect(6, "Launch app[" + app + "], isTimeOutError[" + (status == "412" ? "1" : "0") + "] error"),
+        LogEffect('E', "Launch app[" + app + "], isTimeOutError[" + (status == "412" ? "1" : "0") + "] error"),
         kLaunchFail + app + ":103", "callback notify " + app + " 903 0 " + status, "cpu clear self litecorvane"};
     Effects effects = EffectsWithLogOf({"nuv_launcher_client.cpp"});
     effects.erase(std::remove_if(effects.begin(), effects.end(),
@@ -75,9 +75,9 @@ TEST_F(AppControlCall, OrdersTheEffectsOfALaunch) {
                                                     {"PayLoad", "p"}}});
   ASSERT_EQ(0, Launch(request));
   const auto collected = [](const std::string& key, const std::string& value) {
-    return LogEffect(4, "app_control_foreach_extra_data -> key:" + key + ", value:" + value);
+    return LogEffect('I', "app_control_foreach_extra_data -> key:" + key + ", value:" + value);
   };
-  const auto applied = [](const std::string& text) { return LogEffect(4, Yellow(text)); };
+  const auto applied = [](const std::string& text) { return LogEffect('I', Yellow(text)); };
   EXPECT_EQ((Effects{"cpu set self litecorvane -1",
                      applied("get app info for app id [app] success."),
                      "extra AC_Operation=view",
@@ -176,7 +176,7 @@ TEST_F(AppControlCall, FailsForAnIdThatIsNotUtf8) {
 TEST_F(AppControlCall, RecordsAnUnusableLinkWithoutCallingBack) {
   bus_.Kill();
   ASSERT_EQ(-1, Launch(SimpleRequest()));
-  const Effects expected = {"cpu set self litecorvane -1", LogEffect(6, "get_launcher_proxy() error"),
+  const Effects expected = {"cpu set self litecorvane -1", LogEffect('E', "get_launcher_proxy() error"),
                             kLaunchFail + "app:102", "cpu clear self litecorvane"};
   EXPECT_EQ(expected, EffectsWithLogOf({"nuv_launcher_client.cpp"}));
   EXPECT_TRUE(heard_.Texts().empty());

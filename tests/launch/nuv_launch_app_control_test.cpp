@@ -33,7 +33,7 @@ std::string Block(const std::string& key, const std::string& value) {
 bool LoggedLabel(const std::string& label) {
   const auto log = fake_platform::Log();
   return std::any_of(log.begin(), log.end(), [&](const fake_platform::LogLine& line) {
-    return line.text.rfind("\033[0;33m" + label + " [", 0) == 0;
+    return line.text.rfind(OpenEnded(Yellow(label + " [")), 0) == 0;
   });
 }
 

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "catalogue_launch_test.h"
+#include "log_notation.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ struct Entry {
   int shape;
   void* callback;
   const char* entry;  // the function that works and logs
-  const char* failure_log;
+  std::string failure_log;
 };
 void PrintTo(const Entry& entry, std::ostream* out) {
   *out << entry.name;
@@ -34,20 +35,19 @@ const Entry kEntries[] = {
        return nuv_launch_app_by_runtitle(title, payload, heard == nullptr ? nullptr : OnResult, heard);
      },
      false, 0, reinterpret_cast<void*>(OnResult), "nuv_launch_app_by_runtitle_with_param",
-     "\033[0;31mget app info by runtitle failed\033[0;m"},
+     Red("get app info by runtitle failed")},
     {"nuv_launch_app_by_runtitle_with_param",
      [](const char* title, const char* payload, const char* caller, Heard* heard) {
        return nuv_launch_app_by_runtitle_with_param(title, payload, caller, heard == nullptr ? nullptr : OnResult,
                                                     heard);
      },
      true, 0, reinterpret_cast<void*>(OnResult), "nuv_launch_app_by_runtitle_with_param",
-     "\033[0;31mget app info by runtitle failed\033[0;m"},
+     Red("get app info by runtitle failed")},
     {"nuv_launch_webapp_by_runtitle",
      [](const char* title, const char* payload, const char* caller, Heard* heard) {
        return nuv_launch_webapp_by_runtitle(title, payload, caller, heard == nullptr ? nullptr : OnNotify, heard);
      },
-     true, 1, reinterpret_cast<void*>(OnNotify), "nuv_launch_webapp_by_runtitle",
-     "\033[0;31mnuv_get_app_info failed\033[0;m"},
+     true, 1, reinterpret_cast<void*>(OnNotify), "nuv_launch_webapp_by_runtitle", Red("nuv_get_app_info failed")},
 };
 
 std::string Pointer(const void* pointer) {
@@ -162,13 +162,13 @@ TEST_P(RunTitleLaunch, SaysWhatItWasAskedForFirst) {
   WarmUp();
   fake_platform::LogAsEffects(true);
   EXPECT_EQ(0, Launch(kTitle));
-  const std::string start = "\033[0;33mStart: app runtitle:[Clock], payload:[p=1],callerid [" + Caller("me", "(null)") +
-                            "], cb [" + Pointer(GetParam().callback) + "],user_data:[" + Pointer(&heard_) +
-                            "].\033[0;m";
+  const std::string start =
+      Yellow("Start: app runtitle:[Clock], payload:[p=1],callerid [" + Caller("me", "(null)") + "], cb [" +
+             Pointer(GetParam().callback) + "],user_data:[" + Pointer(&heard_) + "].");
   const Texts effects = fake_platform::Effects();
-  EXPECT_EQ("log 6 " + start, effects.at(0));
+  EXPECT_EQ("log E " + start, effects.at(0));
   EXPECT_EQ(MarkerEffects(Marker(kTitle)), (Texts{effects.at(1), effects.at(2), effects.at(3)}));
-  EXPECT_EQ("log 4 \033[0;32mStart, runtitile:[Clock]\033[0;m", effects.at(4));
+  EXPECT_EQ("log I " + Green("Start, runtitile:[Clock]"), effects.at(4));
   EXPECT_NE(std::string::npos, fake_platform::Log().at(0).prefix.find(std::string(": ") + GetParam().entry + "("));
 }
 
@@ -188,12 +188,12 @@ TEST_P(RunTitleLaunch, ThePopupComesBeforeTheErrorAndTheErrorBeforeTheText) {
   EXPECT_EQ(-1, Launch("unknown"));
   Texts ends;
   for (const std::string& effect : fake_platform::Effects()) {
-    for (const std::string& wanted : {std::string("call launch_systempopup"), std::string("log 4 Call success"),
-                                      std::string("log 6 ") + GetParam().failure_log, std::string("vconf ")}) {
+    for (const std::string& wanted : {std::string("call launch_systempopup"), std::string("log I Call success"),
+                                      "log E " + GetParam().failure_log, std::string("vconf ")}) {
       if (effect.rfind(wanted, 0) == 0) ends.push_back(wanted);
     }
   }
-  Texts expected = {"call launch_systempopup", "log 4 Call success", std::string("log 6 ") + GetParam().failure_log};
+  Texts expected = {"call launch_systempopup", "log I Call success", "log E " + GetParam().failure_log};
   if (IsWebApp()) expected.emplace_back("vconf ");
   EXPECT_EQ(expected, ends);
 }

@@ -41,8 +41,9 @@ class InternalLaunch : public LaunchDatabaseTest {
     return nuv_launch_app_internal(id, "payload", callback, &heard_, opinion_);
   }
   std::string Start(const char* id, const char* payload, nuv_launch_notify_cb callback) const {
-    return LogEffect(6, Yellow("Start: app id:[" + std::string(id) + "], payload:[" + payload + "], cb [" +
-                               Pointer(reinterpret_cast<void*>(callback)) + "],user_data:[" + Pointer(&heard_) + "]."));
+    return LogEffect('E',
+                     Yellow("Start: app id:[" + std::string(id) + "], payload:[" + payload + "], cb [" +
+                            Pointer(reinterpret_cast<void*>(callback)) + "],user_data:[" + Pointer(&heard_) + "]."));
   }
   static Effects OwnEffects() {
     Effects effects = EffectsWithLogOf({"nuv_launcher_api_NUV.cpp", "nuv_launcher_client.cpp"});
@@ -52,7 +53,7 @@ class InternalLaunch : public LaunchDatabaseTest {
     return effects;
   }
   Effects UnknownApp(const std::string& id) const {
-    return {"callback notify " + id + " 903 0 400", LogEffect(6, Red("get app info by app id [" + id + "] failed.")),
+    return {"callback notify " + id + " 903 0 400", LogEffect('E', Red("get app info by app id [" + id + "] failed.")),
             kLaunchFail + id + ":100"};
   }
 
@@ -62,8 +63,8 @@ class InternalLaunch : public LaunchDatabaseTest {
 TEST_F(InternalLaunch, OrdersTheEffects) {
   ASSERT_EQ(0, Launch("kelvo.app"));
   EXPECT_EQ(Begun(Start("kelvo.app", "payload", OnNotify),
-                  {LogEffect(4, Yellow("get app info for app id [org.kelvo.app] success.")), "call launch_app",
-                   LogEffect(4, "Call launch app [org.kelvo.app] success")}),
+                  {LogEffect('I', Yellow("get app info for app id [org.kelvo.app] success.")), "call launch_app",
+                   LogEffect('S', "Call launch app [org.kelvo.app] success")}),
             OwnEffects());
 }
 
@@ -130,7 +131,7 @@ TEST_F(InternalLaunch, TakesANullPayloadForAnEmptyOne) {
 TEST_F(InternalLaunch, RefusesANullIdWithoutCallingBackOrAsking) {
   ASSERT_EQ(-1, Launch(nullptr));
   EXPECT_EQ(
-      Begun(Start("(null)", "payload", OnNotify), {LogEffect(6, Red("App_id == NULL")), kLaunchFail + "NULL:101"}),
+      Begun(Start("(null)", "payload", OnNotify), {LogEffect('E', Red("App_id == NULL")), kLaunchFail + "NULL:101"}),
       OwnEffects());
   EXPECT_TRUE(service_->Calls().empty());
 }
@@ -181,7 +182,7 @@ TEST_F(InternalLaunch, TellsAFailedCallUnderTheIdOfTheDatabase) {
     const Effects effects = OwnEffects();
     ASSERT_LT(3u, effects.size());
     EXPECT_EQ(
-        (Effects{LogEffect(6, "Launch app[org.kelvo.app], isTimeOutError[" + flag + "] error"),
+        (Effects{LogEffect('E', "Launch app[org.kelvo.app], isTimeOutError[" + flag + "] error"),
                  kLaunchFail + "org.kelvo.app:103", "callback notify org.kelvo.app 903 0 " + std::string(status)}),
         Effects(effects.end() - 3, effects.end()));
   }

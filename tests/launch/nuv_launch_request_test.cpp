@@ -224,7 +224,7 @@ TEST_F(LaunchRequestTest, LogsBeforeItRecordsAndRecordsBeforeItCalls) {
   EXPECT_EQ(-1, nuv_launch_app_client(data));
   const std::vector<std::string> effects = fake_platform::Effects();
   ASSERT_GE(effects.size(), 3u);
-  EXPECT_EQ((std::vector<std::string>{"log 6 Launch app[app], isTimeOutError[0] error",
+  EXPECT_EQ((std::vector<std::string>{"log E Launch app[app], isTimeOutError[0] error",
                                       "vconf rtc/litenuv/webapp/launch_fail=app:103", "callback notify app 903 0 404"}),
             std::vector<std::string>(effects.end() - 3, effects.end()));
 }

@@ -14,6 +14,7 @@
 
 #include "fake_apps.h"
 #include "launch_test.h"
+#include "log_notation.h"
 #include "negative_threads.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -107,14 +108,14 @@ TEST_F(ResultTest, ClosesThePinPopupAfterTheCallback) {
   std::vector<std::string> expected = {"callback notify app 903 0 403"};
   expected.insert(expected.end(), kClosing.begin(), kClosing.end());
   EXPECT_EQ(expected, EffectsOf(launch, {903, 403, 1}));
-  EXPECT_EQ(4, fake_platform::LogPriority("\033[0;33mlaunch commui App success\033[0;m"));
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("launch commui App success")));
 }
 
 TEST_F(ResultTest, DoesNotCloseAPinPopupThatIsGone) {
   const LaunchRequest launch = Launch(1);
   EXPECT_EQ((std::vector<std::string>{"callback notify app 903 0 403", "running? org.kelvo.corvane-commui"}),
             EffectsOf(launch, {903, 403, 1}));
-  EXPECT_EQ(5, fake_platform::LogPriority("\033[0;32mcommui already killed!\033[0;m"));
+  EXPECT_EQ(5, fake_platform::LogPriority(Green("commui already killed!")));
 }
 
 TEST_F(ResultTest, ClosesThePinPopupForNotifyCallbacksFrom400To406) {

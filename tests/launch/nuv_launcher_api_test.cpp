@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "launch_test.h"
+#include "log_notation.h"
 #include "nuv_launcher_api/nuv_launch_body.h"
 
 namespace {
@@ -144,7 +145,7 @@ TEST_F(LaunchBody, OrdersTheEffectsOfANullAppId) {
                                              "vconf rtc/litenuv/webapp/launch_fail=NULL:101",
                                              "cpu clear self litecorvane"};
   EXPECT_EQ(expected, fake_platform::Effects());
-  EXPECT_EQ(6, fake_platform::LogPriority("\033[0;31mApp_id == NULL\033[0;m"));
+  EXPECT_EQ(6, fake_platform::LogPriority(Red("App_id == NULL")));
 }
 
 TEST_F(LaunchBody, LogsAfterThePopupAndBeforeTheCallback) {
@@ -156,8 +157,8 @@ TEST_F(LaunchBody, LogsAfterThePopupAndBeforeTheCallback) {
   const auto at = [&](const std::string& text) {
     return std::find(effects.begin(), effects.end(), text) - effects.begin();
   };
-  EXPECT_LT(at("call launch_systempopup (4,)"), at("log 6 \033[0;31mApp_id == NULL\033[0;m"));
-  EXPECT_LT(at("log 6 \033[0;31mApp_id == NULL\033[0;m"), at("callback notify null 903 0 404"));
+  EXPECT_LT(at("call launch_systempopup (4,)"), at("log E " + Red("App_id == NULL")));
+  EXPECT_LT(at("log E " + Red("App_id == NULL")), at("callback notify null 903 0 404"));
   EXPECT_LT(at("callback notify null 903 0 404"), at("vconf rtc/litenuv/webapp/launch_fail=NULL:101"));
 }
 
@@ -180,8 +181,8 @@ TEST_F(LaunchBody, LogsTheRequestAsItCame) {
   WarmUp();
   ASSERT_EQ(0, nuv_launch_app_with_param("org.kelvo.app", "a&callerid=X", nullptr, nullptr, nullptr));
   EXPECT_EQ(6, fake_platform::LogPriority(
-                   "\033[0;33mStart: app id:[org.kelvo.app], payload:[a&callerid=X],callerid [(null)].\033[0;m"));
-  EXPECT_EQ(4, fake_platform::LogPriority("\033[0;33mget app info for app id [org.kelvo.app] success.\033[0;m"));
+                   Yellow("Start: app id:[org.kelvo.app], payload:[a&callerid=X],callerid [(null)].")));
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("get app info for app id [org.kelvo.app] success.")));
   EXPECT_EQ("X", service_->Launches().front().texts[3]);
 }
 
@@ -198,7 +199,7 @@ TEST_F(LaunchBody, LogsTheArgumentsOfABackgroundDeepLinkFirst) {
   WarmUp();
   ASSERT_EQ(0, nuv_background_launch_webapp_for_deeplink("a", "b", "c", nullptr, nullptr));
   ASSERT_FALSE(fake_platform::Log().empty());
-  EXPECT_EQ("\033[0;33mnuv_background_launch_webapp_for_deeplink: app id:[a], payload:[b],callerid [c].\033[0;m",
+  EXPECT_EQ(Yellow("nuv_background_launch_webapp_for_deeplink: app id:[a], payload:[b],callerid [c]."),
             fake_platform::Log().front().text);
   EXPECT_EQ(6, fake_platform::Log().front().priority);
 }

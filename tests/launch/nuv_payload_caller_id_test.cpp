@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "fake_platform.h"
+#include "log_notation.h"
 
 namespace {
 
@@ -62,8 +63,8 @@ TEST(PayloadCallerIdLog, TellsWhetherThePayloadNamesACaller) {
   std::string caller;
   nuv_ProcessPayloadCallerID_internal(kLaunchMode, "a&callerid=X", "Y", payload, caller);
   nuv_ProcessPayloadCallerID_internal(kLaunchMode, "plain", "Y", payload, caller);
-  EXPECT_EQ(4, fake_platform::LogPriority("\033[0;33mcallerid found in payload [a&callerid=X].\033[0;m"));
-  EXPECT_EQ(4, fake_platform::LogPriority("\033[0;33mno callerid found in payload [plain].\033[0;m"));
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("callerid found in payload [a&callerid=X].")));
+  EXPECT_EQ(4, fake_platform::LogPriority(Yellow("no callerid found in payload [plain].")));
 }
 
 }  // namespace

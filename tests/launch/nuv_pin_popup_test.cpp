@@ -6,7 +6,7 @@
 
 #include <climits>
 
-#include "effects.h"
+#include "common_ui.h"
 #include "fake_apps.h"
 #include "held_mutex.h"
 #include "launch_test.h"
@@ -15,14 +15,6 @@
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
 namespace {
-
-const std::string kCommonUi = "org.kelvo.corvane-commui";
-const std::string kRunning = "running? " + kCommonUi;
-const std::string kDefaultOperation = "operation http://nuv/appcontrol/operation/default";
-const std::string kSent = "launch request " + kCommonUi;
-const std::string kDestroyed = "app_control destroyed";
-const std::string kSuccess = LogEffect(4, Yellow("launch commui App success"));
-const std::string kFailure = LogEffect(6, Red("launch commui error"));
 
 class PinPopup : public LaunchTest {
  protected:
@@ -78,11 +70,11 @@ TEST_F(PinPopup, OrdersTheEffects) {
   record.extraDatas = {{"k2", "v2"}, {"k1", ""}};
   ASSERT_EQ(0, nuv_launch_Pin_Popup(7, 2, record));
   const auto own = [](const std::string& key, const std::string& value) {
-    return LogEffect(4, Yellow("NUV_LAUNCHER_COMMUI_DATA extraDatas key: " + key + ", value: " + value));
+    return LogEffect('I', Yellow("NUV_LAUNCHER_COMMUI_DATA extraDatas key: " + key + ", value: " + value));
   };
-  EXPECT_EQ((Effects{LogEffect(4, Yellow("ProcessId [" + pid + "],ThreadId [" + thread_id + "]")),
-                     LogEffect(4, Green("Send: App id [app],callerid [c],payload [p],entry [e],relocateBelowApp[b],"
-                                        "bForceLaunch [1],bBackground [1]")),
+  EXPECT_EQ((Effects{LogEffect('I', Yellow("ProcessId [" + pid + "],ThreadId [" + thread_id + "]")),
+                     LogEffect('S', Green("Send: App id [app],callerid [c],payload [p],entry [e],relocateBelowApp[b],"
+                                          "bForceLaunch [1],bBackground [1]")),
                      kRunning,
                      own("k2", "v2"),
                      "extra k2=v2",
@@ -203,7 +195,7 @@ TEST_F(PinPopup, DeliversTheResultToTheRecordsCallback) {
   ASSERT_TRUE(service_->SendResult(launch, {903, 403}));
   ASSERT_TRUE(WaitUntil([] { return fake_platform::Logged(Yellow("launch commui App success")); }));
   EXPECT_EQ((Effects{"callback notify app 903 0 403",
-                     LogEffect(4, Yellow("Launch commui app.app id [(null)],ProcessId [(null)],ThreadId [(null)]")),
+                     LogEffect('I', Yellow("Launch commui app.app id [(null)],ProcessId [(null)],ThreadId [(null)]")),
                      kRunning, kDefaultOperation, "extra MethodName=kill", "extra UIType=0", "extra Index=0", kSent,
                      kDestroyed, kSuccess}),
             OwnEffects());
@@ -251,7 +243,7 @@ TEST_F(PinPopup, ThatCannotBeStartedKeepsNoCallbackButSpendsTheEvent) {
   ASSERT_EQ(-1, nuv_launch_Pin_Popup(0, 2, record));
   const Effects effects = OwnEffects();
   ASSERT_LT(4u, effects.size());
-  EXPECT_EQ((Effects{kSent, kFailure, kDestroyed, LogEffect(6, Red("Call AulLaunchPINPopup failed error"))}),
+  EXPECT_EQ((Effects{kSent, kFailure, kDestroyed, LogEffect('E', Red("Call AulLaunchPINPopup failed error"))}),
             Effects(effects.end() - 4, effects.end()));
   EXPECT_EQ(0u, FindLaunchCallback(event).callback);
   EXPECT_EQ(1u, FindLaunchCallback(event + 1).callback);
@@ -268,7 +260,7 @@ TEST_F(PinPopup, WithoutABusSendsAndSpendsNothing) {
   const int32_t event = TakeLaunchEvent() + 1;
   _NUV_LAUNCHER_DATA record = Record();
   EXPECT_EQ(-1, nuv_launch_Pin_Popup(0, 2, record));
-  EXPECT_EQ(Effects{LogEffect(6, Red("get_launcher_proxy() error."))}, OwnEffects());
+  EXPECT_EQ(Effects{LogEffect('E', Red("get_launcher_proxy() error."))}, OwnEffects());
   EXPECT_EQ(0u, FindLaunchCallback(event).callback);
   EXPECT_EQ(event, TakeLaunchEvent());
   EXPECT_TRUE(heard_.Texts().empty());

@@ -37,18 +37,18 @@ struct FreeText {
 using OwnedText = std::unique_ptr<char, FreeText>;
 
 std::string Showing(const std::string& id) {
-  return LogEffect(4, Yellow("Showing app is: " + id));
+  return LogEffect('I', Yellow("Showing app is: " + id));
 }
 std::string Hbbtv(const std::string& id) {
-  return LogEffect(4, Yellow("Running hbbtv app kelvo id[" + id + "]"));
+  return LogEffect('I', Yellow("Running hbbtv app kelvo id[" + id + "]"));
 }
 std::string Current(const std::string& id) {
-  return LogEffect(4, Yellow("Current showing app id [" + id + "]."));
+  return LogEffect('I', Yellow("Current showing app id [" + id + "]."));
 }
 std::string Cut(const std::string& id) {
-  return LogEffect(6, Red("the id is cut at 127 characters: " + id));
+  return LogEffect('E', Red("the id is cut at 127 characters: " + id));
 }
-const std::string kNullParameter = LogEffect(6, Red("in param is NULL"));
+const std::string kNullParameter = LogEffect('E', Red("in param is NULL"));
 
 class ShowingTest : public LaunchDatabaseTest {
  protected:
@@ -182,7 +182,7 @@ TEST_F(ShowingTest, IsRefusedWithoutMemory) {
   EXPECT_EQ(-1, nuv_get_current_showing_app(&text));
   size_without_memory = 0;
   EXPECT_EQ(nullptr, text);
-  EXPECT_EQ(Effects{LogEffect(6, Red("appid malloc is NULL"))}, OwnEffects());
+  EXPECT_EQ(Effects{LogEffect('E', Red("appid malloc is NULL"))}, OwnEffects());
 }
 
 TEST_F(ShowingTest, IsNothingKnownWhileTheDatabaseCannotBeRead) {

@@ -22,7 +22,7 @@ struct Terminate {
   const char* known;
   std::string start;  // first line, with the application in the place of "@"
   const char* sent;
-  const char* link_error;
+  std::string link_error;
   // Asked of the catalogue under g_Mute.
   bool waits;
 };
@@ -36,8 +36,7 @@ const Terminate kTerminates[] = {
     {"nuv_terminate_app_with_preload", [](const char* app) { return nuv_terminate_app_with_preload(app); }, "package",
      "Start,id:@", "call terminate_app ('org.kelvo.app', 1, '', '')", "get_launcher_proxy() error", false},
     {"nuv_terminate_app_by_runtitle", [](const char* app) { return nuv_terminate_app_by_runtitle(app); }, "title",
-     "Start,runtitle:@.", "call terminate_app_by_runtitle ('title',)", "\033[0;31mget_launcher_proxy() error.\033[0;m",
-     true},
+     "Start,runtitle:@.", "call terminate_app_by_runtitle ('title',)", Red("get_launcher_proxy() error."), true},
     {"nuv_terminate_app_internal", [](const char* app) { return nuv_terminate_app_internal(app, "caller", "reason"); },
      "org.kelvo.app", "Terminate Start, id:[@], caller id:[caller], reason:[reason].",
      "call terminate_app ('org.kelvo.app', 0, 'caller', 'reason')", "get_launcher_proxy() error", false},
@@ -52,7 +51,7 @@ class TerminateTest : public LaunchDatabaseTest, public WithParamInterface<Termi
   }
   static std::string Start(const std::string& app) {
     std::string text = GetParam().start;
-    return LogEffect(6, Yellow(text.replace(text.find('@'), 1, app)));
+    return LogEffect('E', Yellow(text.replace(text.find('@'), 1, app)));
   }
   static Effects OwnEffects() {
     return EffectsWithLogOf({"nuv_launcher_api.cpp", "nuv_launcher_api_NUV.cpp", "nuv_launcher_client.cpp"});
@@ -61,7 +60,7 @@ class TerminateTest : public LaunchDatabaseTest, public WithParamInterface<Termi
 
 TEST_P(TerminateTest, OrdersTheEffects) {
   EXPECT_EQ(0, GetParam().call(GetParam().known));
-  EXPECT_EQ((Effects{Start(GetParam().known), GetParam().sent, LogEffect(4, "call terminate_app success.")}),
+  EXPECT_EQ((Effects{Start(GetParam().known), GetParam().sent, LogEffect('I', "call terminate_app success.")}),
             OwnEffects());
   EXPECT_EQ(0, fake_platform::Log().front().buffer);
 }
@@ -71,7 +70,7 @@ TEST_P(TerminateTest, FailsForNullAndForWhatIsUnknown) {
     fake_platform::Clear();
     EXPECT_EQ(-1, GetParam().call(app));
     EXPECT_EQ(
-        (Effects{Start(app == nullptr ? "(null)" : app), LogEffect(6, "app id is null or failed to get app info!")}),
+        (Effects{Start(app == nullptr ? "(null)" : app), LogEffect('E', "app id is null or failed to get app info!")}),
         OwnEffects());
   }
   EXPECT_TRUE(service_->Calls().empty());
@@ -88,14 +87,14 @@ TEST_P(TerminateTest, ReportsARefusalOfTheService) {
   service_->AnswerTo("terminate_app", {Answer::kError, "no"});
   service_->AnswerTo("terminate_app_by_runtitle", {Answer::kError, "no"});
   EXPECT_EQ(-1, GetParam().call(GetParam().known));
-  EXPECT_EQ((Effects{Start(GetParam().known), GetParam().sent, LogEffect(6, "call terminate_app error.")}),
+  EXPECT_EQ((Effects{Start(GetParam().known), GetParam().sent, LogEffect('E', "call terminate_app error.")}),
             OwnEffects());
 }
 
 TEST_P(TerminateTest, ReportsAnUnusableLink) {
   bus_.Kill();
   EXPECT_EQ(-1, GetParam().call(GetParam().known));
-  EXPECT_EQ((Effects{Start(GetParam().known), LogEffect(6, GetParam().link_error)}), OwnEffects());
+  EXPECT_EQ((Effects{Start(GetParam().known), LogEffect('E', GetParam().link_error)}), OwnEffects());
 }
 
 TEST_P(TerminateTest, WaitsForALaunchOnlyToReadTheCatalogueByRunTitle) {

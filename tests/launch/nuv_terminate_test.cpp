@@ -5,6 +5,7 @@
 
 #include "catalogue_launch_test.h"
 #include "faults.h"
+#include "log_notation.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ struct Terminate {
   const char* known;
   const char* signature;
   const char* arguments;  // for the known application
-  const char* no_link_log;
+  std::string no_link_log;
 };
 void PrintTo(const Terminate& row, std::ostream* out) {
   *out << row.name;
@@ -32,7 +33,7 @@ const Terminate kCalls[] = {
     {"ById", "terminate_app", [](const char* id) { return nuv_terminate_app_client(id, 7, "me", "why"); },
      "org.kelvo.clock", "(siss)", "('org.kelvo.clock', 7, 'me', 'why')", "get_launcher_proxy() error"},
     {"ByRunTitle", "terminate_app_by_runtitle", nuv_terminate_app_by_runtitle_client, "Clock", "(s)", "('Clock',)",
-     "\033[0;31mget_launcher_proxy() error.\033[0;m"},
+     Red("get_launcher_proxy() error.")},
 };
 
 class TerminateCall : public CatalogueLaunchTest, public ::testing::WithParamInterface<Terminate> {

@@ -7,11 +7,11 @@
 
 namespace {
 
-const std::string kFactoryReset = "4 \033[0;33mFactoryReset is true\033[0;m";
-const std::string kRecovering = "6 \033[0;31mPkgmgr is recovering\033[0;m";
-const std::string kNullParameter = "6 \033[0;31min param is NULL \033[0;m";
-const std::string kReadFailed = "6 \033[0;31mget app list fail \033[0;m";
-const std::string kCountFailed = "6 \033[0;31mfailed to get AppsTable Count \033[0;m";
+const std::string kFactoryReset = "I " + Yellow("FactoryReset is true");
+const std::string kRecovering = "E " + Red("Pkgmgr is recovering");
+const std::string kNullParameter = "E " + Red("in param is NULL ");
+const std::string kReadFailed = "E " + Red("get app list fail ");
+const std::string kCountFailed = "E " + Red("failed to get AppsTable Count ");
 
 const ListAnswer kRefused = {-1, kCountBefore, Handed::kUntouched, {}};
 
@@ -91,13 +91,13 @@ TEST_F(KeyList, LogsItsWay) {
   AddThree("is_lock");
   Locked(2);
   EXPECT_EQ((std::vector<std::string>{
-                "4 \033[0;32mStart,count:[2], key:[is_lock]\033[0;m",
-                "4 param:  where install_state = ? and is_app_available = ? and is_lock = ? and is_need_reset = ?  ",
-                "4 before set,in_param count: 2,real_count:3", "4 in_param count: 2", "4 after set,real_count: 2",
-                "4 \033[0;32mFinish:real_count:[2]\033[0;m"}),
+                "I " + Green("Start,count:[2], key:[is_lock]"),
+                "I param:  where install_state = ? and is_app_available = ? and is_lock = ? and is_need_reset = ?  ",
+                "I before set,in_param count: 2,real_count:3", "I in_param count: 2", "I after set,real_count: 2",
+                "I " + Green("Finish:real_count:[2]")}),
             LogOf("nuv_get_key_list"));
   EXPECT_NE(std::string::npos, LogOf("GetAppsTableCount").front().find("],tableType:[1]"));
-  EXPECT_EQ(0u, LogOf("GetAppsTableList").front().rfind("4 Start : real_count:[2],strParam:[  where install_state", 0));
+  EXPECT_EQ(0u, LogOf("GetAppsTableList").front().rfind("I Start : real_count:[2],strParam:[  where install_state", 0));
   EXPECT_NE(std::string::npos, LogOf("GetAppsTableList").front().find("],tableType:[1] "));
   EXPECT_TRUE(fake_platform::Effects().empty());
 }
@@ -105,7 +105,7 @@ TEST_F(KeyList, LogsItsWay) {
 TEST_F(KeyList, NothingFlaggedIsASuccessWithoutAnArray) {
   database_.AddMany(2);
   EXPECT_EQ((ListAnswer{0, 0, Handed::kUntouched, {}}), Locked());
-  EXPECT_EQ("4 real_count is 0 ", LogOf("nuv_get_key_list").back());
+  EXPECT_EQ("I real_count is 0 ", LogOf("nuv_get_key_list").back());
   EXPECT_EQ(1u, sqlite_faults::Prepared().size());
 }
 
@@ -117,7 +117,7 @@ TEST_F(KeyList, GuardsLeaveTheDatabaseAlone) {
     fake_platform::Clear();
     fake_platform::SetFactoryReset(state);
     EXPECT_EQ(kRefused, Locked());
-    EXPECT_EQ((std::vector<std::string>{"4 \033[0;32mStart,count:[0], key:[is_lock]\033[0;m", kFactoryReset}),
+    EXPECT_EQ((std::vector<std::string>{"I " + Green("Start,count:[0], key:[is_lock]"), kFactoryReset}),
               LogOf("nuv_get_key_list"));
   }
   EXPECT_TRUE(sqlite_faults::Openings().empty());
@@ -189,7 +189,7 @@ TEST_F(KeyList, NoMemoryForTheArray) {
   AddThree("is_lock");
   memory_faults::FailMalloc(3 * sizeof(nuv_app_info_s));
   EXPECT_EQ((ListAnswer{-1, 3, Handed::kNull, {}}), Locked());
-  EXPECT_EQ("6 \033[0;31mFailed to malloc app_list\033[0;m", LogOf("nuv_get_key_list").back());
+  EXPECT_EQ("E " + Red("Failed to malloc app_list"), LogOf("nuv_get_key_list").back());
   EXPECT_EQ(1u, sqlite_faults::Prepared().size());
 }
 
@@ -201,7 +201,7 @@ TEST_F(KeyList, NoMemoryForTheStatement) {
     memory_faults::FailNew(0);
     return result;
   });
-  ExpectFailed(answer, -1, Handed::kNull, "6 \033[0;31mout of memory\033[0;m");
+  ExpectFailed(answer, -1, Handed::kNull, "E " + Red("out of memory"));
 }
 
 TEST_F(KeyList, HoldsTheNamedLockAtEveryStatement) {
@@ -236,8 +236,8 @@ TEST_P(FixedKeyList, HoldsFlaggedApplicationsInDatabaseOrder) {
   AddThree(GetParam().column);
   database_.Add("other flags", {{"is_lock", 1}, {"is_ispbound", 0}, {"is_hybrid_tv", 0}});
   EXPECT_EQ(Three(), Answer(GetParam().call));
-  EXPECT_EQ((std::vector<std::string>{"6 \033[0;33mIN\033[0;m"}), LogOf(GetParam().function));
-  EXPECT_EQ(std::string("4 \033[0;32mStart,count:[0], key:[") + GetParam().key + "]\033[0;m",
+  EXPECT_EQ((std::vector<std::string>{"E " + Yellow("IN")}), LogOf(GetParam().function));
+  EXPECT_EQ("I " + Green(std::string("Start,count:[0], key:[") + GetParam().key + "]"),
             LogOf("nuv_get_key_list").front());
   EXPECT_NE(std::string::npos,
             sqlite_faults::Prepared().at(0).find(std::string(" and ") + GetParam().key + " = ? and is_need_reset"));
@@ -254,7 +254,7 @@ TEST_P(FixedKeyList, PassesFailuresOn) {
 TEST_P(FixedKeyList, AnnouncesItselfEvenWhenRefused) {
   fake_platform::SetFactoryReset(1);
   EXPECT_EQ(kRefused, Answer(GetParam().call));
-  EXPECT_EQ((std::vector<std::string>{"6 \033[0;33mIN\033[0;m"}), LogOf(GetParam().function));
+  EXPECT_EQ((std::vector<std::string>{"E " + Yellow("IN")}), LogOf(GetParam().function));
   EXPECT_EQ(kFactoryReset, LogOf("nuv_get_key_list").back());
 }
 

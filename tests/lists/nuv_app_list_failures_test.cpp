@@ -4,12 +4,12 @@
 
 namespace {
 
-const std::string kStart = "4 \033[0;32mStart\033[0;m";
-const std::string kFactoryReset = "4 \033[0;32mFactoryReset is true\033[0;m";
-const std::string kRecovering = "6 \033[0;31mPkgmgr is recovering\033[0;m";
-const std::string kNullParameter = "6 \033[0;31min param is NULL \033[0;m";
-const std::string kCountFailed = "6 \033[0;31mget app count fail\033[0;m";
-const std::string kOutOfMemory = "6 \033[0;31mout of memory\033[0;m";
+const std::string kStart = "I " + Green("Start");
+const std::string kFactoryReset = "I " + Green("FactoryReset is true");
+const std::string kRecovering = "E " + Red("Pkgmgr is recovering");
+const std::string kNullParameter = "E " + Red("in param is NULL ");
+const std::string kCountFailed = "E " + Red("get app count fail");
+const std::string kOutOfMemory = "E " + Red("out of memory");
 
 const ListAnswer kRefused = {-1, kCountBefore, Handed::kUntouched, {}};
 
@@ -29,7 +29,7 @@ class AppListFailure : public AppListTest, public ::testing::WithParamInterface<
 
   static size_t RecordSize() { return GetParam() ? sizeof(nuv_app_ms_s) : sizeof(nuv_app_info_s); }
   static std::string ReadFailed() {
-    return GetParam() ? "6 \033[0;31mfailed to get app list ms\033[0;m" : "6 \033[0;31mfailed to get app list\033[0;m";
+    return GetParam() ? "E " + Red("failed to get app list ms") : "E " + Red("failed to get app list");
   }
   static ListAnswer GetAll() {
     ListCall call;
@@ -53,7 +53,7 @@ class AppListFailure : public AppListTest, public ::testing::WithParamInterface<
     EXPECT_EQ((ListAnswer{result, 0, Handed::kNull, {}}), GetAll());
     const auto lines = LogOf("GetAppList");
     EXPECT_EQ(ReadFailed(), lines.back());
-    EXPECT_EQ("4 after set,real_count: 3", lines.at(lines.size() - 2));
+    EXPECT_EQ("I after set,real_count: 3", lines.at(lines.size() - 2));
   }
   static void ExpectUntouchedDatabase() {
     EXPECT_TRUE(sqlite_faults::Openings().empty());
@@ -168,7 +168,7 @@ TEST_P(AppListFailure, BusyAnywhereInTheList) {
     ExpectReadFailed(-2);
     EXPECT_EQ(std::vector<std::string>(49, "usleep 10000"), fake_platform::Effects());
     const auto lines = LogOf(GetParam() ? "GetAppsMSList" : "GetAppsTableList");
-    EXPECT_EQ((std::vector<std::string>{"6 Get DB fail:sql busy", "4 Get DB finish"}),
+    EXPECT_EQ((std::vector<std::string>{"E Get DB fail:sql busy", "I Get DB finish"}),
               std::vector<std::string>(lines.end() - 2, lines.end()));
   }
 }
@@ -201,9 +201,8 @@ TEST_P(AppListFailure, ARowComesBetweenCountAndList) {
 TEST_P(AppListFailure, NoMemoryForTheArray) {
   memory_faults::FailMalloc(3 * RecordSize());
   EXPECT_EQ((ListAnswer{-1, 3, Handed::kNull, {}}), GetAll());
-  EXPECT_EQ(
-      GetParam() ? "6 \033[0;31mfailed to malloc app_list_ms\033[0;m" : "6 \033[0;31mfailed to malloc app_list\033[0;m",
-      LogOf("GetAppList").back());
+  EXPECT_EQ(GetParam() ? "E " + Red("failed to malloc app_list_ms") : "E " + Red("failed to malloc app_list"),
+            LogOf("GetAppList").back());
   EXPECT_EQ(1u, sqlite_faults::Prepared().size());
   memory_faults::FailMalloc(0);
   EXPECT_EQ(3, GetAll().real_count);

@@ -33,8 +33,8 @@ TEST_F(AppListFilter, PremiumGameFiltersNothing) {
     EXPECT_EQ(0, GetAppList({1, premium, 2}, NUV_APP_VIEWMODE_INDEX, 0, 0, false, &count, &list, nullptr));
     EXPECT_EQ(2, count);
     free(list);
-    EXPECT_TRUE(fake_platform::Logged("\033[0;32mfeatured:[1],type:[2],premium_game:[" + std::to_string(premium) +
-                                      "],view_mode:[1],index:[0],count:[0]\033[0;m"));
+    EXPECT_TRUE(fake_platform::Logged(Green("featured:[1],type:[2],premium_game:[" + std::to_string(premium) +
+                                            "],view_mode:[1],index:[0],count:[0]")));
   }
 }
 
@@ -87,12 +87,12 @@ TEST_F(AppListFilter, FeaturedIsASetOfFourCategories) {
     call.featured = row.featured;
     const ListAnswer answer = Get(call);
     const int taken = row.featured == 3 ? 11 : row.featured;
-    EXPECT_TRUE(fake_platform::Logged("\033[0;32mfeatured:[" + std::to_string(row.featured) +
-                                      "],type:[65535],view_mode:[1],index:[-1],count:[0],app_featured:[" +
-                                      std::to_string(taken) + "]\033[0;m"));
+    EXPECT_TRUE(fake_platform::Logged(Green("featured:[" + std::to_string(row.featured) +
+                                            "],type:[65535],view_mode:[1],index:[-1],count:[0],app_featured:[" +
+                                            std::to_string(taken) + "]")));
     if (row.categories == nullptr) {
       EXPECT_EQ((ListAnswer{-1, kCountBefore, Handed::kUntouched, {}}), answer);
-      EXPECT_EQ("6 \033[0;31min param featured error\033[0;m", LogOf("GetAppList").back());
+      EXPECT_EQ("E " + Red("in param featured error"), LogOf("GetAppList").back());
       EXPECT_TRUE(sqlite_faults::Prepared().empty());
     } else if (row.categories == std::string("any")) {
       EXPECT_EQ(std::string(kStart) + kEnd, Condition());
@@ -145,10 +145,9 @@ TEST_F(AppListFilter, TypeIsASetOfTwoTypes) {
     const ListAnswer answer = Get(call);
     if (row.types == nullptr) {
       EXPECT_EQ((ListAnswer{-1, kCountBefore, Handed::kUntouched, {}}), answer);
-      const std::string refused = "6 \033[0;31min param app_type is error\033[0;m";
-      EXPECT_EQ(row.passes_first_check ? "6 \033[0;31mfilterAppType error\033[0;m" : refused,
-                LogOf("GetAppList").back());
-      EXPECT_EQ(row.passes_first_check ? (std::vector<std::string>{"4 Start to get app type", refused})
+      const std::string refused = "E " + Red("in param app_type is error");
+      EXPECT_EQ(row.passes_first_check ? "E " + Red("filterAppType error") : refused, LogOf("GetAppList").back());
+      EXPECT_EQ(row.passes_first_check ? (std::vector<std::string>{"I Start to get app type", refused})
                                        : std::vector<std::string>(),
                 LogOf("GetStrAppType"));
       EXPECT_TRUE(sqlite_faults::Prepared().empty());

@@ -39,8 +39,8 @@ TEST_F(AppListPaging, APageThatStartsBehindTheLastMatchFails) {
       sqlite_faults::Forget();
       EXPECT_EQ(kBeyond, Get(Page(index, 5, ms))) << index;
       const std::string place = std::to_string(index);
-      EXPECT_EQ((std::vector<std::string>{"4 before set,count: 5,index:" + place + ",real_count:10",
-                                          "4 offect >= real count:offect:" + place + ", real count:10 "}),
+      EXPECT_EQ((std::vector<std::string>{"I before set,count: 5,index:" + place + ",real_count:10",
+                                          "I offect >= real count:offect:" + place + ", real count:10 "}),
                 LastLines(2));
       EXPECT_EQ(1u, sqlite_faults::Prepared().size());
     }
@@ -51,8 +51,8 @@ TEST_F(AppListPaging, TheLastPageHoldsWhatIsLeft) {
   database_.AddMany(10);
   for (const bool ms : {false, true}) {
     EXPECT_EQ(Array({"app9"}), Get(Page(9, 5, ms)));
-    EXPECT_EQ((std::vector<std::string>{"4 before set,count: 5,index:9,real_count:10", "4 after set,real_count: 1",
-                                        "4 \033[0;32mFinish,real_count:[1]\033[0;m"}),
+    EXPECT_EQ((std::vector<std::string>{"I before set,count: 5,index:9,real_count:10", "I after set,real_count: 1",
+                                        "I " + Green("Finish,real_count:[1]")}),
               LastLines(3));
     const std::string executed = sqlite_faults::Executed().back();
     EXPECT_EQ("limit 9,1 ", executed.substr(executed.rfind("limit")));
@@ -88,7 +88,7 @@ TEST_F(AppListPaging, ANegativeIndexPutsNoLimitIntoTheStatement) {
       const std::string executed = sqlite_faults::Executed().at(1);
       EXPECT_EQ(" order by app_index asc ", executed.substr(executed.find(" order by")));
       const auto steps = LogOf("Step");  // one for the count
-      EXPECT_EQ(13, std::count(steps.begin(), steps.end(), "4 SQLITE_ROW : has another row ready"));
+      EXPECT_EQ(13, std::count(steps.begin(), steps.end(), "I SQLITE_ROW : has another row ready"));
     }
   }
 }

@@ -80,7 +80,7 @@ TYPED_TEST(ListWorker, ReadsPastTheRowsBeyondTheArray) {
   EXPECT_EQ((std::vector<std::string>{"app0", "app1"}), (std::vector<std::string>{list[0].app_id, list[1].app_id}));
   EXPECT_TRUE(AllBytesAre(list[2], 'x'));
   const auto steps = this->LogOf("Step");
-  EXPECT_EQ(5, std::count(steps.begin(), steps.end(), "4 SQLITE_ROW : has another row ready"));
+  EXPECT_EQ(5, std::count(steps.begin(), steps.end(), "I SQLITE_ROW : has another row ready"));
 }
 
 TYPED_TEST(ListWorker, StoresNothingInAnArrayOfNone) {
@@ -245,9 +245,8 @@ TEST_F(FullListWorker, SelectsAllColumns) {
   database_.AddMany(1);
   std::vector<nuv_app_info_s> list(1);
   EXPECT_EQ(0, Read(list, 1, " where app_index = 0"));
-  std::string expected = "select ";
-  for (size_t i = 0; i < 65; ++i) expected += (i == 0 ? "" : ",") + AppDatabase::Columns()[i].first;
-  EXPECT_EQ((std::vector<std::string>{expected + " from widgetinfo where app_index = 0"}), sqlite_faults::Prepared());
+  EXPECT_EQ((std::vector<std::string>{AppDatabase::FullRowSelect() + " where app_index = 0"}),
+            sqlite_faults::Prepared());
 }
 
 TEST_F(FullListWorker, LogsItsWay) {
@@ -256,20 +255,20 @@ TEST_F(FullListWorker, LogsItsWay) {
   EXPECT_EQ(0, GetAppsTableList(list.data(), 2, kByIndex, 7, {}, false));
   const auto lines = LogOf("GetAppsTableList");
   ASSERT_EQ(7u, lines.size());
-  EXPECT_EQ("4 Start : real_count:[2],strParam:[ order by app_index asc ],tableType:[7] ", lines[0]);
-  EXPECT_EQ("4 \033[0;33msizeof(Column)/30-1 = 64\033[0;m", lines[1]);
-  EXPECT_EQ("4 set app_info success", lines[2]);
-  EXPECT_EQ("4 set app_info success", lines[3]);
-  EXPECT_EQ(0u, lines[4].rfind("4 \033[0;32mapp_id = app0,app_index = 0,app_title = ,", 0));
-  EXPECT_EQ(0u, lines[5].rfind("4 \033[0;32mapp_id = app1,app_index = 1,app_title = ,", 0));
-  EXPECT_EQ("4 Get DB finish", lines[6]);
+  EXPECT_EQ("I Start : real_count:[2],strParam:[ order by app_index asc ],tableType:[7] ", lines[0]);
+  EXPECT_EQ("I " + Yellow("sizeof(Column)/30-1 = 64"), lines[1]);
+  EXPECT_EQ("I set app_info success", lines[2]);
+  EXPECT_EQ("I set app_info success", lines[3]);
+  EXPECT_EQ(0u, lines[4].rfind("I " + OpenEnded(Green("app_id = app0,app_index = 0,app_title = ,")), 0));
+  EXPECT_EQ(0u, lines[5].rfind("I " + OpenEnded(Green("app_id = app1,app_index = 1,app_title = ,")), 0));
+  EXPECT_EQ("I Get DB finish", lines[6]);
 }
 
 TEST_F(FullListWorker, ListsNoRecordInTheLogAfterAFailure) {
   std::vector<nuv_app_info_s> list(2);
   EXPECT_EQ(-1, Read(list, 2));
-  EXPECT_EQ((std::vector<std::string>{"4 Start : real_count:[2],strParam:[ order by app_index asc ],tableType:[0] ",
-                                      "4 \033[0;33msizeof(Column)/30-1 = 64\033[0;m", "4 Get DB finish"}),
+  EXPECT_EQ((std::vector<std::string>{"I Start : real_count:[2],strParam:[ order by app_index asc ],tableType:[0] ",
+                                      "I " + Yellow("sizeof(Column)/30-1 = 64"), "I Get DB finish"}),
             LogOf("GetAppsTableList"));
 }
 
@@ -279,8 +278,9 @@ TEST_F(FullListWorker, BringsDownloadsForwardWhenAsked) {
   EXPECT_EQ(0, Read(list, 4, kByIndex, {}, true));
   EXPECT_EQ((std::vector<std::string>{"app301", "app300", "app1", "app2"}), IdsOf(list));
   const auto lines = LogOf("GetAppsTableList");
-  EXPECT_EQ("4 \033[0;32mview mode : last download\033[0;m", lines.at(6));
-  EXPECT_EQ(0u, lines.at(7).rfind("4 \033[0;32mapp_id = app301,", 0));  // the records are listed in the new order
+  EXPECT_EQ("I " + Green("view mode : last download"), lines.at(6));
+  EXPECT_EQ(0u, lines.at(7).rfind("I " + OpenEnded(Green("app_id = app301,")),
+                                  0));  // the records are listed in the new order
 }
 
 TEST_F(FullListWorker, OrdersEvenWhatABusyDatabaseLeft) {
@@ -291,8 +291,8 @@ TEST_F(FullListWorker, OrdersEvenWhatABusyDatabaseLeft) {
   EXPECT_EQ(-2, Read(list, 3, kByIndex, {}, true));
   EXPECT_EQ((std::vector<std::string>{"app301", "app300", "app1"}), IdsOf(list));
   const auto lines = LogOf("GetAppsTableList");
-  EXPECT_EQ((std::vector<std::string>{"6 Get DB fail:sql busy", "4 \033[0;32mview mode : last download\033[0;m",
-                                      "4 Get DB finish"}),
+  EXPECT_EQ((std::vector<std::string>{"E Get DB fail:sql busy", "I " + Green("view mode : last download"),
+                                      "I Get DB finish"}),
             std::vector<std::string>(lines.end() - 3, lines.end()));
 }
 
@@ -328,11 +328,11 @@ TEST_F(MultiScreenListWorker, LogsItsWay) {
   database_.Add("one", {{"is_multi_screen2", 1}});
   std::vector<nuv_app_ms_s> list(2);
   EXPECT_EQ(0, Read(list, 2, " order by rowid"));
-  EXPECT_EQ((std::vector<std::string>{
-                "4 Start : strParam:[ order by rowid],real_count:[2] ",
-                "4 sql:select id,is_multi_screen2 from widgetinfo order by rowid", "4 begin to set app_info ",
-                "4 set app_info success", "4 \033[0;32mappindex = 0, app_id =one, is_multi_screen2 =1\033[0;m",
-                "4 \033[0;32mappindex = 1, app_id =, is_multi_screen2 =0\033[0;m", "4 Get DB finish"}),
+  EXPECT_EQ((std::vector<std::string>{"I Start : strParam:[ order by rowid],real_count:[2] ",
+                                      "I sql:select id,is_multi_screen2 from widgetinfo order by rowid",
+                                      "I begin to set app_info ", "I set app_info success",
+                                      "I " + Green("appindex = 0, app_id =one, is_multi_screen2 =1"),
+                                      "I " + Green("appindex = 1, app_id =, is_multi_screen2 =0"), "I Get DB finish"}),
             LogOf("GetAppsMSList"));
 }
 

@@ -81,7 +81,7 @@ TEST_F(AppList, NothingThatMatchesIsASuccessWithoutAnArray) {
     ListCall call;
     call.ms = ms;
     EXPECT_EQ((ListAnswer{0, 0, Handed::kUntouched, {}}), Get(call));
-    EXPECT_EQ("4 real_count is 0 ", LogOf("GetAppList").back());
+    EXPECT_EQ("I real_count is 0 ", LogOf("GetAppList").back());
   }
   EXPECT_EQ(2u, sqlite_faults::Prepared().size());
 }
@@ -107,15 +107,15 @@ TEST_F(AppList, LogsItsWay) {
   ListCall call{3, 2, NUV_APP_VIEWMODE_TITLE_ASC, 1, 5};
   Get(call);
   EXPECT_EQ((std::vector<std::string>{
-                "4 \033[0;32mStart\033[0;m",
-                "4 \033[0;32mfeatured:[3],type:[2],premium_game:[0],view_mode:[3],index:[1],count:[5]\033[0;m",
-                "4 \033[0;32mfeatured:[3],type:[2],view_mode:[3],index:[1],count:[5],app_featured:[11]\033[0;m",
-                "4 before set,count: 5,index:1,real_count:3", "4 after set,real_count: 2",
-                "4 \033[0;32mFinish,real_count:[2]\033[0;m"}),
+                "I " + Green("Start"),
+                "I " + Green("featured:[3],type:[2],premium_game:[0],view_mode:[3],index:[1],count:[5]"),
+                "I " + Green("featured:[3],type:[2],view_mode:[3],index:[1],count:[5],app_featured:[11]"),
+                "I before set,count: 5,index:1,real_count:3", "I after set,real_count: 2",
+                "I " + Green("Finish,real_count:[2]")}),
             LogOf("GetAppList"));
-  EXPECT_EQ((std::vector<std::string>{"4 Start to get app type", "4 Type:? "}), LogOf("GetStrAppType"));
+  EXPECT_EQ((std::vector<std::string>{"I Start to get app type", "I Type:? "}), LogOf("GetStrAppType"));
   EXPECT_EQ((std::vector<std::string>{
-                "4 Start:strParam:[ where is_app_available = ? and install_state = ?  and app_type in (? )  and "
+                "I Start:strParam:[ where is_app_available = ? and install_state = ?  and app_type in (? )  and "
                 "app_featured in (? ,? ,? )  and is_hidden = ? and is_need_reset = ? ],tableType:[0]"}),
             LogOf("GetAppsTableCount"));
   EXPECT_NE(std::string::npos, LogOf("GetAppsTableList").front().find("limit ?,? ],tableType:[0] "));
@@ -177,7 +177,7 @@ TEST_F(AppListOrder, FollowsTheViewMode) {
         const std::string text = sqlite_faults::Executed().at(1);
         EXPECT_EQ(kEnd + (ms ? row.ms_order : row.order) + (index == 0 ? "limit 0,4 " : ""),
                   text.substr(text.find(kEnd)));
-        EXPECT_EQ(!ms && row.view_mode == 2, fake_platform::Logged("\033[0;32mview mode : last download\033[0;m"));
+        EXPECT_EQ(!ms && row.view_mode == 2, fake_platform::Logged(Green("view mode : last download")));
       }
     }
   }

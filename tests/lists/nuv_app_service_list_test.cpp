@@ -103,8 +103,8 @@ TEST_F(ServiceList, FeaturedIsASetInDecimal) {
     sqlite_faults::Forget();
     EXPECT_EQ((ServiceAnswer{row.categories == nullptr ? -1 : 0, {}}), Get(row.text));
     if (row.categories == nullptr) {
-      EXPECT_EQ((Ids{std::string("4 \033[0;32mStart, app_featured:[") + row.text + "], view_mode:[1]\033[0;m",
-                     "6 \033[0;31min param featured error\033[0;m"}),
+      EXPECT_EQ((Ids{"I " + Green(std::string("Start, app_featured:[") + row.text + "], view_mode:[1]"),
+                     "E " + Red("in param featured error")}),
                 LogOf("GetNUVAppList"));
       EXPECT_TRUE(sqlite_faults::Prepared().empty());
     } else if (row.categories == std::string("any")) {
@@ -148,19 +148,19 @@ TEST_F(ServiceList, FollowsTheViewMode) {
 TEST_F(ServiceList, LogsItsWay) {
   database_.AddMany(1);
   Get("3", "2");
-  EXPECT_EQ((Ids{"4 \033[0;32mStart, app_featured:[3], view_mode:[2]\033[0;m", "4 \033[0;32mFinish ret[0]\033[0;m"}),
+  EXPECT_EQ((Ids{"I " + Green("Start, app_featured:[3], view_mode:[2]"), "I " + Green("Finish ret[0]")}),
             LogOf("GetNUVAppList"));
-  EXPECT_EQ("4 set app app0", LogOf("m_GetAppsTableInnerList").back());
+  EXPECT_EQ("I set app app0", LogOf("m_GetAppsTableInnerList").back());
   EXPECT_TRUE(fake_platform::Effects().empty());
 }
 
 TEST_F(ServiceList, GuardsLeaveTheDatabaseAlone) {
   fake_platform::SetRepairMarker(true);
   EXPECT_EQ((ServiceAnswer{-1, {}}), Get("1"));
-  EXPECT_EQ("6 \033[0;31mPkgmgr is recovering\033[0;m", LogOf("GetNUVAppList").back());
+  EXPECT_EQ("E " + Red("Pkgmgr is recovering"), LogOf("GetNUVAppList").back());
   fake_platform::SetFactoryReset(2);
   EXPECT_EQ((ServiceAnswer{-1, {}}), Get("0"));  // asked before the set is looked at
-  EXPECT_EQ("4 \033[0;33mFactoryReset is true\033[0;m", LogOf("GetNUVAppList").back());
+  EXPECT_EQ("I " + Yellow("FactoryReset is true"), LogOf("GetNUVAppList").back());
   EXPECT_TRUE(sqlite_faults::Openings().empty());
 }
 
@@ -178,17 +178,17 @@ TEST_F(ServiceList, ABusyStepLeavesWhatWasReadUntilThen) {
     EXPECT_EQ(0, answer.result);
     EXPECT_EQ(rows, answer.ids.size());
     EXPECT_EQ(6, fake_platform::LogPriority("Get DB fail:sql busy"));
-    EXPECT_EQ("4 \033[0;32mFinish ret[0]\033[0;m", LogOf("GetNUVAppList").back());
+    EXPECT_EQ("I " + Green("Finish ret[0]"), LogOf("GetNUVAppList").back());
   }
 }
 
 TEST_F(ServiceList, AFailedPrepareIsTheResult) {
   sqlite_faults::prepare_codes.assign(50, SQLITE_BUSY);
   EXPECT_EQ((ServiceAnswer{-2, {}}), Get("1"));
-  EXPECT_EQ("4 \033[0;32mFinish ret[-2]\033[0;m", LogOf("GetNUVAppList").back());
+  EXPECT_EQ("I " + Green("Finish ret[-2]"), LogOf("GetNUVAppList").back());
   sqlite_faults::prepare_codes = {SQLITE_ERROR};
   EXPECT_EQ((ServiceAnswer{-1, {}}), Get("1"));
-  EXPECT_EQ("4 \033[0;32mFinish ret[-1]\033[0;m", LogOf("GetNUVAppList").back());
+  EXPECT_EQ("I " + Green("Finish ret[-1]"), LogOf("GetNUVAppList").back());
 }
 
 TEST_F(ServiceList, MemoryThatRunsOutIsAFailure) {
@@ -202,7 +202,7 @@ TEST_F(ServiceList, MemoryThatRunsOutIsAFailure) {
   EXPECT_EQ(-1, result);
   EXPECT_EQ(-1, result_of_list);
   EXPECT_TRUE(list.empty());
-  EXPECT_EQ("6 \033[0;31mout of memory\033[0;m", LogOf("GetNUVAppList").back());
+  EXPECT_EQ("E " + Red("out of memory"), LogOf("GetNUVAppList").back());
 }
 
 TEST_F(ServiceList, HoldsTheNamedLock) {
@@ -234,7 +234,7 @@ TEST_F(TypeMarks, OneForEachTypeOfTheSet) {
       EXPECT_EQ(2, binds[1 + i].type);
       EXPECT_EQ(row.bound[i], binds[1 + i].value);
     }
-    EXPECT_EQ((Ids{"4 Start to get app type", std::string("4 Type:") + row.text}), LogOf("GetStrAppType"));
+    EXPECT_EQ((Ids{"I Start to get app type", std::string("I Type:") + row.text}), LogOf("GetStrAppType"));
   }
 }
 
@@ -246,8 +246,7 @@ TEST_F(TypeMarks, RefusesOtherSets) {
     EXPECT_EQ(-1, GetStrAppType(type, text, binds)) << type;
     EXPECT_EQ("what was there", text);
     EXPECT_TRUE(binds.empty());
-    EXPECT_EQ((Ids{"4 Start to get app type", "6 \033[0;31min param app_type is error\033[0;m"}),
-              LogOf("GetStrAppType"));
+    EXPECT_EQ((Ids{"I Start to get app type", "E " + Red("in param app_type is error")}), LogOf("GetStrAppType"));
   }
 }
 

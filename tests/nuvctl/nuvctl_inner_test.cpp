@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "distinct_row.h"
 #include "nuvctl_catalogue.h"
 #include "recording_service.h"
 
@@ -39,11 +40,7 @@ class NuvctlChange : public NuvctlInner {
 };
 
 TEST_F(NuvctlInner, ShowHasEachColumnUnderItsName) {
-  AppDatabase::Row row;
-  int number = 0;
-  for (const auto& [name, is_number] : AppDatabase::Columns()) {
-    row[name] = is_number ? AppDatabase::Value(++number) : AppDatabase::Value("text of " + name);
-  }
+  const AppDatabase::Row row = DistinctRow();
   database_.Add("text of id", row);
   const std::set<std::string> icons = {"pannel_icon_path", "firstscreen_icon_path", "reserved_string_3"};
   const Json record = AskJson({"inner", "show", "text of id", "--any-state"})["record"];

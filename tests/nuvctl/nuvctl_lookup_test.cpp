@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "distinct_row.h"
 #include "nuvctl_catalogue.h"
 
 using testing::HasSubstr;
@@ -42,11 +43,7 @@ TEST_F(NuvctlLookup, ShowHasALineForEachField) {
 }
 
 TEST_F(NuvctlLookup, ShowOfTheServicesRecordHasEachColumnUnderItsName) {
-  AppDatabase::Row row;
-  int number = 0;
-  for (const auto& [name, is_number] : AppDatabase::Columns()) {
-    row[name] = is_number ? AppDatabase::Value(++number) : AppDatabase::Value("text of " + name);
-  }
+  AppDatabase::Row row = DistinctRow();
   row.insert_or_assign("install_state", 3);
   row.insert_or_assign("is_app_available", 1);
   row.insert_or_assign("is_need_reset", 0);

@@ -3,8 +3,8 @@
 #include <sqlite3.h>
 
 #include <filesystem>
-#include <sstream>
 
+#include "app_database.h"
 #include "simulator_fixture.h"
 
 namespace {
@@ -12,21 +12,6 @@ namespace {
 using ::testing::HasSubstr;
 
 using SimulatorDatabaseTest = SimulatorTest;
-
-// Every column that a client selects, filters by or writes.
-constexpr const char* kColumns =
-    "id title run_title pannel_icon_path firstscreen_icon_path version install_date kelvo_id size app_index"
-    " app_featured is_support_voice is_support_gesture is_removable is_display is_lock install_source_type is_usb_app"
-    " is_need_update is_updated is_multi_screen2 limit_age is_age_auth app_type icon_path install_path is_hidden"
-    " is_network is_premium_game pkgname widget_category use_count install_state is_need_login is_ticker"
-    " is_multi_tasking install_type use_gamepad hbbTV hybrid_app reserved_string_1 reserved_string_2"
-    " reserved_tinyint_1 reserved_tinyint_2 reserved_tinyint_3 reserved_tinyint_4 reserved_tinyint_5"
-    " reserved_tinyint_7 reserved_string_3 reserved_string_4 reserved_tinyint_8 reserved_string_5 reserved_string_6"
-    " reserved_int_1 reserved_string_9 reserved_tinyint_10 reserved_string_10 reserved_string_11 reserved_tinyint_11"
-    " reserved_string_15 reserved_string_14 reserved_string_18 nuvorder reserved_string_19 reserved_string_20"
-    " pkg_type launch_date is_app_available resources_path icon_updated_date is_need_reset is_system ait_appid"
-    " ait_orgid chanel_name is_ispbound is_hybrid_tv is_auto_update duid reserved_string_8 reserved_string_16"
-    " reserved_tinyint_13 reserved_tinyint_14 cp_name";
 
 struct Default {
   const char* column;
@@ -42,14 +27,11 @@ void Execute(const std::string& path, const char* sql) {
 
 TEST_F(SimulatorDatabaseTest, TheTableHasEveryColumnThatAClientNames) {
   Start();
-  std::istringstream names(kColumns);
-  std::string name;
-  int count = 0;
-  while (names >> name) {
-    ++count;
+  for (const auto& [name, is_number] : AppDatabase::Columns()) {
     EXPECT_EQ(Query("select count(*) from pragma_table_info('widgetinfo') where name = '" + name + "'"), "1") << name;
   }
-  EXPECT_EQ(Query("select count(*) from pragma_table_info('widgetinfo')"), std::to_string(count));
+  EXPECT_EQ(Query("select count(*) from pragma_table_info('widgetinfo')"),
+            std::to_string(AppDatabase::Columns().size()));
 }
 
 TEST_F(SimulatorDatabaseTest, AnApplicationWithNothingButAnIdIsInstalledAvailableAndPlain) {

@@ -1,11 +1,29 @@
 #include "app_database.h"
 
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
 
 const AppDatabase::Row kUsable = {{"install_state", 3}, {"is_app_available", 1}, {"is_need_reset", 0},
                                   {"is_hidden", 0},     {"app_featured", 1},     {"app_type", 2}};
+
+// The names; "#": it holds integers. Those up to reserved_string_20 are the full row of the reading side.
+constexpr const char* kColumns =
+    "id title run_title pannel_icon_path firstscreen_icon_path version install_date kelvo_id size# app_index# "
+    "app_featured# is_support_voice# is_support_gesture# is_removable# is_display# is_lock# install_source_type# "
+    "is_usb_app# is_need_update# is_updated# is_multi_screen2# limit_age# is_age_auth# app_type# icon_path "
+    "install_path is_hidden# is_network# is_premium_game# pkgname widget_category use_count# install_state# "
+    "is_need_login# is_ticker# is_multi_tasking# install_type use_gamepad# hbbTV hybrid_app reserved_string_1 "
+    "reserved_string_2 reserved_tinyint_1# reserved_tinyint_2# reserved_tinyint_3# reserved_tinyint_4# "
+    "reserved_tinyint_5# reserved_tinyint_7# reserved_string_3 reserved_string_4 reserved_tinyint_8# "
+    "reserved_string_5 reserved_string_6 reserved_int_1# reserved_string_9 reserved_tinyint_10# "
+    "reserved_string_10 reserved_string_11 reserved_tinyint_11# reserved_string_15 reserved_string_14 "
+    "reserved_string_18 nuvorder reserved_string_19 reserved_string_20 pkg_type launch_date is_app_available# "
+    "resources_path icon_updated_date is_need_reset# is_system# ait_appid ait_orgid chanel_name is_ispbound# "
+    "is_hybrid_tv# is_auto_update# duid reserved_string_8 reserved_string_16 reserved_tinyint_13# "
+    "reserved_tinyint_14# cp_name";
 
 void Check(sqlite3* connection, int code) {
   if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE)
@@ -32,92 +50,30 @@ void Bind(sqlite3_stmt* statement, int position, const AppDatabase::Value& value
 
 }  // namespace
 
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
 const std::vector<std::pair<std::string, bool>>& AppDatabase::Columns() {
-  static const std::vector<std::pair<std::string, bool>> columns = {{"id", false},
-                                                                    {"title", false},
-                                                                    {"run_title", false},
-                                                                    {"pannel_icon_path", false},
-                                                                    {"firstscreen_icon_path", false},
-                                                                    {"version", false},
-                                                                    {"install_date", false},
-                                                                    {"kelvo_id", false},
-                                                                    {"size", true},
-                                                                    {"app_index", true},
-                                                                    {"app_featured", true},
-                                                                    {"is_support_voice", true},
-                                                                    {"is_support_gesture", true},
-                                                                    {"is_removable", true},
-                                                                    {"is_display", true},
-                                                                    {"is_lock", true},
-                                                                    {"install_source_type", true},
-                                                                    {"is_usb_app", true},
-                                                                    {"is_need_update", true},
-                                                                    {"is_updated", true},
-                                                                    {"is_multi_screen2", true},
-                                                                    {"limit_age", true},
-                                                                    {"is_age_auth", true},
-                                                                    {"app_type", true},
-                                                                    {"icon_path", false},
-                                                                    {"install_path", false},
-                                                                    {"is_hidden", true},
-                                                                    {"is_network", true},
-                                                                    {"is_premium_game", true},
-                                                                    {"pkgname", false},
-                                                                    {"widget_category", false},
-                                                                    {"use_count", true},
-                                                                    {"install_state", true},
-                                                                    {"is_need_login", true},
-                                                                    {"is_ticker", true},
-                                                                    {"is_multi_tasking", true},
-                                                                    {"install_type", false},
-                                                                    {"use_gamepad", true},
-                                                                    {"hbbTV", false},
-                                                                    {"hybrid_app", false},
-                                                                    {"reserved_string_1", false},
-                                                                    {"reserved_string_2", false},
-                                                                    {"reserved_tinyint_1", true},
-                                                                    {"reserved_tinyint_2", true},
-                                                                    {"reserved_tinyint_3", true},
-                                                                    {"reserved_tinyint_4", true},
-                                                                    {"reserved_tinyint_5", true},
-                                                                    {"reserved_tinyint_7", true},
-                                                                    {"reserved_string_3", false},
-                                                                    {"reserved_string_4", false},
-                                                                    {"reserved_tinyint_8", true},
-                                                                    {"reserved_string_5", false},
-                                                                    {"reserved_string_6", false},
-                                                                    {"reserved_int_1", true},
-                                                                    {"reserved_string_9", false},
-                                                                    {"reserved_tinyint_10", true},
-                                                                    {"reserved_string_10", false},
-                                                                    {"reserved_string_11", false},
-                                                                    {"reserved_tinyint_11", true},
-                                                                    {"reserved_string_15", false},
-                                                                    {"reserved_string_14", false},
-                                                                    {"reserved_string_18", false},
-                                                                    {"nuvorder", false},
-                                                                    {"reserved_string_19", false},
-                                                                    {"reserved_string_20", false},
-                                                                    {"pkg_type", false},
-                                                                    {"launch_date", false},
-                                                                    {"is_app_available", true},
-                                                                    {"resources_path", false},
-                                                                    {"icon_updated_date", false},
-                                                                    {"is_need_reset", true},
-                                                                    {"is_system", true},
-                                                                    {"ait_appid", false},
-                                                                    {"ait_orgid", false},
-                                                                    {"chanel_name", false},
-                                                                    {"is_ispbound", true},
-                                                                    {"is_hybrid_tv", true},
-                                                                    {"is_auto_update", true},
-                                                                    {"duid", false},
-                                                                    {"reserved_string_8", false},
-                                                                    {"reserved_string_16", false},
-                                                                    {"reserved_tinyint_13", true},
-                                                                    {"reserved_tinyint_14", true},
-                                                                    {"cp_name", false}};
+  static const std::vector<std::pair<std::string, bool>> columns = [] {
+    std::vector<std::pair<std::string, bool>> named;
+    for (const std::string& word : Words(kColumns)) {
+      const bool is_number = word.back() == '#';
+      named.emplace_back(word.substr(0, word.size() - (is_number ? 1 : 0)), is_number);
+    }
+    return named;
+  }();
   return columns;
+}
+
+std::string AppDatabase::FullRowSelect() {
+  std::string names;
+  for (const auto& [name, is_number] : Columns()) {
+    names += (names.empty() ? "" : ",") + name;
+    if (name == "reserved_string_20") break;
+  }
+  return "select " + names + " from widgetinfo";
 }
 
 AppDatabase::AppDatabase() {

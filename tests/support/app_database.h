@@ -12,6 +12,9 @@
 
 #include "temp_dir.h"
 
+// The words of a text that blanks separate.
+std::vector<std::string> Words(const std::string& text);
+
 class AppDatabase {
  public:
   using Value = std::variant<int, std::string, std::nullptr_t>;
@@ -36,6 +39,8 @@ class AppDatabase {
 
   // Names of all columns of the applications' table, and whether they hold integers.
   static const std::vector<std::pair<std::string, bool>>& Columns();
+  // The statement that reads full rows, as SQLite gets it in front of a clause.
+  static std::string FullRowSelect();
 
  private:
   sqlite3* Open();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "database_test.h"
+#include "log_notation.h"
 #include "memory_faults.h"
 #include "named_lock.h"
 
@@ -86,12 +87,12 @@ class AppListTest : public DatabaseTest {
     DatabaseTest::TearDown();
   }
 
-  // The lines that a function logged, or that were logged on its behalf, each after its priority: "6 text".
+  // The lines that a function logged, or that were logged on its behalf, as "E text".
   static std::vector<std::string> LogOf(const std::string& function) {
     std::vector<std::string> lines;
     for (const fake_platform::LogLine& line : fake_platform::Log()) {
       if (line.prefix.find(": " + function + "(") == std::string::npos) continue;
-      lines.push_back(std::to_string(line.priority) + " " + line.text);
+      lines.push_back(LogText(line));
     }
     return lines;
   }

@@ -1,6 +1,4 @@
 // The log of a call as a list of texts, and the lines that every query of the catalogue writes.
-//
-// A line reads "I text" (info), "W text" (warning), "E text" (error) or "S text" (info, system log buffer).
 #pragma once
 
 #include <functional>
@@ -8,14 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "log_notation.h"
+
 using LogLines = std::vector<std::string>;
-
-constexpr const char* kRed = "\033[0;31m";
-constexpr const char* kGreen = "\033[0;32m";
-constexpr const char* kYellow = "\033[0;33m";
-
-// The text in a colour.
-std::string Coloured(const char* colour, const std::string& text);
 
 // The lines that the call logs. What was logged before is forgotten.
 LogLines LogOf(const std::function<void()>& call);

@@ -1,9 +1,7 @@
 // A row of the catalogue in which every column has a value of its own.
 #pragma once
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 #include "app_database.h"
 
@@ -26,16 +24,4 @@ inline AppDatabase::Row DistinctRow() {
     row[name] = is_number ? AppDatabase::Value(NumberOf(name)) : AppDatabase::Value(TextOf(name));
   }
   return row;
-}
-
-// The words of a text that blanks separate.
-inline std::vector<std::string> Words(const std::string& text) {
-  std::vector<std::string> words;
-  size_t start = 0;
-  while (start < text.size()) {
-    const size_t end = std::min(text.find(' ', start), text.size());
-    if (end > start) words.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return words;
 }

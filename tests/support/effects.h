@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "fake_platform.h"
+#include "log_notation.h"
 
 using Effects = std::vector<std::string>;
 
@@ -15,7 +15,7 @@ inline Effects EffectsWithLogOf(const std::vector<std::string>& files) {
   for (const fake_platform::LogLine& line : fake_platform::Log()) {
     for (const std::string& file : files) {
       if (line.prefix.rfind("NuvClient " + file + ":", 0) != 0) continue;
-      wanted.insert("log " + std::to_string(line.priority) + " " + line.text);
+      wanted.insert("log " + LogText(line));
     }
   }
   Effects result;
@@ -34,15 +34,6 @@ inline std::vector<int> LogBuffers(const std::string& text) {
   return buffers;
 }
 
-inline std::string LogEffect(int priority, const std::string& text) {
-  return "log " + std::to_string(priority) + " " + text;
-}
-inline std::string Red(const std::string& text) {
-  return "\033[0;31m" + text + "\033[0;m";
-}
-inline std::string Green(const std::string& text) {
-  return "\033[0;32m" + text + "\033[0;m";
-}
-inline std::string Yellow(const std::string& text) {
-  return "\033[0;33m" + text + "\033[0;m";
+inline std::string LogEffect(char kind, const std::string& text) {
+  return std::string("log ") + kind + " " + text;
 }

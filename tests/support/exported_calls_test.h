@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "exported_calls.h"
 #include "fake_platform.h"
 #include "left_behind.h"
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
 #include "sqlite_faults.h"
+#include "world.h"
 
 struct Outcome {
   std::optional<int> result;  // nothing: std::bad_alloc
@@ -61,13 +61,13 @@ class ExportedCallsTest : public ::testing::Test {
   Outcome Run(const ExportedCall& call, Disturbed disturbed) {
     world_.Renew();
     if (cold_) CloseDatabases();
-    if (call.before != nullptr) call.before(world_);
+    if (call.before != nullptr) call.before(world_.service());
     fake_platform::Clear();
     sqlite_faults::Forget();
     Outcome outcome;
     first_event_ = TakeLaunchEvent();
     try {
-      disturbed([&] { outcome.result = call.call(world_); });
+      disturbed([&] { outcome.result = call.call(*world_.arguments); });
     } catch (const std::bad_alloc&) {
     }
     if (outcome.result != 0) ExpectNoCallbackKept();
@@ -86,8 +86,8 @@ class ExportedCallsTest : public ::testing::Test {
   }
 
   static bool HasFailed(const ExportedCall& call, const Outcome& outcome) {
-    if (!outcome.result) return call.throws;
-    return *outcome.result == call.failure || *outcome.result == call.other_failure;
+    if (!outcome.result) return call.Throws();
+    return *outcome.result == call.results.failure || *outcome.result == call.results.other_failure;
   }
 
   // What a call left, its database connections aside where they are to be opened by each call.

@@ -21,6 +21,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "log_notation.h"
 #include "process.h"
 #include "undisturbed.h"
 
@@ -159,7 +160,7 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
   {
     const std::lock_guard<std::mutex> lock(Get().mutex);
     Get().log.push_back(entry);
-    if (Get().log_as_effects) Get().effects.push_back("log " + std::to_string(priority) + " " + entry.text);
+    if (Get().log_as_effects) Get().effects.push_back("log " + LogText(entry));
     hook = Get().log_hook;
   }
   if (hook) hook();

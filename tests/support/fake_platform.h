@@ -25,7 +25,7 @@ void Clear();
 // Waits until a link has its name. The listener says so by itself, at any time after the call that made the link.
 bool WaitForOwnName();
 
-// Log lines become effects, too ("log 6 text").
+// Log lines become effects, too ("log E text", as log_notation.h has it).
 void LogAsEffects(bool on);
 void LetSettingsFail(bool fail);
 // Path variable 24; nothing: it has no value.

@@ -7,8 +7,8 @@
 #include <deque>
 #include <set>
 
-#include "bus_functions.h"
 #include "catalogue_launch_test.h"
+#include "launch_record.h"
 
 using Outcomes = std::set<std::string>;
 
@@ -52,7 +52,7 @@ class KillMatrixTest : public CatalogueLaunchTest, public ::testing::WithParamIn
  protected:
   void SetUp() override {
     CatalogueLaunchTest::SetUp();
-    database_.Add("app", {{"run_title", kTheTitle}, {"app_type", 8}});
+    AddApplications(database_);
     database_.Close();
     StartMortal();
   }
@@ -109,7 +109,7 @@ class KillMatrixTest : public CatalogueLaunchTest, public ::testing::WithParamIn
     StartMortal();
   }
 
-  LaunchRecord& NewLaunch() { return launches_.emplace_back("app"); }
+  LaunchRecord& NewLaunch() { return launches_.emplace_back(); }
 
   static std::string Ending(const LaunchRecord& record) {
     const std::string counts = ", heard " + std::to_string(record.heard) + ", told " + std::to_string(record.told);
@@ -120,9 +120,9 @@ class KillMatrixTest : public CatalogueLaunchTest, public ::testing::WithParamIn
     for (const LaunchRecord& record : launches_) endings.push_back(Ending(record));
     return endings;
   }
-  void LaunchAndHear(const LaunchFunction& function) {
+  void LaunchAndHear(const ExportedCall& launch) {
     LaunchRecord& record = NewLaunch();
-    ASSERT_EQ(0, Launch(function, record));
+    ASSERT_EQ(0, Launch(launch, record));
     ASSERT_TRUE(WaitUntil([&] { return record.heard == 1; })) << Ending(record);
   }
 

@@ -26,5 +26,5 @@ inline std::string RecordLine(const nuv_app_info_s& info) {
        << ",app_age_limit = " << info.app_age_limit << ",ambient_screen_support = " << info.ambient_screen_support
        << ",is_icon_mutlilang_support = " << info.is_icon_mutlilang_support
        << ",ambient_icon_path = " << info.ambient_icon_path << ",launch_type = " << info.launch_type;
-  return Coloured(kGreen, line.str());
+  return Green(line.str());
 }

@@ -47,7 +47,7 @@ class DatabaseCallFailure : public ExportedCallsTest {
   size_t FailEach(std::deque<int>& codes, Check check) {
     std::set<std::string> disturbed;
     for (const ExportedCall& call : ExportedCalls()) {
-      if ((call.needs & (kReadSide | kInnerSide)) == 0) continue;
+      if (!call.Needs(kReadSide | kInnerSide)) continue;
       SCOPED_TRACE(NameOf(call));
       const Outcome success = RunUndisturbed(call);
       if (cold_) CloseDatabases();
@@ -168,14 +168,9 @@ class BusCallFailure : public ExportedCallsTest {
     return std::any_of(effects.begin(), effects.end(),
                        [&](const std::string& effect) { return effect.find(part) != std::string::npos; });
   }
-  static bool IsLaunch(const ExportedCall& call, const Outcome& success) {
-    return success.result == 0 && std::string(call.function).find("launch_") != std::string::npos &&
-           std::string(call.function).find("nuv_launch_system") == std::string::npos &&
-           std::string(call.function).find("Pin_Popup") == std::string::npos;
-  }
   // What is changed on the inner side is then written there, and a command is not waited for.
   static bool CanDoWithout(const ExportedCall& call, const Outcome& success) {
-    return FailsAnyhow(call, success) || (call.needs & (kInnerSide | kInnerLink)) == (kInnerSide | kInnerLink);
+    return FailsAnyhow(call, success) || call.DoesWithoutService();
   }
 
   void GiveLinkBack() { get_launcher_proxy()->GiveProxy(); }
@@ -184,7 +179,7 @@ class BusCallFailure : public ExportedCallsTest {
 TEST_F(BusCallFailure, AnyErrorOfACallGivesTheDocumentedResult) {
   std::set<std::string> functions;
   for (const ExportedCall& call : ExportedCalls()) {
-    if ((call.needs & (kLauncherLink | kInnerLink)) == 0) continue;
+    if (!call.Needs(kLauncherLink | kInnerLink)) continue;
     SCOPED_TRACE(NameOf(call));
     const Outcome success = RunUndisturbed(call);
     const LeftBehind before;
@@ -198,7 +193,7 @@ TEST_F(BusCallFailure, AnyErrorOfACallGivesTheDocumentedResult) {
       } else {
         EXPECT_TRUE(HasFailed(call, *outcome)) << *outcome;
       }
-      if (IsLaunch(call, success)) {
+      if (call.IsLaunch()) {
         EXPECT_EQ(1, world_.failures_told);
         EXPECT_TRUE(Has(fake_platform::Effects(), "launch_fail=org.kelvo.application.number.one:103"));
       }
@@ -212,7 +207,7 @@ TEST_F(BusCallFailure, AnyErrorOfACallGivesTheDocumentedResult) {
 TEST_F(BusCallFailure, AnyErrorOfAProbeLeavesALinkUsable) {
   const LeftBehind before;
   for (const ExportedCall& call : ExportedCalls()) {
-    if ((call.needs & kLauncherLink) == 0) continue;
+    if (!call.Needs(kLauncherLink)) continue;
     SCOPED_TRACE(NameOf(call));
     const Outcome success = RunUndisturbed(call);
     for (const faults::Fault& fault :
@@ -242,7 +237,7 @@ TEST_F(BusCallFailure, OfTheMakingOfALinkGivesTheDocumentedResult) {
   };
   std::set<std::string> functions;
   for (const ExportedCall& call : ExportedCalls()) {
-    if ((call.needs & kLauncherLink) == 0) continue;
+    if (!call.Needs(kLauncherLink)) continue;
     SCOPED_TRACE(NameOf(call));
     const Outcome success = RunUndisturbed(call);
     GiveLinkBack();
@@ -253,7 +248,7 @@ TEST_F(BusCallFailure, OfTheMakingOfALinkGivesTheDocumentedResult) {
       ASSERT_TRUE(outcome) << "not called";
       functions.insert(call.function);
       EXPECT_EQ(-1, outcome->result);
-      if (IsLaunch(call, success)) {
+      if (call.IsLaunch()) {
         EXPECT_EQ(0, world_.failures_told);
         EXPECT_TRUE(Has(fake_platform::Effects(), "launch_fail=org.kelvo.application.number.one:102"));
       }
@@ -262,11 +257,6 @@ TEST_F(BusCallFailure, OfTheMakingOfALinkGivesTheDocumentedResult) {
     EXPECT_EQ(success, RunUndisturbed(call));
   }
   EXPECT_EQ(31u, functions.size());
-}
-
-const ExportedCall& CallOf(const std::string& function) {
-  return *std::find_if(ExportedCalls().begin(), ExportedCalls().end(),
-                       [&](const ExportedCall& call) { return call.function == function; });
 }
 
 class LostLinkCallFailure : public BusCallFailure {

@@ -1,29 +1,27 @@
 // What the contract says of every exported function alike: the named mutex, threads, callbacks, forked children.
 
-#include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <functional>
 #include <set>
-#include <sstream>
 
 #include "catalogue_launch_test.h"
 #include "exported_functions.h"
 
 namespace {
 
-using exported::Function;
-using exported::kFunctions;
-using exported::Named;
-using exported::Results;
 using Answer = RecordingService::Answer;
 using Names = std::vector<std::string>;
 
+int Call(const ExportedCall& call, RecordingService& service) {
+  if (call.before != nullptr) call.before(service);
+  return Call(call);
+}
+
 // Calls each function once: those that had another result than where all is well.
-Names Unexpected() {
+Names Unexpected(RecordingService& service) {
   Names names;
-  for (const Function& function : kFunctions) {
-    if (function.call() != function.results.parent) names.emplace_back(function.name);
+  for (const ExportedCall& call : PlainCalls()) {
+    if (Call(call, service) != call.results.success) names.emplace_back(call.function);
   }
   return names;
 }
@@ -32,42 +30,33 @@ class ContractTest : public CatalogueLaunchTest {
  protected:
   void SetUp() override {
     CatalogueLaunchTest::SetUp();
-    database_.Add("app", {{"title", "Title"},
-                          {"run_title", "title"},
-                          {"kelvo_id", "kelvo"},
-                          {"hybrid_app", nullptr},
-                          {"is_lock", 1},
-                          {"reserved_tinyint_1", 0},
-                          {"use_count", 1}});
-    database_.AddConfig("RESERVED_27", "group:app");
+    AddApplications(database_);
     database_.Close();
-    fake_platform::SetRunningApps({{"kelvo", NUV_AUL_STATUS_VISIBLE}});
     WarmUp();
-    service_->AnswerTo("get_android_app_status", {Answer::kReply, "(1,)"});
-    service_->AnswerTo("get_extra_app", {Answer::kReply, "('app',)"});
-    for (const char* method : {"nuv_update_app_count", "nuv_update_app_version", "nuv_update_app_by_key"}) {
-      service_->AnswerTo(method, {Answer::kReply, "(0,)"});
-    }
+    AnswerCalls(*service_);
     ASSERT_EQ(0, nuv_inner_db_init());
     ASSERT_EQ(0, nuv_dbus_nuv_command(0, "", "", ""));
   }
+
+  const std::vector<ExportedCall>& calls_ = PlainCalls();
 };
 
 class NamedMutex : public ContractTest {
  protected:
   // Has a thread call each function that waits for the mutex, and one call all others, while this one holds it.
   void ExpectWaiting(Mutex& mutex, Named named) {
-    std::vector<std::atomic<int>> results(std::size(kFunctions));
+    std::vector<std::atomic<int>> results(calls_.size());
     for (std::atomic<int>& result : results) result = kRunning;
     std::vector<std::thread> waiting;
     mutex.lock();
-    for (size_t i = 0; i < std::size(kFunctions); ++i) {
-      if (kFunctions[i].mutex == named) waiting.emplace_back([&results, i] { results[i] = kFunctions[i].call(); });
+    for (size_t i = 0; i < calls_.size(); ++i) {
+      if (calls_[i].mutex == named)
+        waiting.emplace_back([&results, i, this] { results[i] = Call(calls_[i], *service_); });
     }
     std::atomic<bool> others_ended{false};
     std::thread others([&] {
-      for (size_t i = 0; i < std::size(kFunctions); ++i) {
-        if (kFunctions[i].mutex != named) results[i] = kFunctions[i].call();
+      for (size_t i = 0; i < calls_.size(); ++i) {
+        if (calls_[i].mutex != named) results[i] = Call(calls_[i], *service_);
       }
       others_ended = true;
     });
@@ -75,22 +64,22 @@ class NamedMutex : public ContractTest {
     const auto running = [&](size_t i) { return results[i] == kRunning; };
     // Long enough for a call that does not wait.
     WaitUntil([&] { return AllEnded(named, running); }, Milliseconds(300));
-    for (size_t i = 0; i < std::size(kFunctions); ++i) {
-      EXPECT_EQ(kFunctions[i].mutex == named, running(i)) << kFunctions[i].name;
+    for (size_t i = 0; i < calls_.size(); ++i) {
+      EXPECT_EQ(calls_[i].mutex == named, running(i)) << calls_[i].function;
     }
     mutex.unlock();
     others.join();
     for (std::thread& thread : waiting) thread.join();
-    for (size_t i = 0; i < std::size(kFunctions); ++i) {
-      const Results& expected = kFunctions[i].results;
-      EXPECT_TRUE(results[i] == expected.parent || (expected.writes && results[i] == -1))
-          << kFunctions[i].name << " " << results[i];
+    for (size_t i = 0; i < calls_.size(); ++i) {
+      const Results& expected = calls_[i].results;
+      EXPECT_TRUE(results[i] == expected.success || (expected.writes && results[i] == expected.failure))
+          << calls_[i].function << " " << results[i];
     }
   }
 
-  static bool AllEnded(Named named, const std::function<bool(size_t)>& running) {
-    for (size_t i = 0; i < std::size(kFunctions); ++i) {
-      if (kFunctions[i].mutex == named && running(i)) return false;
+  bool AllEnded(Named named, const std::function<bool(size_t)>& running) const {
+    for (size_t i = 0; i < calls_.size(); ++i) {
+      if (calls_[i].mutex == named && running(i)) return false;
     }
     return true;
   }
@@ -99,17 +88,7 @@ class NamedMutex : public ContractTest {
 };
 
 TEST(ContractTable, HasEachExportedFunctionOnce) {
-  std::multiset<std::string> listed;
-  std::ifstream list(NUV_SOURCE_DIR "/src/libnuv_launcher_api.exports");
-  for (std::string line; std::getline(list, line);) {
-    std::istringstream words(line);
-    std::string language;
-    std::string name;
-    if (words >> language >> name && language != "#") listed.insert(name.substr(0, name.find_first_of("([")));
-  }
-  std::multiset<std::string> table;
-  for (const Function& function : kFunctions) table.insert(function.name);
-  EXPECT_EQ(listed, table);
+  EXPECT_EQ(Names{}, TableMistakes());
 }
 
 TEST_F(NamedMutex, OfLaunchesHoldsUpTheseFunctionsAndNoOther) {
@@ -128,10 +107,10 @@ TEST_F(NamedMutex, WithoutBusAndDatabaseTheseFunctionsWork) {
   const CNUVClientAutoLock launches(g_Mute);
   const CNUVClientAutoLock inner(g_inner_Mute);
   std::set<std::string> working = {"ParseStringToList", "GetStrAppType", "nuv_inner_check_app_installing"};
-  std::thread([&working] {
-    for (const Function& function : kFunctions) {
-      if (working.count(function.name) == 0) continue;
-      if (function.call() == function.results.parent) working.erase(function.name);
+  std::thread([&working, this] {
+    for (const ExportedCall& call : calls_) {
+      if (working.count(call.function) == 0) continue;
+      if (Call(call, *service_) == call.results.success) working.erase(call.function);
     }
   }).join();
   EXPECT_TRUE(working.empty());
@@ -150,6 +129,7 @@ struct Visit {
   bool launches_held_once = false;
   bool launches_free = false;
   bool inner_free = false;
+  RecordingService* service = nullptr;
   Names unexpected;
   std::atomic<bool> over{false};
 };
@@ -164,7 +144,7 @@ void VisitMutexes(const char*, nuv_notify_event_e, int, int, void* data) {
 
 void VisitAll(const char*, nuv_notify_event_e, int, int, void* data) {
   Visit& visit = *static_cast<Visit*>(data);
-  visit.unexpected = Unexpected();
+  visit.unexpected = Unexpected(*visit.service);
   visit.over = true;
 }
 
@@ -184,7 +164,7 @@ TEST_F(AnyCallback, OfAFailedSerialisedLaunchRunsUnderTheMutexOfLaunches) {
   EXPECT_TRUE(refused.launches_held_once && refused.inner_free);
   service_->AnswerTo("launch_app", {Answer::kError, "no"});
   Visit failed;
-  EXPECT_EQ(-1, nuv_launch_webapp_by_runtitle("title", nullptr, nullptr, VisitMutexes, &failed));
+  EXPECT_EQ(-1, nuv_launch_webapp_by_runtitle(Arguments().run_title.c_str(), nullptr, nullptr, VisitMutexes, &failed));
   EXPECT_TRUE(failed.launches_held_once && failed.inner_free);
 }
 
@@ -199,6 +179,7 @@ TEST_F(AnyCallback, OfAnyOtherFailedLaunchRunsUnderNoNamedMutex) {
 
 TEST_F(AnyCallback, OnTheListenerThreadMayCallEveryFunction) {
   Visit visit;
+  visit.service = service_.get();
   ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, VisitAll, &visit));
   ASSERT_TRUE(service_->SendResult(service_->Launches().back(), {900, 0}));
   ASSERT_TRUE(WaitUntil([&] { return visit.over.load(); }));
@@ -207,6 +188,7 @@ TEST_F(AnyCallback, OnTheListenerThreadMayCallEveryFunction) {
 
 TEST_F(AnyCallback, OfAFailureMayCallEveryFunction) {
   Visit visit;
+  visit.service = service_.get();
   EXPECT_EQ(-1, nuv_launch_webapp(nullptr, nullptr, nullptr, VisitAll, &visit));
   EXPECT_TRUE(visit.over);
   EXPECT_EQ(Names{}, visit.unexpected);
@@ -217,38 +199,39 @@ using AnyThread = ContractTest;
 // Writing ones are another matter: where the sleeps take no time, a change makes the others find the database busy.
 TEST_F(AnyThread, MayCallEveryFunctionThatWritesNothingWhileOthersDo) {
   constexpr size_t kThreads = 4;
-  constexpr size_t kFunctionCount = std::size(kFunctions);
-  std::vector<std::atomic<int>> failures(kFunctionCount);
+  std::vector<std::atomic<int>> failures(calls_.size());
   std::vector<std::thread> threads;
   for (size_t t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&failures, t] {
-      for (size_t n = 0; n < 2 * kFunctionCount; ++n) {
-        const size_t i = (n + t * kFunctionCount / kThreads) % kFunctionCount;
-        const Results& expected = kFunctions[i].results;
-        if (!expected.writes && kFunctions[i].call() != expected.parent) ++failures[i];
+    threads.emplace_back([&failures, t, this] {
+      for (size_t n = 0; n < 2 * calls_.size(); ++n) {
+        const size_t i = (n + t * calls_.size() / kThreads) % calls_.size();
+        const Results& expected = calls_[i].results;
+        if (!expected.writes && Call(calls_[i], *service_) != expected.success) ++failures[i];
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  for (size_t i = 0; i < kFunctionCount; ++i) EXPECT_EQ(0, failures[i]) << kFunctions[i].name;
+  for (size_t i = 0; i < calls_.size(); ++i) EXPECT_EQ(0, failures[i]) << calls_[i].function;
 }
 
 using AnyChild = ContractTest;
 
 TEST_F(AnyChild, FailsAtOnceWhereItAsksTheServiceAndReadsTheDatabaseAsEver) {
   service_->Forget();
-  const int status_of_child = InChild([] {
+  const int status_of_child = InChild([this] {
     if (nuv_inner_db_init() != 0) return 100;
     const auto start = std::chrono::steady_clock::now();
-    for (size_t i = 0; i < std::size(kFunctions); ++i) {
-      if (kFunctions[i].call() != kFunctions[i].results.child) return static_cast<int>(i) + 1;
+    for (size_t i = 0; i < calls_.size(); ++i) {
+      const Results& expected = calls_[i].results;
+      const int result = calls_[i].DoesWithoutService() ? expected.success : expected.failure;
+      if (Call(calls_[i], *service_) != result) return static_cast<int>(i) + 1;
     }
     return std::chrono::steady_clock::now() - start < std::chrono::seconds(3) ? 0 : 101;
   });
   EXPECT_EQ(0, status_of_child);
-  if (status_of_child > 0 && status_of_child < 100) ADD_FAILURE() << kFunctions[status_of_child - 1].name;
+  if (status_of_child > 0 && status_of_child < 100) ADD_FAILURE() << calls_[status_of_child - 1].function;
   EXPECT_TRUE(service_->Calls().empty());
-  EXPECT_EQ(Names{}, Unexpected());
+  EXPECT_EQ(Names{}, Unexpected(*service_));
 }
 
 }  // namespace

@@ -40,10 +40,10 @@ int Rounds() {
 class KillMatrix : public KillMatrixTest {
  protected:
   static Outcomes LaunchOutcomes();
-  static Outcomes CallOutcomes(Failure failure);
-  void GoThrough(const LaunchFunction& function);
-  void GoThrough(const BusFunction& function);
-  void KillInTheCallback(const LaunchFunction& function);
+  static Outcomes CallOutcomes(const ExportedCall& call);
+  void GoThroughLaunch(const ExportedCall& launch);
+  void GoThroughCall(const ExportedCall& call);
+  void KillInTheCallback(const ExportedCall& launch);
 };
 
 // What has left for a bus that dies may have arrived or not. A closed connection is noticed by the probe or later.
@@ -67,29 +67,29 @@ Outcomes KillMatrix::LaunchOutcomes() {
   return {};
 }
 
-Outcomes KillMatrix::CallOutcomes(Failure failure) {
+Outcomes KillMatrix::CallOutcomes(const ExportedCall& call) {
   const Outcomes either = {"0", "-1"};
-  if (failure == Failure::kLocal) return {"0"};
+  if (call.DoesWithoutService()) return {"0"};
   if (At() == Boundary::kRequestAnswered) return BusDies() ? either : Outcomes{"0"};
-  if (failure == Failure::kRefused) return {"-1"};
+  if (!call.IsCommand()) return {"-1"};
   // The link was usable when the request left.
   if (At() == Boundary::kRequestArrived || !BusDies()) return {"0"};
   return either;
 }
 
 // The callback is entered, all is killed and comes back, and then it launches again.
-void KillMatrix::KillInTheCallback(const LaunchFunction& function) {
+void KillMatrix::KillInTheCallback(const ExportedCall& launch) {
   std::atomic<bool> entered{false};
   std::atomic<bool> may_go_on{false};
   LaunchRecord& record = NewLaunch();
-  const bool launches_again = function.own_way || !BusDies();
+  const bool launches_again = launch.request.own_way || !BusDies();
   LaunchRecord* again = launches_again ? &NewLaunch() : nullptr;
   record.in_callback = [&] {
     entered = true;
     WaitUntil([&] { return may_go_on.load(); });
-    if (again != nullptr) Launch(function, *again);
+    if (again != nullptr) Launch(launch, *again);
   };
-  ASSERT_EQ(0, Launch(function, record));
+  ASSERT_EQ(0, Launch(launch, record));
   ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
   Kill();
   Revive();
@@ -98,38 +98,38 @@ void KillMatrix::KillInTheCallback(const LaunchFunction& function) {
   if (again != nullptr) Judge(*again, {kHeard});
 }
 
-void KillMatrix::GoThrough(const LaunchFunction& function) {
-  SCOPED_TRACE(function.name);
+void KillMatrix::GoThroughLaunch(const ExportedCall& launch) {
+  SCOPED_TRACE(launch.function);
   const Place& place = GetParam().place;
   if (place.of_probe) RenewLink();
-  LaunchAndHear(function);
+  LaunchAndHear(launch);
   if (place.boundary == Boundary::kInTheCallback) {
-    KillInTheCallback(function);
+    KillInTheCallback(launch);
   } else {
     if (place.stage != nullptr) Tell(place.of_probe ? "heartbeat" : "launch_app", place.stage);
     if (place.boundary == Boundary::kBeforeTheCall) Kill();
     LaunchRecord& record = NewLaunch();
-    Launch(function, record);
+    Launch(launch, record);
     Revive();
     Judge(record, LaunchOutcomes());
   }
-  LaunchAndHear(function);
+  LaunchAndHear(launch);
   judged_ = Endings();
 }
 
-void KillMatrix::GoThrough(const BusFunction& function) {
-  SCOPED_TRACE(function.name);
+void KillMatrix::GoThroughCall(const ExportedCall& call) {
+  SCOPED_TRACE(call.function);
   const Place& place = GetParam().place;
   const bool of_request = place.stage != nullptr && !place.of_probe;
-  if (of_request && function.method == nullptr) return;
+  if (of_request && *call.request.method == '\0') return;
   if (place.of_probe) RenewLink();
-  ASSERT_EQ(0, function.call());
-  if (place.stage != nullptr) Tell(of_request ? function.method : "heartbeat", place.stage);
+  ASSERT_EQ(0, Call(call));
+  if (place.stage != nullptr) Tell(of_request ? call.request.method : "heartbeat", place.stage);
   if (place.boundary == Boundary::kBeforeTheCall) Kill();
-  const int result = function.call();
+  const int result = Call(call);
   Revive();
-  EXPECT_THAT(CallOutcomes(function.failure), ::testing::Contains(std::to_string(result)));
-  ASSERT_EQ(0, function.call());
+  EXPECT_THAT(CallOutcomes(call), ::testing::Contains(std::to_string(result)));
+  ASSERT_EQ(0, Call(call));
 }
 
 // Under a sanitizer everything takes several times as long, and what goes the same way through the library shows
@@ -142,14 +142,14 @@ constexpr bool kOnlyOwnWays = false;
 
 TEST_P(KillMatrix, EndsEachLaunchInADocumentedWayAndLeavesTheNextCallWorking) {
   for (int round = 0; round < Rounds() && !HasFailure(); ++round) {
-    for (const LaunchFunction& function : kLaunchFunctions) {
-      if (kOnlyOwnWays && !function.own_way) continue;
-      ASSERT_NO_FATAL_FAILURE(GoThrough(function));
+    for (const ExportedCall& launch : AskingCalls(true)) {
+      if (kOnlyOwnWays && !launch.request.own_way) continue;
+      ASSERT_NO_FATAL_FAILURE(GoThroughLaunch(launch));
     }
     if (GetParam().place.only_launches) continue;
-    for (const BusFunction& function : kBusFunctions) {
-      if (kOnlyOwnWays && !function.own_way) continue;
-      ASSERT_NO_FATAL_FAILURE(GoThrough(function));
+    for (const ExportedCall& call : AskingCalls(false)) {
+      if (kOnlyOwnWays && !call.request.own_way) continue;
+      ASSERT_NO_FATAL_FAILURE(GoThroughCall(call));
     }
   }
 }
@@ -209,14 +209,14 @@ TEST_P(SetUpOfTheLink, EndsAndTheNextOneWorks) {
     head_start_us = kLongest * step / steps;
     bus_to_end = bus_.pid();
     LaunchRecord& record = NewLaunch();
-    const bool accepted = Launch(kLaunchFunctions[0], record) == 0;
+    const bool accepted = Launch(CallOf("nuv_launch_app"), record) == 0;
     // The link is a private connection, which is not aimed at, where the shared one is not forgotten yet.
     met += bus_to_end.exchange(0) == 0 ? 1 : 0;
     if (accepted) WaitUntil([&] { return record.heard > 0; }, Milliseconds(200));
     bus_.Restart();
     WaitForReady();
     EXPECT_THAT((Outcomes{kHeard, kSilent, kTold, kNoLink}), ::testing::Contains(Ending(record)));
-    ASSERT_NO_FATAL_FAILURE(LaunchAndHear(kLaunchFunctions[0]));
+    ASSERT_NO_FATAL_FAILURE(LaunchAndHear(CallOf("nuv_launch_app")));
   }
   judged_ = Endings();
   EXPECT_GT(met, 0);

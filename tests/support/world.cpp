@@ -1,0 +1,51 @@
+#include "world.h"
+
+#include "fake_platform.h"
+
+namespace {
+
+World* current = nullptr;  // the callbacks' user data is in another place where a call fails
+
+void OnNotify(const char*, nuv_notify_event_e, int, int, void*) {
+  ++current->failures_told;
+}
+
+void OnResult(void*, int, const char*, int) {
+  ++current->failures_told;
+}
+
+}  // namespace
+
+World::World() {
+  current = this;
+  // A version that is no text in the database: SQLite makes one when it is asked for it.
+  database_.Run("pragma writable_schema = on");
+  database_.Run("update sqlite_master set sql = replace(sql, ',version text', ',version integer')");
+  database_.Close();
+  AddApplications(database_);
+  database_.Run("update widgetinfo set version = 4711");
+  fake_platform::SetDatabaseDirectory(database_.directory());
+  StartService();
+  Renew();
+}
+
+void World::StartService() {
+  service_ = std::make_unique<RecordingService>(bus_.address());
+  AnswerCalls(*service_);
+}
+
+void World::LoseBus() {
+  service_.reset();
+  bus_.Restart();
+  StartService();
+}
+
+void World::Renew() {
+  failures_told = 0;
+  arguments.emplace();
+  arguments->on_notify = OnNotify;
+  arguments->on_result = OnResult;
+  arguments->user_data = this;
+  AnswerCalls(*service_);
+  service_->Forget();
+}
