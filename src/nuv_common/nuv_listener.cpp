@@ -92,6 +92,17 @@ void Drain(const ListenerRun& run) {
   }
 }
 
+void RunLoop(ListenerRun& run) {
+  if (run.privateConnection != nullptr) {
+    g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
+  }
+  g_main_loop_run(run.loop.get());
+  Drain(run);
+  if (run.privateConnection != nullptr) {
+    g_signal_handlers_disconnect_by_data(run.privateConnection.get(), &run);
+  }
+}
+
 constexpr auto kNameFlags =
     static_cast<GBusNameOwnerFlags>(G_BUS_NAME_OWNER_FLAGS_ALLOW_REPLACEMENT | G_BUS_NAME_OWNER_FLAGS_REPLACE);
 
@@ -194,7 +205,10 @@ void CNUVGdbus::PrepareListener(ListenerRun& run) {
   const ThreadDefaultContext guard(run.context.get());
   if (!ParseIntrospection()) return;
   OwnName(run);
+  run.loop.reset(g_main_loop_new(run.context.get(), FALSE));
   run.prepared = true;
+  const LeafLock lock(m_stateMutex);
+  m_mainLoop.reset(g_main_loop_ref(run.loop.get()));
 }
 
 bool CNUVGdbus::ParseIntrospection() {
@@ -237,24 +251,6 @@ void CNUVGdbus::OwnName(ListenerRun& run) {
                                                             m_OnnameAcquired, nullptr, this, nullptr);
   const LeafLock lock(m_stateMutex);
   m_ownerId = ownerId;
-}
-
-void CNUVGdbus::RunLoop(ListenerRun& run) {
-  const GMainLoopHandle loop(g_main_loop_new(run.context.get(), FALSE));
-  if (run.privateConnection != nullptr) {
-    g_signal_connect(run.privateConnection.get(), "closed", G_CALLBACK(OnClosed), &run);
-  }
-  bool current = false;
-  {
-    const LeafLock lock(m_stateMutex);
-    current = m_run.get() == &run;
-    if (current) m_mainLoop.reset(g_main_loop_ref(loop.get()));
-  }
-  if (current) g_main_loop_run(loop.get());
-  Drain(run);
-  if (run.privateConnection != nullptr) {
-    g_signal_handlers_disconnect_by_data(run.privateConnection.get(), &run);
-  }
 }
 
 void CNUVGdbus::m_OnbusAcquired(GDBusConnection* connection, const char* name, void* instance) {

@@ -139,7 +139,6 @@ class CNUVGdbus {
 
   // By the listener.
   void RunListener(ListenerRun& run) NUV_UNANALYSED;
-  void RunLoop(ListenerRun& run);
 
   ListenerHandles TakeListenerHandles();
 

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <set>
 #include <thread>
 
@@ -37,7 +38,9 @@ Named Numbered(const char* directory, Describe describe) {
 Named Descriptors() {
   return Numbered("/proc/self/fd", [](const std::string& path) {
     std::array<char, 512> target{};
-    return readlink(path.c_str(), target.data(), target.size() - 1) < 0 ? std::string() : std::string(target.data());
+    if (readlink(path.c_str(), target.data(), target.size() - 1) < 0) return std::string();
+    // A file that somebody removes meanwhile is the same one.
+    return std::regex_replace(target.data(), std::regex(" [(]deleted[)]$"), "");
   });
 }
 

@@ -7,6 +7,7 @@
 // within g_bus_get_sync(), g_dbus_connection_new_for_address_sync() and g_dbus_connection_call_sync().
 #include <nuv/nuv_launcher_api.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -122,6 +123,28 @@ class LinkAllocationFailure : public AllocationFailure {
  protected:
   static void GiveLinkBack() { get_launcher_proxy()->GiveProxy(); }
 
+  // A host's own reference to the shared connection: that the link has given back its own shows in their number, and
+  // the connection does not end where GLib's worker, which refers to it for each message, happens to be the last.
+  class HostsConnection {
+   public:
+    HostsConnection() : connection_(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr)) {
+      WaitUntil([this] { return (at_first_ = std::min(at_first_, References())) == 1; }, Milliseconds(100));
+    }
+    ~HostsConnection() { g_object_unref(connection_); }
+    HostsConnection(const HostsConnection&) = delete;
+    HostsConnection& operator=(const HostsConnection&) = delete;
+
+    bool IsLetGo() const {
+      return WaitUntil([this] { return References() <= at_first_; });
+    }
+
+   private:
+    guint References() const { return g_atomic_int_get(&G_OBJECT(connection_)->ref_count); }
+
+    GDBusConnection* connection_;
+    guint at_first_ = G_MAXUINT;
+  };
+
   const ExportedCall& popup_ = CallOf("nuv_launch_systempopup_client");
 };
 
@@ -141,8 +164,10 @@ TEST_F(LinkAllocationFailure, WhileTheFirstLinkOfAProcessIsMadeGivesTheDocumente
 }
 
 TEST_F(LinkAllocationFailure, WhileALinkIsMadeAnewGivesTheDocumentedResult) {
+  const HostsConnection hosts;
   const Outcome success = RunUndisturbed(popup_);
   GiveLinkBack();
+  ASSERT_TRUE(hosts.IsLetGo());
   const LeftBehind before;
   for (const auto extent : {FailNth::kOnlyThat, FailNth::kThatAndAllLater}) {
     long nth = 1;
@@ -152,6 +177,7 @@ TEST_F(LinkAllocationFailure, WhileALinkIsMadeAnewGivesTheDocumentedResult) {
       EXPECT_EQ(-1, outcome.result) << "request " << nth;
       EXPECT_EQ(success, RunUndisturbed(popup_)) << "request " << nth;
       GiveLinkBack();
+      EXPECT_TRUE(hosts.IsLetGo()) << "request " << nth;
       EXPECT_EQ(std::vector<std::string>{}, Left(before)) << "request " << nth;
     }
     EXPECT_LT(1, nth);
@@ -188,8 +214,10 @@ TEST_F(LinkAllocationFailure, OnTheListenerLeavesALinkThatCarriesCalls) {
     } in_this_thread;
   };
   faults::condition_waits_are_short = true;
+  const HostsConnection hosts;
   const Outcome success = RunUndisturbed(popup_);
   GiveLinkBack();
+  ASSERT_TRUE(hosts.IsLetGo());
   const LeftBehind before;
   for (; reached; ++nth) {
     reached = false;
@@ -197,6 +225,7 @@ TEST_F(LinkAllocationFailure, OnTheListenerLeavesALinkThatCarriesCalls) {
     EXPECT_EQ(success, RunUndisturbed(popup_)) << "request " << nth;
     faults::at_start_of_thread = nullptr;
     GiveLinkBack();  // joins the listener
+    EXPECT_TRUE(hosts.IsLetGo()) << "request " << nth;
     EXPECT_EQ(std::vector<std::string>{}, Left(before)) << "request " << nth;
   }
   EXPECT_LT(1, nth);
