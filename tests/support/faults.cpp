@@ -76,11 +76,12 @@ bool IsGlib(const void* code) {
 struct ThreadStart {
   void* (*body)(void*);
   void* data;
+  void (*before)();  // as it was when the thread was made
 };
 
 void* StartThread(void* data) {
   const ThreadStart start = *std::unique_ptr<ThreadStart>(static_cast<ThreadStart*>(data));
-  faults::at_start_of_thread();
+  start.before();
   return start.body(start.data);
 }
 
@@ -125,7 +126,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
   faults::Fault fault{};
   if (Fails("pthread_create", &fault)) return fault.code;
   if (faults::at_start_of_thread != nullptr) {
-    return real(thread, attributes, StartThread, new ThreadStart{body, data});
+    return real(thread, attributes, StartThread, new ThreadStart{body, data, faults::at_start_of_thread});
   }
   return real(thread, attributes, body, data);
 }

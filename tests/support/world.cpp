@@ -34,6 +34,24 @@ void World::StartService() {
   AnswerCalls(*service_);
 }
 
+std::vector<std::string> World::Asked() const {
+  std::vector<std::string> asked;
+  for (const RecordedCall& call : service_->Calls()) {
+    if (call.method == "heartbeat") continue;
+    std::string text = call.method;
+    if (call.method == "launch_app") {
+      const LaunchRequest launch = UnpackLaunch(call);
+      for (const std::string& argument : launch.texts) text += " " + argument;
+      for (const int32_t flag : launch.flags) text += " " + std::to_string(flag);
+      for (const std::string& data : launch.extra_datas) text += " " + data;
+    } else {
+      text += " " + call.Text();
+    }
+    asked.push_back(text);
+  }
+  return asked;
+}
+
 void World::LoseBus() {
   service_.reset();
   bus_.Restart();

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "exported_functions.h"
 #include "private_bus.h"
@@ -16,6 +17,8 @@ class World {
   void Renew();
   // What the last call handed out.
   std::string HandedOut() const { return std::to_string(failures_told) + "|" + arguments->HandedOut(); }
+  // What the last call asked of the service, probes and the numbers that differ from call to call aside.
+  std::vector<std::string> Asked() const;
   RecordingService& service() { return *service_; }
   // The bus ends and comes back, and the service with it.
   void LoseBus();

@@ -44,7 +44,9 @@ class AllocationFailure : public ExportedCallsTest {
       if (!FailNth::Reached()) return;
       if (!outcome.result) ++exceptions_;
       SCOPED_TRACE("request " + std::to_string(nth) + (extent == FailNth::kOnlyThat ? "" : " and all later ones"));
-      EXPECT_TRUE(outcome == success || HasFailed(call, outcome)) << outcome << " instead of " << success;
+      EXPECT_TRUE(HasSucceeded(call, outcome, success) || HasFailed(call, outcome))
+          << outcome << " instead of " << success;
+      EXPECT_GE(1, world_.failures_told);
       if (outcome.result == -1) {
         EXPECT_TRUE(world_.arguments->HandedOutNoBlock());
       }
