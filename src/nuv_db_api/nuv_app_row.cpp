@@ -91,7 +91,7 @@ constexpr Number kNumbers[] = {
 #undef MEMBER
 
 static_assert(AreInARow(kTexts, 0, 24, 0, NUV_APP_TEXT_SIZE));
-static_assert(AreInARow(kNumbers, 0, 35, 24 * NUV_APP_TEXT_SIZE, sizeof(int)));
+static_assert(AreInARow(kNumbers, 0, 35, size_t{24} * NUV_APP_TEXT_SIZE, sizeof(int)));
 static_assert(sizeof(nuv_app_info_s) == 3212);
 
 static_assert(offsetof(nuv_app_ms_s, app_id) == 0);
