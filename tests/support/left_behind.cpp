@@ -4,11 +4,11 @@
 #include <nuv_common/nuv_lock.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <regex>
 #include <set>
 #include <thread>
 
@@ -35,12 +35,17 @@ Named Numbered(const char* directory, Describe describe) {
   return entries;
 }
 
+const std::string kRemoved = " (deleted)";
+
 Named Descriptors() {
   return Numbered("/proc/self/fd", [](const std::string& path) {
     std::array<char, 512> target{};
     if (readlink(path.c_str(), target.data(), target.size() - 1) < 0) return std::string();
     // A file that somebody removes meanwhile is the same one.
-    return std::regex_replace(target.data(), std::regex(" [(]deleted[)]$"), "");
+    std::string name = target.data();
+    const size_t mark = name.size() - std::min(name.size(), kRemoved.size());
+    if (name.compare(mark, std::string::npos, kRemoved) == 0) name.resize(mark);
+    return name;
   });
 }
 
