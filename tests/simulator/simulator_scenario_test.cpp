@@ -141,7 +141,7 @@ TEST_F(SimulatorScenarioTest, AResultMayComeBeforeTheReply) {
       "org.kelvo.tv.litecorvane.server.interface", "launch_app", Launch{"a.app"}.Arguments(), nullptr,
       G_DBUS_CALL_FLAGS_NONE, 5000, nullptr,
       [](GObject* source, GAsyncResult* result, gpointer flag) {
-        Variant(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
+        const Variant reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
         *static_cast<bool*>(flag) = true;
       },
       &replied);
