@@ -5,6 +5,7 @@
 #include <nuv/nuv_launcher_api.h>
 #include <nuv/nuv_service_api.h>
 
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -79,5 +80,12 @@ class LaunchTest : public ::testing::Test {
 
   PrivateBus bus_;
   std::unique_ptr<RecordingService> service_;
-  Heard heard_;
+  Heard& heard_ = heard_until_exit();
+
+ private:
+  // A callback may come for as long as the process runs, after the test that launched as well.
+  static Heard& heard_until_exit() {
+    static std::deque<Heard> of_each_test;
+    return of_each_test.emplace_back();
+  }
 };
