@@ -37,8 +37,10 @@ struct Countdown {
   long requests;  // so far
   long nth;
   memory_faults::FailNth::Extent extent;
+  long of_sqlite;  // so far, whether counted or not
 };
 thread_local Countdown countdown = {};
+long of_sqlite_each = 1;
 
 // Whether a request is one of those that fail.
 bool Fails(size_t bytes, const std::atomic<size_t>& failing) {
@@ -75,7 +77,7 @@ size_t TakeLargestRequest() {
 }
 
 FailNth::FailNth(long nth, Extent extent) {
-  countdown = {true, 0, nth, extent};
+  countdown = {true, 0, nth, extent, 0};
 }
 
 FailNth::~FailNth() {
@@ -90,6 +92,15 @@ bool NextFails() {
   if (!countdown.active || Undisturbed::Now()) return false;
   const long request = ++countdown.requests;
   return request == countdown.nth || (countdown.extent == FailNth::kThatAndAllLater && request > countdown.nth);
+}
+
+bool NextOfSqliteFails() {
+  const bool all_fail = countdown.extent == FailNth::kThatAndAllLater && FailNth::Reached();
+  return (++countdown.of_sqlite % of_sqlite_each == 0 || all_fail) && NextFails();
+}
+
+void CountOfSqliteEach(long number) {
+  of_sqlite_each = number;
 }
 
 }  // namespace memory_faults

@@ -35,5 +35,9 @@ class FailNth {
 
 // Asked for each request: whether it fails.
 bool NextFails();
+bool NextOfSqliteFails();
+
+// Of SQLite's requests only each so many-th is counted: where another test has let every one of them fail.
+void CountOfSqliteEach(long number);
 
 }  // namespace memory_faults

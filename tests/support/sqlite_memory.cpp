@@ -13,9 +13,9 @@ __attribute__((constructor(102))) void CountRequests() {
   sqlite3_config(SQLITE_CONFIG_LOOKASIDE, 0, 0);
   sqlite3_config(SQLITE_CONFIG_GETMALLOC, &real);
   sqlite3_mem_methods counting = real;
-  counting.xMalloc = [](int bytes) { return memory_faults::NextFails() ? nullptr : real.xMalloc(bytes); };
+  counting.xMalloc = [](int bytes) { return memory_faults::NextOfSqliteFails() ? nullptr : real.xMalloc(bytes); };
   counting.xRealloc = [](void* block, int bytes) {
-    return memory_faults::NextFails() ? nullptr : real.xRealloc(block, bytes);
+    return memory_faults::NextOfSqliteFails() ? nullptr : real.xRealloc(block, bytes);
   };
   sqlite3_config(SQLITE_CONFIG_MALLOC, &counting);
 }

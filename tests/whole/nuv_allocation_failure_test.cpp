@@ -113,7 +113,9 @@ TEST_F(AllocationFailure, OfTheLauncherLinkGivesTheDocumentedResult) {
   FailEachOf([](const ExportedCall& call) { return call.needs == kLauncherLink; });
 }
 
+// The same lookups as those of the read side, where each of SQLite's requests fails.
 TEST_F(AllocationFailure, OfALookupBeforeALaunchGivesTheDocumentedResult) {
+  memory_faults::CountOfSqliteEach(8);
   FailEachOf([](const ExportedCall& call) { return call.Needs(kLauncherLink) && call.Needs(kReadSide | kInnerSide); });
 }
 
