@@ -29,6 +29,11 @@ if(NUV_BUILD_FUZZERS)
   target_compile_options(nuv_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# The programs around the library wait for other processes: nobody would see them optimized, and compiling them for that
+# takes twice as long.
+add_library(nuv_program_flags INTERFACE)
+target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-O1> $<$<CONFIG:RelWithDebInfo>:-g1>)
+
 # On a 32-bit machine the host edition looks at files whose inode or offset needs 64 bits; else readdir() finds nothing in
 # such a directory. The library itself asks for no more of a file than whether it exists, by the plain name of stat().
 set(NUV_HOST_DEFINITIONS "")
