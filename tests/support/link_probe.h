@@ -12,5 +12,6 @@ class LinkProbe {
     return __atomic_load_n(&static_cast<pthread_mutex_t&>(link.m_proxyMutex).__data.__lock, __ATOMIC_RELAXED) ==
            kTakenAndWaitedFor;
   }
+  static LeafMutex& StateMutex(CNUVGdbus& link) { return link.m_stateMutex; }
   static std::shared_ptr<ListenerRun> CurrentRun(const CNUVGdbus& link) { return link.CurrentRun(); }
 };
