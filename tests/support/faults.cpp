@@ -122,10 +122,15 @@ void PrintTo(const BusCall& call, std::ostream* out) {
 
 extern "C" {
 
+// A sanitizer that is linked into the program has its own, which the next one behind the program's is not: a thread
+// that it does not hear of has no name in its reports.
+__attribute__((weak)) decltype(pthread_create) __interceptor_pthread_create;
+
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* data) {
   if (faults::pthread_create_fails) return EAGAIN;
   if (faults::threads_of_glib_fail && IsGlib(__builtin_return_address(0))) return EAGAIN;
-  static auto* const real = Real(pthread_create, "pthread_create");
+  static auto* const real =
+      __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : Real(pthread_create, "pthread_create");
   faults::Fault fault{};
   if (Fails("pthread_create", &fault)) return fault.code;
   if (faults::at_start_of_thread != nullptr) {
