@@ -13,6 +13,7 @@
 
 #include "faults.h"
 #include "launch_test.h"
+#include "link_probe.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
 namespace {
@@ -24,7 +25,7 @@ constexpr int kLongMs = 5000;
 
 class LinkTest : public LaunchTest {
  protected:
-  int Get() { return link().GetProxy(launcher_introspection_xml, launcher_vtable); }
+  static int Get() { return link().GetProxy(launcher_introspection_xml, launcher_vtable); }
   static CNUVGdbus& link() { return *get_launcher_proxy(); }
   size_t Heartbeats() const { return service_->CallsOf("heartbeat").size(); }
 
@@ -406,6 +407,29 @@ TEST_F(LinkTest, IsMadeOnceByTwoThreadsAndProbedFromThenOn) {
   const size_t before = Heartbeats();
   EXPECT_EQ(1, Get());
   EXPECT_EQ(before + 1, Heartbeats());
+}
+
+// A thread that comes while the client object is being offered, and what it had sent when it began to wait.
+std::thread late_comer;
+std::atomic<int> late_result{-1};
+std::vector<faults::BusCall> sent_too_early;
+
+TEST_F(LinkTest, IsUsedByNobodyBeforeItIsMade) {
+  StartService();
+  faults::before_registration = [](GDBusConnection*) {
+    faults::before_registration = nullptr;
+    faults::TakeBusCalls();
+    late_comer = std::thread([] { late_result = Get(); });
+    EXPECT_TRUE(WaitUntil([] { return LinkProbe::SomebodyWaitsForIt(link()); }));
+    sent_too_early = faults::TakeBusCalls();
+  };
+  EXPECT_EQ(1, Get());
+  late_comer.join();
+  EXPECT_EQ(1, late_result);
+  EXPECT_EQ(std::vector<faults::BusCall>{}, sent_too_early);
+  EXPECT_EQ((std::vector<faults::BusCall>{{"heartbeat", 10000}}), faults::TakeBusCalls()) << "by the one that waited";
+  EXPECT_EQ(1, Get());
+  EXPECT_EQ(2u, Heartbeats());
 }
 
 TEST_F(LinkTest, StartsTheServiceForAllMethodsButThree) {

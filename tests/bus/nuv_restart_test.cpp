@@ -157,6 +157,25 @@ TEST_F(RestartTest, LeavesNothingBehindInAHostThatHoldsTheSharedConnection) {
   g_object_unref(own);
 }
 
+// A name so long that keeping one text of it shows in the heap.
+TEST_F(RestartTest, LeavesNoTextOfAClientNameBehind) {
+  constexpr size_t kLong = 50000;
+  const GConnectionHandle own(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));  // the link's are private
+  CNUVGdbus link(std::string(kLong, 'x'), "litecorvane", nullptr, nullptr);
+  const auto restart = [&] {
+    bus_.Restart();
+    ASSERT_EQ(1, link.GetProxy(launcher_introspection_xml, launcher_vtable));
+    fake_platform::Clear();
+  };
+  for (int i = 0; i < 5; ++i) restart();
+  const Footprint before;
+  constexpr size_t kRestarts = 10;
+  for (size_t i = 0; i < kRestarts; ++i) restart();
+  EXPECT_TRUE(WaitUntil([&] { return Footprint().heap < before.heap + kRestarts * kLong / 2; }, Milliseconds(3000)))
+      << (Footprint().heap - before.heap) / kRestarts << " bytes a restart";
+  link.GiveProxy();
+}
+
 TEST_F(RestartTest, ALostBusEndsNoHost) {
   const RunningMainLoop host;
   StartService();

@@ -1,10 +1,15 @@
 // The catalogue in a forked child: it has a connection of its own, whatever the parent's threads do.
+#include <dlfcn.h>
+#include <errno.h>
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_records.h>
 #include <nuv/nuv_inner_database.h>
 #include <nuv_common/nuv_lock.h>
+#include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
+#include <ctime>
 #include <functional>
 #include <future>
 
@@ -41,15 +46,78 @@ __attribute__((constructor(102))) void RegisterBeforeTheLibrary() {
       nullptr, nullptr);
 }
 
-// Called where fork() begins: the handlers that are registered last are called first.
+// The clock of a thread that forks, from there to the end of fork(): it stands but for what the thread waits, which
+// takes no time and is counted to the nanosecond.
+struct ForkClock {
+  bool counts = false;
+  int64_t waited = 0;
+  int64_t event_at = INT64_MAX;  // what happens when so much has been waited, once
+  const std::function<void()>* event = nullptr;
+
+  void Wait(int64_t until) {
+    waited = std::min(until, event_at);
+    if (waited != event_at) return;
+    event_at = INT64_MAX;
+    (*event)();
+  }
+};
+thread_local ForkClock fork_clock;
+bool forks_are_clocked = false;
+
+// Called where fork() begins: the handlers that are registered last are called first; and at its end, in both
+// processes.
 std::function<void()> when_fork_begins;
 void RegisterBehindTheLibrary() {
+  constexpr auto end = [] { fork_clock.counts = false; };
   pthread_atfork(
       [] {
         if (when_fork_begins) when_fork_begins();
+        fork_clock.waited = 0;
+        fork_clock.counts = forks_are_clocked;
       },
-      nullptr, nullptr);
+      end, end);
 }
+
+constexpr int64_t kSecond = 1000000000;
+
+int64_t Nanoseconds(const timespec& time) {
+  return time.tv_sec * kSecond + time.tv_nsec;
+}
+
+template <typename Function>
+Function* Real(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
+  static auto* const real = Real(clock_gettime, "clock_gettime");
+  if (!fork_clock.counts || clock != CLOCK_MONOTONIC) return real(clock, now);
+  *now = {static_cast<time_t>(fork_clock.waited / kSecond), static_cast<long>(fork_clock.waited % kSecond)};
+  return 0;
+}
+
+extern "C" int nanosleep(const timespec* duration, timespec* rest) {
+  static auto* const real = Real(nanosleep, "nanosleep");
+  if (!fork_clock.counts) return real(duration, rest);
+  fork_clock.Wait(fork_clock.waited + Nanoseconds(*duration));
+  return 0;
+}
+
+extern "C" int pthread_mutex_clocklock(pthread_mutex_t* mutex, clockid_t clock, const timespec* deadline) noexcept {
+  static auto* const real = Real(pthread_mutex_clocklock, "pthread_mutex_clocklock");
+  if (!fork_clock.counts) return real(mutex, clock, deadline);
+  EXPECT_EQ(CLOCK_MONOTONIC, clock);
+  const int64_t limit = Nanoseconds(*deadline);
+  while (pthread_mutex_trylock(mutex) != 0) {
+    if (fork_clock.waited >= limit) return ETIMEDOUT;
+    fork_clock.Wait(limit);
+  }
+  return 0;
+}
+
+namespace {
 
 const std::string kRefused =
     Red("this process was forked while another thread was using SQLite: it has to exec before it uses the application "
@@ -105,6 +173,11 @@ class CatalogueFork : public DatabaseTest {
     EXPECT_TRUE(WaitUntil([&] { return held->load(); }));
     return holder;
   }
+
+  void TearDown() override { forks_are_clocked = false; }
+
+  // In the child: 0 where fork() waited a second, no more and no less, and both sides fail and say why.
+  static int ExpectASecondAndRefused() { return fork_clock.waited == kSecond ? ExpectRefused() : 10; }
 
   // In the child: 0 where both sides fail and say why.
   static int ExpectRefused() {
@@ -228,13 +301,12 @@ TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
 TEST_F(CatalogueFork, BehindAQueryThatDoesNotEndForSecondsGivesAChildThatIsRefusedTheDatabase) {
   auto locker = LockDatabase();
   StartBusyQuery();
-  const auto start = std::chrono::steady_clock::now();
+  forks_are_clocked = true;
   EXPECT_EQ(0, InChild([&] {
               locker->Signal(SIGKILL);
-              const int refused = ExpectRefused();
+              const int refused = ExpectASecondAndRefused();
               return refused != 0 ? refused : InChild([] { return ExpectRefused(); });
             }));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(5000));
   go_on_ = true;
   EXPECT_EQ(0, query_.get());
   EXPECT_EQ(0, Find("app")) << "the parent is not refused anything";
@@ -250,16 +322,42 @@ TEST_F(CatalogueFork, WaitsASecondInAllForBothSides) {
   auto reader = std::async(std::launch::async, [&] { hold(readSide); });
   auto writer = std::async(std::launch::async, [&] { hold(innerSide); });
   ASSERT_TRUE(WaitUntil([&] { return held == 2; }));
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(0, InChild([&] {
-              const auto waited = std::chrono::steady_clock::now() - start;
-              if (waited < Milliseconds(900)) return 1;
-              if (waited > Milliseconds(1900)) return 2;
-              return ExpectRefused();
-            }));
+  forks_are_clocked = true;
+  EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
   go_on_ = true;
   reader.get();
   writer.get();
+}
+
+TEST_F(CatalogueFork, WaitsASecondInAllForASideAndForSqlite) {
+  std::atomic<bool> held{false};
+  std::atomic<bool> let_go{false};
+  auto reader = std::async(std::launch::async, [&] {
+    {
+      const DatabaseTurn turn(readSide);
+      held = true;
+      WaitUntil([this] { return go_on_.load(); });
+    }
+    let_go = true;
+    WaitUntil([this] { return !rest_.load(); });
+  });
+  ASSERT_TRUE(WaitUntil([&] { return held.load(); }));
+  rest_ = true;
+  auto holder = HoldSqlite(SQLITE_MUTEX_STATIC_VFS1, [this] { return !rest_.load(); });
+  forks_are_clocked = true;
+  const std::function<void()> let_the_side_go = [&] {
+    fork_clock.counts = false;
+    go_on_ = true;
+    WaitUntil([&] { return let_go.load(); });
+    fork_clock.counts = true;
+  };
+  fork_clock.event_at = kSecond * 6 / 10;
+  fork_clock.event = &let_the_side_go;
+  EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
+  EXPECT_TRUE(let_go);
+  rest_ = false;
+  reader.get();
+  holder.get();
 }
 
 // A host's thread that uses SQLite for itself, at the moment of the fork.
@@ -280,11 +378,8 @@ TEST_F(CatalogueFork, GivesAChildThatIsRefusedTheDatabaseWhereAnotherThreadStays
     SCOPED_TRACE(id);
     go_on_ = false;
     auto holder = HoldSqlite(id, [this] { return go_on_.load(); });
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(0, InChild([&] {
-                if (std::chrono::steady_clock::now() - start > Milliseconds(1900)) return 1;
-                return ExpectRefused();
-              }));
+    forks_are_clocked = true;
+    EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
     go_on_ = true;
     holder.get();
   }

@@ -120,6 +120,15 @@ TEST_P(InnerChange, MinusOneLeadsToALocalWrite) {
   ExpectWrittenLocally();
 }
 
+// Else another thread could switch the connection back before the write.
+TEST_P(InnerChange, SwitchesAndWritesInOneTurn) {
+  WarmUp();
+  service_->AnswerTo(GetParam().method, {Answer::kReply, "(-1,)"});
+  EXPECT_EQ(std::vector<bool>{true},
+            AtLine("I " + Yellow("[inner db]connect rw db"), TurnGoesOn, [this] { EXPECT_EQ(Written(), Make()); }));
+  EXPECT_TRUE(TurnIsFree());
+}
+
 TEST_P(InnerChange, ARefusalLeadsToALocalWrite) {
   WarmUp();
   service_->AnswerTo(GetParam().method, {Answer::kError, "no"});

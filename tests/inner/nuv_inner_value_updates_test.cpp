@@ -118,4 +118,26 @@ TEST_F(InnerValueUpdate, WritesAlthoughAnotherThreadSwitchedBackWhileItWaitedFor
             LogSoFar());
 }
 
+TEST_F(InnerValueUpdate, OpensAnewInATurn) {
+  EXPECT_EQ(std::vector<bool>{false}, AtLine(kConnected.front(), TurnIsFree, [] {
+              EXPECT_EQ(0, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
+            }));
+  EXPECT_TRUE(TurnIsFree());
+}
+
+// Another thread has switched back in the meantime; none could do so again before the write.
+TEST_F(InnerValueUpdate, SwitchesAndWritesInOneTurn) {
+  g_inner_Mute.lock();
+  std::thread thread([] {
+    EXPECT_EQ(std::vector<bool>{true}, AtLine("I " + Yellow("[inner db]connect rw db"), TurnGoesOn, [] {
+                EXPECT_EQ(0, nuv_inner_update_app_by_key_value("app", kVersion, "2.0"));
+              }));
+  });
+  EXPECT_TRUE(WaitUntil([] { return LogSoFar() == Join({kStart, kConnected, {"I Start"}}); }));
+  nuv_db_ro_exchange();
+  g_inner_Mute.unlock();
+  thread.join();
+  EXPECT_EQ("2.0", Version());
+}
+
 }  // namespace

@@ -73,10 +73,12 @@ TEST_F(NuvctlFaults, ABusThatDoesNotAnswerDoesNotHoldUpTheDeadline) {
   EXPECT_LT(stopwatch.Seconds(), 8);
 }
 
-// The library gives the service 15 seconds for the request.
 TEST_F(NuvctlFaults, ARequestThatRunsOutOfTimeIsATimeout) {
   StartSimulator(kDoesNotAnswer);
-  const NuvctlRun run = Run({"launch", kApp, "--json"});
+  Process nuvctl({NUV_TEST_DIR "/hurried_nuvctl", "launch", kApp, "--json"}, directory_.path(),
+                 {{"NUV_HOST_DIR", directory_ / "client"}});
+  const NuvctlRun run = Finish(nuvctl);
+  EXPECT_THAT(run.errors, HasSubstr("launch_app within 15000 ms\n"));
   EXPECT_EQ(run.status, 4);
   EXPECT_EQ(run.Json()["name"], "NUV_LAUNCH_STATUS_TIMED_OUT");
 }
@@ -170,6 +172,7 @@ class NuvctlWithoutResultPath : public NuvctlTest {
   PrivateBus bus_{kRefuseClientName};
 };
 
+// Four seconds are waited for: a busy machine has to come to the first look long before them.
 TEST_F(NuvctlWithoutResultPath, SaysSoLongBeforeTheDeadlineAndTimesOut) {
   StartSimulator();
   const auto nuvctl = Start({"launch", kApp, "--wait", "4", "--json"});

@@ -21,6 +21,9 @@ bool bus_get_fails_without_error = false;
 void (*after_bus_get)() = nullptr;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
+void (*before_registration)(GDBusConnection*) = nullptr;
+void (*before_unowning)() = nullptr;
+void (*before_join)() = nullptr;
 void (*at_start_of_thread)() = nullptr;
 const char* link_target = nullptr;
 bool condition_waits_are_short = false;
@@ -119,10 +122,15 @@ void PrintTo(const BusCall& call, std::ostream* out) {
 
 extern "C" {
 
+// A sanitizer that is linked into the program has its own, which the next one behind the program's is not: a thread
+// that it does not hear of has no name in its reports.
+__attribute__((weak)) decltype(pthread_create) __interceptor_pthread_create;
+
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* data) {
   if (faults::pthread_create_fails) return EAGAIN;
   if (faults::threads_of_glib_fail && IsGlib(__builtin_return_address(0))) return EAGAIN;
-  static auto* const real = Real(pthread_create, "pthread_create");
+  static auto* const real =
+      __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : Real(pthread_create, "pthread_create");
   faults::Fault fault{};
   if (Fails("pthread_create", &fault)) return fault.code;
   if (faults::at_start_of_thread != nullptr) {
@@ -149,8 +157,15 @@ guint g_dbus_connection_register_object(GDBusConnection* connection, const gchar
                                         const GDBusInterfaceVTable* vtable, gpointer data, GDestroyNotify release,
                                         GError** error) {
   if (faults::register_object_returns_zero || FailsWithError("g_dbus_connection_register_object", error)) return 0;
+  if (faults::before_registration != nullptr) faults::before_registration(connection);
   static auto* const real = Real(g_dbus_connection_register_object, "g_dbus_connection_register_object");
   return real(connection, path, info, vtable, data, release, error);
+}
+
+void g_bus_unown_name(guint id) {
+  if (faults::before_unowning != nullptr) faults::before_unowning();
+  static auto* const real = Real(g_bus_unown_name, "g_bus_unown_name");
+  real(id);
 }
 
 gchar* g_dbus_address_get_for_bus_sync(GBusType type, GCancellable* cancellable, GError** error) {
@@ -206,6 +221,7 @@ ssize_t readlink(const char* path, char* buffer, size_t size) {
 }
 
 int pthread_join(pthread_t thread, void** result) {
+  if (faults::before_join != nullptr) faults::before_join();
   static auto* const real = Real(pthread_join, "pthread_join");
   const int code = real(thread, result);
   faults::Fault fault{};

@@ -1,6 +1,8 @@
 // System and library calls that a test lets fail.
 #pragma once
 
+#include <gio/gio.h>
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -13,7 +15,10 @@ extern bool bus_get_fails_without_error;
 extern void (*after_bus_get)();  // called with the connection just made; null: nothing
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
-extern void (*at_start_of_thread)();    // called by each new thread; null: nothing
+extern void (*before_registration)(GDBusConnection*);  // called before an object is registered on it; null: nothing
+extern void (*before_unowning)();                      // called before a name is given up; null: nothing
+extern void (*before_join)();                          // called before a thread is waited for; null: nothing
+extern void (*at_start_of_thread)();                   // called by each new thread; null: nothing
 extern const char* link_target;         // what readlink() finds, as much as there is room for; null: what there is
 extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 

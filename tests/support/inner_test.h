@@ -67,6 +67,25 @@ inline std::string Fill(std::string statement, const std::string& values) {
   return statement;
 }
 
+// Whether another thread could take its turn at the connection now.
+inline bool TurnIsFree() {
+  bool free = false;
+  std::thread([&free] {
+    free = innerSide.turn.try_lock();
+    if (free) innerSide.turn.unlock();
+  }).join();
+  return free;
+}
+
+// Whether the calling thread, which is in a function that has taken the turn, still has it where that function ends.
+inline bool TurnGoesOn() {
+  pthread_mutex_t& turn = innerSide.turn;
+  if (pthread_mutex_unlock(&turn) != 0) return false;
+  const bool goes_on = !TurnIsFree();
+  pthread_mutex_lock(&turn);
+  return goes_on;
+}
+
 class InnerTest : public DatabaseTest {
  protected:
   // Flags of the library's openings, in their order.
@@ -85,6 +104,17 @@ class InnerTest : public DatabaseTest {
   static void Forget() {
     fake_platform::Clear();
     sqlite_faults::Forget();
+  }
+
+  // What holds when the call logs the line, once for each time that it does.
+  static std::vector<bool> AtLine(const std::string& text, bool (*holds)(), const std::function<void()>& call) {
+    std::vector<bool> answers;
+    fake_platform::OnLogLine([&] {
+      if (LogText(fake_platform::Log().back()) == text) answers.push_back(holds());
+    });
+    call();
+    fake_platform::OnLogLine(nullptr);
+    return answers;
   }
 };
 

@@ -7,7 +7,6 @@
 // within g_bus_get_sync(), g_dbus_connection_new_for_address_sync() and g_dbus_connection_call_sync().
 #include <nuv/nuv_launcher_api.h>
 
-#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -15,6 +14,7 @@
 
 #include "exported_calls_test.h"
 #include "faults.h"
+#include "hosts_connection.h"
 #include "log_notation.h"
 #include "memory_faults.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
@@ -126,28 +126,6 @@ TEST_F(AllocationFailure, OfTheInnerLinkGivesTheDocumentedResult) {
 class LinkAllocationFailure : public AllocationFailure {
  protected:
   static void GiveLinkBack() { get_launcher_proxy()->GiveProxy(); }
-
-  // A host's own reference to the shared connection: that the link has given back its own shows in their number, and
-  // the connection does not end where GLib's worker, which refers to it for each message, happens to be the last.
-  class HostsConnection {
-   public:
-    HostsConnection() : connection_(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr)) {
-      WaitUntil([this] { return (at_first_ = std::min(at_first_, References())) == 1; }, Milliseconds(100));
-    }
-    ~HostsConnection() { g_object_unref(connection_); }
-    HostsConnection(const HostsConnection&) = delete;
-    HostsConnection& operator=(const HostsConnection&) = delete;
-
-    bool IsLetGo() const {
-      return WaitUntil([this] { return References() <= at_first_; });
-    }
-
-   private:
-    guint References() const { return g_atomic_int_get(&G_OBJECT(connection_)->ref_count); }
-
-    GDBusConnection* connection_;
-    guint at_first_ = G_MAXUINT;
-  };
 
   const ExportedCall& popup_ = CallOf("nuv_launch_systempopup_client");
 };

@@ -1,7 +1,9 @@
 // A forked child that has not exec'ed, and the end of the process.
+#include <atomic>
 #include <chrono>
 
 #include "launch_test.h"
+#include "link_probe.h"
 #include "nuv_launcher_api/nuv_launcher_client.h"
 
 namespace {
@@ -92,6 +94,39 @@ TEST_F(ForkTest, AChildThatExitsTouchesNothingOfTheParent) {
   ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
   ASSERT_TRUE(service_->SendResult(service_->Launches().front(), {900, 0}));
   EXPECT_TRUE(heard_.WaitFor(1));
+}
+
+// What a child's exit() does with the link, which another thread of the parent was looking at when it was forked.
+TEST_F(ForkTest, AChildThatExitsTakesNoLockOfTheLink) {
+  WarmUp();
+  std::atomic<bool> held{false};
+  std::atomic<bool> go_on{false};
+  std::thread holder([&] {
+    const LeafLock lock(LinkProbe::StateMutex(*get_launcher_proxy()));
+    held = true;
+    WaitUntil([&] { return go_on.load(); });
+  });
+  ASSERT_TRUE(WaitUntil([&] { return held.load(); }));
+  EXPECT_EQ(0, InChild([] {
+              get_launcher_proxy()->ReleaseClientObject();
+              return 0;
+            }));
+  go_on = true;
+  holder.join();
+}
+
+TEST_F(ForkTest, TheChildConsumesTheParametersOfACall) {
+  WarmUp();
+  EXPECT_EQ(0, InChild([] {
+              static const int32_t content = 4711;
+              static bool released = false;
+              GVariant* const parameters = g_variant_new_from_data(
+                  G_VARIANT_TYPE("(i)"), &content, sizeof content, TRUE, [](gpointer) { released = true; }, nullptr);
+              if (released) return 2;
+              GVariant* reply = nullptr;
+              get_launcher_proxy()->MethodCall("x", parameters, &reply, 1000, nullptr);
+              return released ? 0 : 1;
+            }));
 }
 
 TEST(ForkBeforeUse, AChildOfAProcessThatNeverConnectedWorks) {
