@@ -11,24 +11,6 @@ from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from pathlib import Path
 
-# The programs that test a source, where they have another name. They are only asked first, not alone.
-NAMED_OTHERWISE = {
-    'nuv_app_condition': ('nuv_app_list_filter', 'nuv_app_key_list'),
-    'nuv_app_queries': ('nuv_app_queries', 'nuv_app_values'),
-    'nuv_app_lists': ('nuv_app_list', 'nuv_app_key_list', 'nuv_app_service_list', 'nuv_app_last_download'),
-    'nuv_bus_call': ('nuv_proxy', 'nuv_fork'),
-    'nuv_bus_connection': ('nuv_proxy', 'nuv_restart'),
-    'nuv_inner_app_updates': ('nuv_inner_app_updates', 'nuv_inner_forwarding', 'nuv_inner_value_updates'),
-    'nuv_launch_body': ('nuv_launcher_api',),
-    'nuv_launch_callbacks': ('nuv_launch_result',),
-    'nuv_launcher_api_NUV': ('nuv_launch_internal', 'nuv_terminate_entries'),
-    'nuv_launcher_client': ('nuv_service_call', 'nuv_launch_request', 'nuv_launch_result'),
-    'nuv_listener': ('nuv_proxy', 'nuv_restart'),
-    'nuv_listener_run': ('nuv_proxy', 'nuv_restart'),
-    'nuv_process': ('nuv_fork',),
-    'nuv_statement': ('nuv_db_step', 'nuv_db_statement', 'nuv_inner_statement'),
-}
-
 LIBRARY_TESTS = '^(bus|launch|catalogue|lists|inner|whole)$'  # the rooms of those that use the library, as labels
 
 
@@ -76,8 +58,8 @@ def tests_of(build):
     return tests
 
 
-def _names_of(file):
-    return NAMED_OTHERWISE.get(Path(file).stem, (Path(file).stem,))
+def _is_for(program, file):
+    return program.startswith(Path(file).stem)
 
 
 class Reach:
@@ -164,18 +146,19 @@ class Reach:
         if any((file, line) in self._code for line in lines):
             return self._in_order(file, {test for line in lines for test in self._lines.get((file, line), [])})
         reaching = {test for used in [file, *users] for test in self._files.get(used, ())}
-        return self._in_order(file, reaching | {test for test in self.tests if test.program.startswith(_names_of(file))})
+        return self._in_order(file, reaching | {test for test in self.tests if _is_for(test.program, file)})
 
     def _in_order(self, file, tests):
-        """First the programs that are for the file, then one test of each program in turn; quick ones first."""
-        names = _names_of(file)
+        """First the programs that are for the file, then one test of each program in turn, first of those that reach most
+        of the file; quick ones first."""
         programs = defaultdict(list)
         for test in sorted(set(tests) - self._left_out, key=lambda test: self.seconds[test.name]):
             programs[test.program].append(test)
         rank = {}
         for program, own in programs.items():
-            named = program.startswith(names)
+            reached = max(self._files[file].get(test, 0) for test in own)
+            named = _is_for(program, file)
             for position, test in enumerate(own):
                 slow = self.seconds[test.name] > 3
-                rank[test] = (not named, slow, position, self.seconds[test.name])
+                rank[test] = (not named, slow, position, -reached, self.seconds[test.name])
         return sorted(rank, key=rank.get)

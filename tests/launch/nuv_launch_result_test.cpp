@@ -221,17 +221,6 @@ TEST_F(ResultTest, FindsItsCallbackWhereEventNumbersWrap) {
   EXPECT_EQ((std::vector<std::string>(3, "notify app 901 0 0")), heard_.Texts());
 }
 
-TEST(LaunchCallbacks, KeepEveryBitOfAnAddress) {
-  static_assert(sizeof nuv_launcher_user_callback::callback == sizeof(void (*)()));
-  static_assert(sizeof _NUV_LAUNCHER_DATA::callback == sizeof(void (*)()));
-  for (size_t bit = 0; bit < 8 * sizeof(uintptr_t); ++bit) {
-    const uintptr_t address = uintptr_t{1} << bit;
-    KeepLaunchCallback(7, {address, reinterpret_cast<void*>(address)});
-    EXPECT_EQ(address, FindLaunchCallback(7).callback);
-    EXPECT_EQ(reinterpret_cast<void*>(address), FindLaunchCallback(7).userData);
-  }
-}
-
 TEST_F(ResultTest, ForAnUnknownEventIsAnsweredAndLeavesAnEmptyEntry) {
   const LaunchRequest launch = Launch(1);
   ASSERT_TRUE(service_->SendResult(launch, {900, 0, 1, 0, 500}));
