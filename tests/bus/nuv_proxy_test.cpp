@@ -147,7 +147,11 @@ TEST_F(LinkTest, IsUnusableWithoutBus) {
 TEST_F(LinkTest, WaitsForABusThatDoesNotAnswerUntilItDoes) {
   bus_.Pause();
   std::atomic<int> result{-1};
+  static std::atomic<bool> asked{false};
+  faults::before_bus_get = [] { asked = true; };
   std::thread connecting([&] { result = Get(); });
+  EXPECT_TRUE(WaitUntil([] { return asked.load(); }));
+  // That it does not end can only be waited for: there is no limit that could be read.
   EXPECT_FALSE(WaitUntil([&] { return result != -1; }, Milliseconds(500)));
   bus_.Resume();
   connecting.join();

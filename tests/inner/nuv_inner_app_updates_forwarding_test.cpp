@@ -195,7 +195,6 @@ TEST_P(InnerChange, TheInnerMutexIsHeldAtTheServiceAndNoOther) {
 
 TEST_P(InnerChange, OtherThreadsQueriesWaitForTheWholeChange) {
   WarmUp();
-  std::atomic<bool> ended{false};
   std::thread query;
   service_->AnswerTo(GetParam().method, {Answer::kReply, "(-1,)"});
   std::string seen;
@@ -204,9 +203,8 @@ TEST_P(InnerChange, OtherThreadsQueriesWaitForTheWholeChange) {
       _APPSINFO_T info;
       EXPECT_EQ(0, nuv_inner_get_app_info_by_id("app", info, false));
       seen = Mode() + std::to_string(info.is_updated) + std::to_string(info.use_count);
-      ended = true;
     });
-    EXPECT_FALSE(WaitUntil([&] { return ended.load(); }, Milliseconds(100)));
+    EXPECT_TRUE(WaitUntil([] { return IsWaitedFor(g_inner_Mute); }));
   });
   EXPECT_EQ(Written(), Make());
   query.join();

@@ -18,6 +18,7 @@ namespace faults {
 bool pthread_create_fails = false;
 bool threads_of_glib_fail = false;
 bool bus_get_fails_without_error = false;
+void (*before_bus_get)() = nullptr;
 void (*after_bus_get)() = nullptr;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
@@ -142,6 +143,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
 GDBusConnection* g_bus_get_sync(GBusType type, GCancellable* cancellable, GError** error) {
   if (faults::bus_get_fails_without_error || FailsWithError("g_bus_get_sync", error)) return nullptr;
   static auto* const real = Real(g_bus_get_sync, "g_bus_get_sync");
+  if (faults::before_bus_get != nullptr) faults::before_bus_get();
   GDBusConnection* const connection = real(type, cancellable, error);
   if (faults::after_bus_get != nullptr) faults::after_bus_get();
   return connection;

@@ -12,7 +12,8 @@ namespace faults {
 extern bool pthread_create_fails;
 extern bool threads_of_glib_fail;  // pthread_create() where GLib calls it
 extern bool bus_get_fails_without_error;
-extern void (*after_bus_get)();  // called with the connection just made; null: nothing
+extern void (*before_bus_get)();  // called before the shared connection is asked for; null: nothing
+extern void (*after_bus_get)();   // called with the connection just made; null: nothing
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
 extern void (*before_registration)(GDBusConnection*);  // called before an object is registered on it; null: nothing
@@ -22,7 +23,7 @@ extern void (*at_start_of_thread)();                   // called by each new thr
 extern const char* link_target;         // what readlink() finds, as much as there is room for; null: what there is
 extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 
-// The waits for a condition so far that had a limit, and that limit as it was asked for.
+// The waits for a condition so far that had a limit, and that limit as it was asked for. Noted as they begin.
 struct ConditionWait {
   int clock;
   double seconds;

@@ -2,36 +2,45 @@
 #pragma once
 
 #include <nuv_common/nuv_lock.h>
+#include <pthread.h>
 
-#include <atomic>
-#include <chrono>
 #include <functional>
 #include <future>
 
 #include "process.h"
 
-// Whether the call ends within the limit although another thread holds the mutex. It has ended afterwards in any case.
-inline bool EndsWhileHeld(Mutex& mutex, const std::function<void()>& call, Milliseconds limit) {
-  std::atomic<bool> started{false};
+// Whether a thread waits for a mutex that another one holds. The C library notes that in the mutex.
+inline bool IsWaitedFor(Mutex& mutex) {
+  constexpr int kTakenAndWaitedFor = 2;
+  return __atomic_load_n(&static_cast<pthread_mutex_t&>(mutex).__data.__lock, __ATOMIC_RELAXED) == kTakenAndWaitedFor;
+}
+
+enum class WhileHeld { kEnds, kWaits, kNeither };
+
+// What the call does while another thread holds the mutex. It has ended afterwards in any case.
+inline WhileHeld CallWhileHeld(Mutex& mutex, const std::function<void()>& call) {
+  WhileHeld seen = WhileHeld::kNeither;
   std::future<void> ending;
-  bool ended = false;
   {
     const MutexLock lock(mutex);
-    ending = std::async(std::launch::async, [&] {
-      started = true;
-      call();
+    ending = std::async(std::launch::async, call);
+    WaitUntil([&] {
+      if (ending.wait_for(Milliseconds(0)) == std::future_status::ready) {
+        seen = WhileHeld::kEnds;
+      } else if (IsWaitedFor(mutex)) {
+        seen = WhileHeld::kWaits;
+      }
+      return seen != WhileHeld::kNeither;
     });
-    WaitUntil([&] { return started.load(); });
-    ended = ending.wait_for(limit) == std::future_status::ready;
   }
   ending.get();
-  return ended;
+  return seen;
 }
 
 inline bool TakesMutex(Mutex& mutex, const std::function<void()>& call) {
-  return !EndsWhileHeld(mutex, call, Milliseconds(100));
+  return CallWhileHeld(mutex, call) == WhileHeld::kWaits;
 }
 
 inline bool LeavesMutexAlone(Mutex& mutex, const std::function<void()>& call) {
-  return EndsWhileHeld(mutex, call, Milliseconds(10000));
+  return CallWhileHeld(mutex, call) == WhileHeld::kEnds;
 }

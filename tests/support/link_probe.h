@@ -1,17 +1,14 @@
 // What the tests of a link look at inside it.
 #pragma once
 
+#include "held_mutex.h"
 #include "nuv_common/nuv_listener_run.h"
 #include "nuv_common/nuv_proxy.h"
 
 class LinkProbe {
  public:
-  // Whether a thread waits until whoever makes the link has made it. The C library notes that in the mutex.
-  static bool SomebodyWaitsForIt(CNUVGdbus& link) {
-    constexpr int kTakenAndWaitedFor = 2;
-    return __atomic_load_n(&static_cast<pthread_mutex_t&>(link.m_proxyMutex).__data.__lock, __ATOMIC_RELAXED) ==
-           kTakenAndWaitedFor;
-  }
+  // Whether a thread waits until whoever makes the link has made it.
+  static bool SomebodyWaitsForIt(CNUVGdbus& link) { return IsWaitedFor(link.m_proxyMutex); }
   static LeafMutex& StateMutex(CNUVGdbus& link) { return link.m_stateMutex; }
   static std::shared_ptr<ListenerRun> CurrentRun(const CNUVGdbus& link) { return link.CurrentRun(); }
 };

@@ -6,6 +6,7 @@
 
 #include "catalogue_launch_test.h"
 #include "exported_functions.h"
+#include "held_mutex.h"
 
 namespace {
 
@@ -43,48 +44,16 @@ class ContractTest : public CatalogueLaunchTest {
 
 class NamedMutex : public ContractTest {
  protected:
-  // Has a thread call each function that waits for the mutex, and one call all others, while this one holds it.
+  // Calls each function while another thread holds the mutex: those that take it wait, and no other.
   void ExpectWaiting(Mutex& mutex, Named named) {
-    std::vector<std::atomic<int>> results(calls_.size());
-    for (std::atomic<int>& result : results) result = kRunning;
-    std::vector<std::thread> waiting;
-    mutex.lock();
-    for (size_t i = 0; i < calls_.size(); ++i) {
-      if (calls_[i].mutex == named)
-        waiting.emplace_back([&results, i, this] { results[i] = Call(calls_[i], *service_); });
-    }
-    std::atomic<bool> others_ended{false};
-    std::thread others([&] {
-      for (size_t i = 0; i < calls_.size(); ++i) {
-        if (calls_[i].mutex != named) results[i] = Call(calls_[i], *service_);
-      }
-      others_ended = true;
-    });
-    EXPECT_TRUE(WaitUntil([&] { return others_ended.load(); }));
-    const auto running = [&](size_t i) { return results[i] == kRunning; };
-    // Long enough for a call that does not wait.
-    WaitUntil([&] { return AllEnded(named, running); }, Milliseconds(300));
-    for (size_t i = 0; i < calls_.size(); ++i) {
-      EXPECT_EQ(calls_[i].mutex == named, running(i)) << calls_[i].function;
-    }
-    mutex.unlock();
-    others.join();
-    for (std::thread& thread : waiting) thread.join();
-    for (size_t i = 0; i < calls_.size(); ++i) {
-      const Results& expected = calls_[i].results;
-      EXPECT_TRUE(results[i] == expected.success || (expected.writes && results[i] == expected.failure))
-          << calls_[i].function << " " << results[i];
+    for (const ExportedCall& call : calls_) {
+      SCOPED_TRACE(call.function);
+      int result = 0;
+      const WhileHeld seen = CallWhileHeld(mutex, [&] { result = Call(call, *service_); });
+      EXPECT_TRUE(seen == (call.mutex == named ? WhileHeld::kWaits : WhileHeld::kEnds));
+      EXPECT_TRUE(result == call.results.success || (call.results.writes && result == call.results.failure)) << result;
     }
   }
-
-  bool AllEnded(Named named, const std::function<bool(size_t)>& running) const {
-    for (size_t i = 0; i < calls_.size(); ++i) {
-      if (calls_[i].mutex == named && running(i)) return false;
-    }
-    return true;
-  }
-
-  static constexpr int kRunning = 12345;
 };
 
 TEST(ContractTable, HasEachExportedFunctionOnce) {
