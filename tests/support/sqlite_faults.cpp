@@ -32,7 +32,7 @@ Watched& Get() {
   return watched;
 }
 
-// As in the fake platform.
+// A forked child finds the state unlocked, as in fake_platform.cpp.
 __attribute__((constructor(101))) void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
