@@ -98,7 +98,7 @@ struct Results {
 
 struct ExportedCall {
   const char* function;
-  const char* what;  // which of the function's calls, of which the first is the plain one; empty where it has one
+  const char* what;  // which of several calls of the function, the first being the plain one; empty: the only one
   Named mutex;
   unsigned needs;
   int (*call)(Arguments& arguments);
@@ -117,7 +117,7 @@ struct ExportedCall {
   bool Throws() const { return results.throws || (IsLaunch() && mutex == Named::kLaunches); }
 };
 std::string NameOf(const ExportedCall& call);
-// Makes it with arguments of its own.
+// Makes the call with new arguments.
 int Call(const ExportedCall& call);
 
 const std::vector<ExportedCall>& ExportedCalls();

@@ -6,7 +6,7 @@
 
 class LinkProbe {
  public:
-  // Whether a thread waits until whoever makes the link has made it. The C library notes that in the mutex.
+  // Whether a thread waits for another one to finish making the link. The C library notes that in the mutex.
   static bool SomebodyWaitsForIt(CNUVGdbus& link) {
     constexpr int kTakenAndWaitedFor = 2;
     return __atomic_load_n(&static_cast<pthread_mutex_t&>(link.m_proxyMutex).__data.__lock, __ATOMIC_RELAXED) ==

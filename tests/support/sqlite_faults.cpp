@@ -52,7 +52,7 @@ void NoteExecution(sqlite3_stmt* statement) {
   sqlite3_free(text);
 }
 
-// SQLite reads the schema by calls of its own, from within a call of the library: they are not the library's.
+// To read the schema SQLite calls itself, within a call of the library: such calls do not count as the library's.
 thread_local bool within_sqlite = false;
 
 class WithinSqlite {
