@@ -8,7 +8,7 @@
 
 class CNUVGdbus;
 
-// A link that calls go over, and what is said where it is not usable.
+// A link for plain calls, and the log line for the case that it is not usable.
 struct ServiceLink {
   CNUVGdbus* (*usable)();  // null where it is not; may block as CNUVGdbus::GetProxy() does
   const char* complaint;
