@@ -43,7 +43,7 @@ Query MakeQuery(const char* name, int rows) {
   return {false, ""};
 }
 
-// Neither side owns the record of a lookup.
+// The record of a lookup. It is outside of both sides, which fill it in turn.
 nuv_app_info_s found;
 
 Records AskPlainly(bench::PlainCatalogue& catalogue, const Query& query) {

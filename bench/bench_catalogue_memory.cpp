@@ -1,7 +1,7 @@
 // What a full list of the catalogue in $NUV_HOST_DIR needs beside the block that it returns.
 //   bench_catalogue_memory plain|last-download|index    prints "BLOCK BEYOND" in bytes
-// BEYOND is the peak of the process's resident memory less the block, and less what was resident before the list, when
-// one application had been looked up: connection and code are there, caches of any size are not.
+// BEYOND is the peak of the process's resident memory less the block, and less what was resident after one lookup,
+// before the list: the connection and the code are not counted, caches of any size are.
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
 #include <unistd.h>

@@ -1,6 +1,5 @@
 // A launch that carries extra data.
-//   bench_extra_data plain|library COUNT PAIRS    makes COUNT launches with PAIRS extra data, for an instruction
-//   counter
+//   bench_extra_data plain|library COUNT PAIRS    makes COUNT launches with PAIRS extra data, to count instructions
 #include <cstdlib>
 #include <cstring>
 

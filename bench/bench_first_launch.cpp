@@ -17,7 +17,7 @@ namespace {
 
 void Hear(const char*, nuv_notify_event_e, int, int, void*) {}
 
-// The first launch has no heartbeat: the service was not there before.
+// Sends no heartbeat, because the library's first launch sends none.
 void LaunchPlainly() {
   GDBusConnection* const connection = bench::SystemBus();
   auto* const listener = new bench::PlainListener("obj" + std::to_string(getpid()), [](int32_t) {});

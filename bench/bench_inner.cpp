@@ -47,7 +47,7 @@ void AskLibrary(const std::string& query, const std::string& app_id, Answer& ans
   }
 }
 
-// All that a row fills is made of the same columns, so a few members tell.
+// Compares a few members only: both sides fill a record from the same columns.
 bool Same(const _APPSINFO_T& left, const _APPSINFO_T& right) {
   return left.id == right.id && left.title == right.title && left.reserved_string_4 == right.reserved_string_4 &&
          left.app_index == right.app_index && left.reserved_tinyint_11 == right.reserved_tinyint_11 &&

@@ -9,7 +9,7 @@ constexpr const char* kServiceName = "org.kelvo.tv.litecorvane.server";
 constexpr const char* kServicePath = "/org/kelvo/tv/litecorvane/server";
 constexpr const char* kServiceInterface = "org.kelvo.tv.litecorvane.server.interface";
 
-// What the inner side asks.
+// The service that the inner side calls.
 constexpr const char* kInnerServiceName = "org.kelvo.tv.corvane.server";
 constexpr const char* kInnerServicePath = "/org/kelvo/tv/corvane/server";
 constexpr const char* kInnerServiceInterface = "org.kelvo.tv.corvane.server.interface";

@@ -17,7 +17,7 @@ struct PlainLaunch {
   const ExtraDatas* extra_datas = nullptr;
 };
 
-// Each call sends, waits and lets the reply go. The program ends where a call fails.
+// Each call sends, waits and releases the reply. The program ends where a call fails.
 void PlainHeartbeat(GDBusConnection* connection);
 void PlainLaunchApp(GDBusConnection* connection, const PlainLaunch& launch);
 

@@ -22,7 +22,7 @@ struct Reply {
     return tuple != nullptr && type == std::string(g_variant_get_type_string(tuple.get()));
   }
   GVariantHandle Member() const { return GVariantHandle(g_variant_get_child_value(tuple.get(), 0)); }
-  // The number in "(i)", else what is said.
+  // The number in "(i)", else the given one.
   int NumberOr(int other) const { return IsOf("(i)") ? g_variant_get_int32(Member().get()) : other; }
 };
 
@@ -69,7 +69,7 @@ void CheckStates(const Reply& reply, const Argument& app_id, const Argument& oth
   MUST(nuv_dbus_update_app_version(app_id.text, other.text) == (app_id.valid && other.valid ? state : -1));
 }
 
-// Those whose reply is not read.
+// The calls whose reply is not read.
 void CheckPlainCalls(const Reply& reply, const Argument& app_id, const Argument& other) {
   const bool succeeds = reply.tuple != nullptr;
   const bool valid = app_id.valid && other.valid;
@@ -81,7 +81,7 @@ void CheckPlainCalls(const Reply& reply, const Argument& app_id, const Argument&
   MUST(nuv_dbus_nuv_command(1, app_id.text, other.text, "") == 0);
 }
 
-// The reader under all of them.
+// The reader of replies, which all these calls use.
 void CheckReader(const Reply& reply, bool succeeded) {
   ServiceReply answer;
   answer.succeeded = succeeded;

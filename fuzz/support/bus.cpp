@@ -11,7 +11,7 @@ fuzz::Answer& CurrentAnswer() {
 
 int answers = 0;
 
-// Nothing but references is asked of it.
+// Any object will do: only references to it are taken and released.
 GDBusConnection* Connection() {
   static gpointer const object = g_object_new(G_TYPE_OBJECT, nullptr);
   return static_cast<GDBusConnection*>(object);

@@ -21,7 +21,7 @@ void AnswerCalls(Answer answer);
 // What a service's own error looks like.
 GError* RemoteError(const std::string& message);
 
-// A method call that has reached the client object. Who handles it answers it once or lets it go once.
+// A method call that has reached the client object. Its handler answers it once, or releases it once.
 class Invocation {
  public:
   Invocation();

@@ -54,7 +54,7 @@ std::string DamagedDatabase::JournalOfUnfinishedWriter() {
   return ReadFile(Path() + kJournal);
 }
 
-// What SQLite refuses is simply not there.
+// A statement that SQLite refuses changes nothing.
 void DamagedDatabase::Run(const std::string& sql) {
   sqlite3_exec(connection_, sql.c_str(), nullptr, nullptr, nullptr);
 }
@@ -197,7 +197,7 @@ void DamagedDatabase::BindAny(sqlite3_stmt* statement, int position) {
     case 3:
       sqlite3_bind_zeroblob(statement, position, input_.Number(0, 20000));
       break;
-    case 4: {  // long texts are worth more than the input has bytes
+    case 4: {  // a long text, for which an input has too few bytes
       const std::string long_text(static_cast<size_t>(input_.Number(100, 20000)), 'x');
       sqlite3_bind_text(statement, position, long_text.data(), static_cast<int>(long_text.size()), SQLITE_TRANSIENT);
       break;

@@ -19,7 +19,7 @@ class Input : public FuzzedDataProvider {
   // Any bytes, zeros included.
   std::string Bytes(size_t most = 2000) { return ConsumeRandomLengthString(most); }
 
-  // What a C text holds of them.
+  // The same, cut at its first zero byte, as a C text is.
   std::string Text(size_t most = 2000) { return Bytes(most).c_str(); }
 
   std::optional<std::string> OptionalText(size_t most = 2000) {

@@ -117,8 +117,8 @@ NUV_API int GetNUVAppList(const std::string& app_featured, const std::string& vi
  * @param app_id receives the id that the configuration names, installed or not
  * @param result 0 found and installed, 1 found but not installed (or not readable), 3 no such group
  *
- * The configuration is read even while the set is being reset or repaired; whether the application is installed is
- * then answered with 1.
+ * The configuration is read even while the set is being reset or repaired; a group that is found then gives 1, whether
+ * or not its application is installed.
  */
 NUV_API void GetAppIDFromAppGroupList(const std::string& key, std::string& app_id, int& result);
 

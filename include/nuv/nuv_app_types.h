@@ -98,8 +98,9 @@ typedef struct nuv_app_filter_s {
 typedef enum nuv_app_viewmode_e {
   NUV_APP_VIEWMODE_MOST_USED = 0,     /**< most launches first */
   NUV_APP_VIEWMODE_INDEX = 1,         /**< rising app_index */
-  NUV_APP_VIEWMODE_LAST_DOWNLOAD = 2, /**< the applications of index 300 and above that end the order of the index
-                                           first, the last one first; multi-screen records: latest install date first */
+  NUV_APP_VIEWMODE_LAST_DOWNLOAD = 2, /**< rising app_index, but the applications of index 300 and above that come
+                                           last are moved to the front, the last one first; multi-screen records: latest
+                                           install date first */
   NUV_APP_VIEWMODE_TITLE_ASC = 3,     /**< title, A to Z in either case */
   NUV_APP_VIEWMODE_TITLE_DESC = 4,    /**< title, Z to A in either case */
   NUV_APP_VIEWMODE_RANGE_MIN_ = -0x7fffffff - 1, /**< not an order: every 32-bit value is representable */

@@ -254,8 +254,8 @@ NUV_API int nuv_inner_check_app_installing(const std::string& app_id);
 
 /**
  * What nuv_inner_update_app_count() asks the service: its answer, or -1 (it cannot be reached, refused, did not
- * answer in time or with another type). The database is left alone, and repairs are not asked for. Not serialised. At
- * most 20 s.
+ * answer in time or with another type). Leaves the database alone, and does not ask whether packages are being
+ * repaired. Not serialised. At most 20 s.
  */
 NUV_API int nuv_dbus_update_app_count(const std::string& app_id);
 
@@ -265,7 +265,7 @@ NUV_API int nuv_dbus_update_app_version(const std::string& app_id, const std::st
 /** What nuv_inner_update_app_by_key() asks the service, like nuv_dbus_update_app_count(). */
 NUV_API int nuv_dbus_update_app_by_key(const std::string& app_id, APPSINFO_UPDATE_KEY_e key);
 
-/** What nuv_inner_nuv_command() sends, with its result. Repairs are not asked for. */
+/** What nuv_inner_nuv_command() sends, with its result. Does not ask whether packages are being repaired. */
 NUV_API int nuv_dbus_nuv_command(int command, const std::string& app_id, const std::string& pkg_path,
                                  const std::string& data);
 

@@ -1,4 +1,4 @@
-// Keeping the cancellation of a host's thread out of what it must not end in the middle of.
+// Keeps a host's thread from being cancelled in the middle of a call of GLib or SQLite.
 #pragma once
 
 #include <pthread.h>

@@ -39,27 +39,27 @@ class NUV_CAPABILITY Mutex {
 
   void lock() NUV_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
   bool try_lock() NUV_TRY_ACQUIRE(true) { return pthread_mutex_trylock(&m_mutex) == 0; }
-  // The deadline is on the monotonic clock: a clock that is set makes nobody wait longer, or not at all.
+  // The deadline is on the monotonic clock: setting the time of day makes no wait longer or shorter.
   bool try_lock_until(const timespec& deadline) NUV_TRY_ACQUIRE(true) { return LockUntil(m_mutex, deadline); }
   void unlock() NUV_RELEASE() { pthread_mutex_unlock(&m_mutex); }
 
-  // As it was made, whoever held it: for a forked child, in which that thread does not exist.
+  // Puts the mutex into its initial state, whoever held it: in a forked child the thread that held it does not exist.
   void Renew(const pthread_mutex_t& initial) { m_mutex = initial; }
 
-  // For what waits on a condition.
+  // For the waits of pthread_cond_t.
   operator pthread_mutex_t&() { return m_mutex; }  // NOLINT(google-explicit-constructor): it is one
 
  private:
   pthread_mutex_t m_mutex;
 };
 
-// One of the two that the library promises its callers to take, or not to take.
+// One of the two mutexes of which the contract says which functions take them.
 class NUV_CAPABILITY NamedMutex : public Mutex {
  public:
   using Mutex::Mutex;
 };
 
-// A private one under which no other lock is taken, and neither GLib nor a callback is called.
+// A private mutex under which no other lock is taken, and neither GLib nor a callback is called.
 class NUV_CAPABILITY LeafMutex : public Mutex {
  public:
   using Mutex::Mutex;
@@ -85,7 +85,7 @@ class NUV_SCOPED_CAPABILITY MutexLock {
   Kind& m_mutex;
 };
 
-// A line says which kind it takes, and compiles for no other.
+// A line names the kind of mutex that it locks, and does not compile for the other kind.
 using CNUVClientAutoLock = MutexLock<NamedMutex>;
 using LeafLock = MutexLock<LeafMutex>;
 

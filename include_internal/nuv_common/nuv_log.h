@@ -33,14 +33,15 @@ struct LogOrigin {
   int line;
 };
 
-// Both are inlined so that nothing is left of them at run time: each query has such places.
+// FileNameOf() and Here() are always inlined, so that the compiler computes them: each query has many such places.
 [[gnu::always_inline]] inline const char* FileNameOf(const char* path) {
   const char* slash = __builtin_strrchr(path, '/');
   return slash == nullptr ? path : slash + 1;
 }
 
-// The place that calls: as a default argument, the call of the function that has it. A helper hands its own on to the
-// helpers that it calls, or their lines would name it; gcc would name a template with its arguments.
+// The place of the call; as a default argument, the place where the function with that argument is called. A helper
+// passes its origin on to the helpers that it calls: their lines would otherwise name the helper, and a template even
+// with its arguments, as gcc has it.
 [[gnu::always_inline]] inline LogOrigin Here(const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
                                              const char* path = __builtin_FILE()) {
   return {FileNameOf(path), function, line};

@@ -1,4 +1,4 @@
-// What clang's thread safety analysis is told about locks and what they guard; nothing to other compilers.
+// Annotations for clang's thread safety analysis: locks, and what they guard. Empty for other compilers.
 #pragma once
 
 #if defined(__clang__)
@@ -15,5 +15,5 @@
 #define NUV_ACQUIRE(...) NUV_ANALYSED(acquire_capability(__VA_ARGS__))
 #define NUV_TRY_ACQUIRE(...) NUV_ANALYSED(try_acquire_capability(__VA_ARGS__))
 #define NUV_RELEASE(...) NUV_ANALYSED(release_capability(__VA_ARGS__))
-// For what the analysis cannot follow: the making and the end of guards, and fork().
+// For functions that the analysis cannot follow: constructors and destructors of guards, and handlers of fork().
 #define NUV_UNANALYSED NUV_ANALYSED(no_thread_safety_analysis)

@@ -112,7 +112,7 @@ int app_control_get_extra_data(app_control_h request, const char* key, char** va
 int app_control_foreach_extra_data(app_control_h request, app_control_extra_data_cb callback, void* user_data) {
   if (request == nullptr || callback == nullptr) return -1;
   return Guarded(-1, [&] {
-    // Keys of its own: the callback may change the request, or destroy it and stop.
+    // A copy of the keys: the callback may change the request, or destroy it and stop.
     std::vector<std::string> keys;
     keys.reserve(request->extra_data.size());
     for (const auto& datum : request->extra_data) keys.push_back(datum.first);

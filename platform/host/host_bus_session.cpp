@@ -27,7 +27,7 @@ bool DescriptorsAreFree() {
   return count == kDescriptors;
 }
 
-// One that takes none of the process's signals while it lives.
+// Tries with a thread that has all signals blocked, so that it takes none of the process's.
 bool AThreadCanBeStarted() {
   sigset_t all;
   sigset_t before;
@@ -112,7 +112,7 @@ void BusSession::StartTicking() {
   g_source_unref(tick);
 }
 
-// Runs the context; the tick sees to it that the limit is noticed.
+// Runs the context until the condition holds. The tick wakes it, so that the limit is noticed.
 bool BusSession::WaitUntil(gint64 limit, const bool& condition) {
   while (!condition) {
     if (g_get_monotonic_time() >= limit) return false;
@@ -130,8 +130,9 @@ GlibPtr<GAsyncResult> BusSession::Await(GlibPtr<GError>& error) {
   return std::move(result_);
 }
 
-// The connection's last idle source holds a reference to it, and it one to the context: both have to be run down here,
-// or neither is ever freed. After an abandoned step the context is not run again, for its late end must find nobody.
+// The connection's last idle source refers to the connection, and the connection to the context: unless the context
+// runs here until the connection has closed, neither is ever freed. After an abandoned step the context is not run
+// again, because that step may still end and would then write into a session that is gone.
 void BusSession::Close() {
   if (connection_ == nullptr || abandoned_) return;
   const gint64 limit = g_get_monotonic_time() + kGrace;

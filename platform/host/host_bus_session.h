@@ -19,12 +19,13 @@ struct GlibDeleter {
 template <typename Type>
 using GlibPtr = std::unique_ptr<Type, GlibDeleter>;
 
-// Everything asynchronous, on a main context of its own, for only so is there a limit to every step: a bus that accepts
-// connections and then says nothing would hold a synchronous caller for ever. In a forked child, where the bus
-// library's threads are missing, the limit holds as well.
+// Every step is asynchronous, on a main context of its own, because only so can it have a limit: a bus that accepts
+// connections and then says nothing would block a synchronous caller for ever. The limit also holds in a forked child,
+// where the bus library's threads are missing.
 class BusSession {
  public:
-  // Whether descriptors and a thread are free for one. Where there are none, the bus library would end the process.
+  // Whether descriptors and a thread are free for a session. Where there are none, the bus library would end the
+  // process.
   static bool CanBeMade();
 
   explicit BusSession(guint limit_ms);
@@ -39,7 +40,7 @@ class BusSession {
     const char* method;
   };
 
-  // Both fill the error and return false or nothing on failure. The arguments are taken over where they are floating.
+  // Both fill the error and return false or nothing on failure. Floating arguments are consumed.
   bool Connect(GlibPtr<GError>& error);
   GlibPtr<GVariant> Call(const Target& target, GVariant* arguments, const GVariantType* reply, GlibPtr<GError>& error);
 

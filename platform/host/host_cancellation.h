@@ -1,4 +1,4 @@
-// Keeping the cancellation of a host's thread out of a platform call.
+// Keeps a host's thread from being cancelled in the middle of a platform call.
 #pragma once
 
 #include <pthread.h>

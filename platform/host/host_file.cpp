@@ -18,7 +18,8 @@ namespace nuv::host {
 
 namespace {
 
-// For their owner only, whatever the umask: nuv-simulator refuses a state directory that others can write to.
+// Makes them for their owner only, whatever the umask: nuv-simulator refuses a state directory that others can write
+// to.
 bool MakeDirectories(const std::filesystem::path& directory) {
   if (directory.empty() || std::filesystem::is_directory(directory)) return true;
   if (directory != directory.parent_path() && !MakeDirectories(directory.parent_path())) return false;

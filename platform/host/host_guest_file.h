@@ -1,4 +1,4 @@
-// A file that lives in a process which does not know about it.
+// A file that is open in a process which does not know about it.
 #pragma once
 
 #include <sys/types.h>
@@ -20,7 +20,8 @@ class GuestFile {
   GuestFile(const GuestFile&) = delete;
   GuestFile& operator=(const GuestFile&) = delete;
 
-  // Opens the file; only regular files and character devices will do, for nothing else is sure not to signal or block.
+  // Opens the file. Refuses all but regular files and character devices: a write to anything else may raise a signal or
+  // block.
   bool Open() { return Reopen(current_.load(std::memory_order_acquire)) != nullptr; }
   bool IsTerminal() const;
 

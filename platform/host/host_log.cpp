@@ -21,7 +21,8 @@ namespace {
 
 using nuv::host::LogSink;
 
-// Both are set on first use, without a lock (a forked child may log), and never destroyed (so may a process that ends).
+// Both are set on first use, without a lock, because a forked child may log, and never destroyed, because a process may
+// log while it ends.
 std::atomic<int> g_lowest_wanted{INT_MIN};
 std::atomic<LogSink*> g_sink{nullptr};
 
@@ -83,7 +84,7 @@ class FormattedMessage {
   }
 
   void FormatLong(const char* format, va_list arguments, size_t length) {
-    constexpr size_t kCharacter = 4;  // so that the line sees where a character is cut
+    constexpr size_t kCharacter = 4;  // longest UTF-8 character: the line sees where one is cut
     const size_t size = std::min(length, nuv::host::kMessageLimit + kCharacter) + 1;
     if (buffer_.Replace(size) && vsnprintf(buffer_.text(), size, format, arguments) < 0) buffer_.text()[0] = '\0';
     text_ = buffer_.text();
@@ -99,7 +100,7 @@ class FormattedMessage {
   size_t missing_ = 0;
 };
 
-// Apart from the setting up, which needs some stack of its own.
+// A function of its own, so that the buffers here and the stack of SetUp() are never needed at the same time.
 __attribute__((noinline)) int Hand(LogSink& sink, int buffer, int priority, const char* tag, const char* format,
                                    va_list arguments) {
   const FormattedMessage message(format == nullptr ? "" : format, arguments);

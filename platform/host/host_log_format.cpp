@@ -8,7 +8,7 @@ namespace nuv::host {
 
 namespace {
 
-// A piece of a buffer that is being filled; everything answers whether it fitted.
+// Fills a buffer; each function returns whether its text fitted.
 class Filler {
  public:
   explicit Filler(FormatBuffer& buffer) : buffer_(buffer), next_(buffer.text()), limit_(next_ + buffer.size()) {}
@@ -24,7 +24,8 @@ class Filler {
 
   bool Copy(const char* text) { return text == nullptr ? Copy(kNull, kNullLength) : Copy(text, strlen(text)); }
 
-  // At most that many characters of a text that need not be terminated behind them. A missing text is not cut.
+  // Copies at most `limit` characters of a text, which need not be terminated behind them. For a null text, "(null)" is
+  // copied whole or not at all.
   bool CopyAtMost(const char* text, size_t limit) {
     if (text == nullptr) return Copy(kNull, limit < kNullLength ? 0 : kNullLength);
     return Copy(text, strnlen(text, limit));
@@ -59,7 +60,7 @@ class Filler {
   char* limit_;
 };
 
-// What stands between the dot of "%.127s" and its "s", which `precision` is set behind; nothing where it is not a
+// The number between the dot and the "s" of "%.127s"; `precision` is moved behind the "s". Nothing where there is no
 // number of up to four digits.
 std::optional<size_t> TakePrecision(const char*& precision) {
   size_t number = 0;

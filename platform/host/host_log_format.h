@@ -21,10 +21,10 @@ class FormatBuffer {
 
   char* text() const { return text_; }
   size_t size() const { return size_; }
-  // Moves, taking along what is there up to that place, which is given back as it is there. Null where it has moved
-  // before, or cannot.
+  // Moves what is in front of `next` to the heap and returns the place behind it. Null where the buffer has moved
+  // before, or there is no memory.
   char* Grow(const char* next);
-  // Moves to a block of that size, with nothing in it.
+  // Moves to an empty block of that size.
   bool Replace(size_t size);
 
  private:

@@ -33,7 +33,7 @@ const char* FindControl(const char* text, const char* end) {
     memcpy(&word, text, sizeof word);
     word = le64toh(word);
     const uint64_t below_space =
-        (word - kOnes * 0x20) & ~word & (kOnes * 0x80);  // the lowest mark is always a true one
+        (word - kOnes * 0x20) & ~word & (kOnes * 0x80);  // a borrow may set a wrong mark, but never the lowest
     if (below_space == 0) {
       text += 8;
       continue;

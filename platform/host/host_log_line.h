@@ -34,16 +34,16 @@ class LogLine {
   // What does not fit is left out.
   void Append(const char* text, size_t length) {
     if (length > Room()) return AppendFitting(text);
-    memcpy(end_, text, length);  // of a known length: no call
+    memcpy(end_, text, length);  // inlined where the length is a constant
     end_ += length;
   }
   void Append(const char* text) { Append(text, strlen(text)); }
   void Append(char c) { Append(&c, 1); }
   void AppendNumber(int number);
   void AppendTag(const char* tag);
-  // HH:MM:SS.mmm of the universal time. By hand: the library's ways take the lock of the time zone.
+  // HH:MM:SS.mmm in UTC. Formatted by hand, because the C library's functions take the time zone's lock.
   void AppendTime();
-  // What there is to say of lines that were dropped before this one; nothing where there were none.
+  // The note about lines that were dropped before this one; nothing where there were none.
   void AppendDropped(unsigned lines) {
     if (lines != 0) AppendNote(lines);
   }
@@ -52,13 +52,13 @@ class LogLine {
   void AppendMessage(const LogMessage& message, bool keep_colours);
 
  private:
-  // Of a text that does not fit as a whole.
+  // Appends what fits of a text that does not fit as a whole.
   void AppendFitting(const char* text);
   void AppendNote(unsigned lines_dropped);
-  // Moves to the heap, to where the message fits however many escapes it needs. False where it has moved before, or
-  // cannot.
+  // Moves the line to a heap block in which the message fits even if every character needs an escape. False where the
+  // line has moved before, or there is no memory.
   bool Grow(const LogMessage& message);
-  // Up to that place of the line; what is left of the text.
+  // Appends the text until the line has reached `stop`; returns what is left of the text.
   const char* AppendUpTo(const char* stop, const char* text, const char* end, bool keep_colours);
   bool AppendControl(char c, size_t room);
   void AppendMissing(size_t count);

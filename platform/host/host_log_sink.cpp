@@ -66,7 +66,7 @@ class FileSink : public LogSink {
   bool terminal_ = false;
 };
 
-// The host's own stream, as it is when the first line comes.
+// The host's standard error, as it is at the first line.
 class StderrSink : public LogSink {
  public:
   bool IsOpen() const { return stream_.IsOpen(); }
@@ -115,8 +115,8 @@ class JournalSink : public LogSink {
 
   static int NewSocket() { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0); }
 
-  // The socket stays without a peer, so that a datagram finds a journal that was started anew, and none goes astray
-  // where the host closed the descriptor and got its number again.
+  // The socket is not connected, so each datagram names the journal: it reaches a journal that was started anew, and
+  // goes nowhere else where the host has closed the descriptor and got its number again.
   ssize_t Send(int fd, const char* data, size_t size) const {
     return sendto(fd, data, size, MSG_NOSIGNAL | MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address_),
                   sizeof address_);

@@ -32,8 +32,8 @@ ssize_t WriteNow(int fd, const char* data, size_t size) {
   return pwritev2(fd, &whole, 1, -1, RWF_NOWAIT);
 }
 
-// The same file once more, with a description that does not block, for one write. It is not kept: a reader of the pipe
-// would wait for its end, even after the host has closed its own.
+// Opens the same file again, with a description that does not block, for one write. It is not kept: the reader of a
+// pipe would see no end of file after the host has closed its own.
 int OpenAnew(int fd) {
   char path[32] = "/proc/self/fd/";
   *std::to_chars(path + strlen(path), path + sizeof path - 1, fd).ptr = '\0';
@@ -63,8 +63,9 @@ ssize_t SharedStream::Write(const char* data, size_t size) const {
   return WriteWithoutWaiting(data, size);
 }
 
-// Pipes, terminals and other devices. A newer kernel does it for an anonymous pipe in one call; everything else wants a
-// description of our own, which the host may not let us have: the pipe may be another user's, or no descriptor free.
+// Writes to pipes, terminals and other devices. A newer kernel writes to an anonymous pipe without waiting in one call.
+// Everything else needs a description of our own, which cannot always be opened: the pipe may be another user's, or no
+// descriptor free.
 ssize_t SharedStream::WriteWithoutWaiting(const char* data, size_t size) const {
   const WriteSignalsOff off;
   const ssize_t written = off.Checked(WriteNow(fd_, data, size), size);

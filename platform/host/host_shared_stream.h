@@ -8,9 +8,9 @@
 
 namespace nuv::host {
 
-// The descriptor and its file description are the host's: no flag of theirs is changed. A stream that takes nothing at
-// the moment, such as a full pipe or a stopped terminal, is not waited for, and whatever becomes of it raises no
-// signal. Where the host puts something else in its place, which may be a file of its own, nothing is written until it
+// The descriptor and its file description are the host's: no flag of theirs is changed. A write never waits for a
+// stream that takes nothing at the moment, such as a full pipe or a stopped terminal, and raises no signal. Where the
+// host puts something else in the stream's place, which may be a file of its own, nothing is written until the stream
 // is back.
 class SharedStream {
  public:

@@ -44,7 +44,7 @@ std::string FindStateDirectory() {
 }  // namespace
 
 const std::string& StateDirectory() {
-  // Never destroyed: calls may come while the process ends.
+  // Never destroyed, because calls may come while the process ends.
   static const std::string* const directory = new std::string(FindStateDirectory());
   return *directory;
 }

@@ -7,7 +7,7 @@ namespace nuv::host {
 
 namespace {
 
-constexpr int kRaised[] = {SIGPIPE, SIGXFSZ};  // SIGTTOU is not raised where it is blocked: the write just works
+constexpr int kRaised[] = {SIGPIPE, SIGXFSZ};  // a blocked SIGTTOU is never raised: the write succeeds
 
 }  // namespace
 

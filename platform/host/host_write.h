@@ -1,4 +1,4 @@
-// Writing in a process that does not know of it: no signal of a write reaches the host.
+// Writes in a process that does not know of them: no signal of a write reaches the host.
 #pragma once
 
 #include <errno.h>
@@ -10,7 +10,7 @@
 
 namespace nuv::host {
 
-// write() that an interruption by a signal does not end.
+// write(), tried again where a signal interrupts it.
 inline ssize_t WriteOnce(int fd, const char* data, size_t size) {
   ssize_t written;
   do {
@@ -30,8 +30,8 @@ class WriteSignalsOff {
   WriteSignalsOff(const WriteSignalsOff&) = delete;
   WriteSignalsOff& operator=(const WriteSignalsOff&) = delete;
 
-  // For the result of each write: takes back the signal that it raised, unless that was pending before. Gives the
-  // result back and keeps errno.
+  // To be called with the result of each write. Takes back the signal that the write raised, unless that signal was
+  // pending before; returns the result and keeps errno.
   ssize_t Checked(ssize_t written, size_t size) const;
 
  private:

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kDescriptorsOfACall = 1;
 
-// Methods that only make sense when the service runs already.
+// Methods that are of no use unless the service already runs: the bus must not start it for them.
 constexpr std::array<std::string_view, 3> kMethodsWithoutAutoStart = {"heartbeat", "notify_app_launch_status",
                                                                       "notify_special_app"};
 
@@ -28,8 +28,8 @@ GDBusCallFlags FlagsOf(const std::string& method) {
   return G_DBUS_CALL_FLAGS_NO_AUTO_START;
 }
 
-// GLib translates the text of its own error, which is told by its code. A service relays the text, in English or in the
-// language that it and this process speak.
+// A time-out of our own call is recognised by GLib's error code, because GLib translates the text. A time-out that the
+// service relays has only the text, in English or in this process's language.
 bool RanOutOfTime(const GError& error) {
   constexpr const char* kText = "Timeout was reached";
   if (g_dbus_error_is_remote_error(&error)) {

@@ -8,10 +8,10 @@
 
 namespace {
 
-// GLib makes the shared connection so that a lost bus ends the process, and lets nobody say otherwise before it is
-// made. As long as one of these lives, a connection that closes, and would end the process, waits until ours has been
-// told that it ends nothing; nobody else's is touched. One that waits for the limit is not ours: ours is handed out as
-// soon as it is made.
+// GLib makes the shared connection with exit-on-close set, and nobody can clear it before the connection exists. While
+// an object of this class lives, a connection that closes and would end the process waits until exit-on-close of ours
+// is cleared; that of no other connection is changed. A connection that waits until the limit is not ours: GLib returns
+// ours as soon as it is made.
 class ClosingWaits {
  public:
   ClosingWaits()
@@ -90,7 +90,7 @@ BusConnection ConnectToSystemBus() {
   result.connection.reset(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
   result.error.reset(error);
   if (result.connection == nullptr) return result;
-  // Also where it has closed: its host may not have heard of it yet.
+  // Cleared on a closed connection, too: its "closed" signal, which would end the process, may not be delivered yet.
   g_dbus_connection_set_exit_on_close(result.connection.get(), FALSE);
   if (g_dbus_connection_is_closed(result.connection.get())) result = ConnectPrivately();
   return result;

@@ -1,4 +1,4 @@
-// Getting a connection to the system bus that really is one.
+// Connects to the system bus, also when the process's shared connection has closed.
 #pragma once
 
 #include "nuv_common/nuv_handles.h"
@@ -23,6 +23,6 @@ struct BusConnection {
   GErrorHandle error;            // why there is no connection, where GLib said so
 };
 
-// The process's shared system-bus connection, or, where that one has closed and somebody still holds it (it then stays
-// closed for good), a private one to the same bus. Neither ends the process when the bus goes.
+// The process's shared connection to the system bus. Where that has closed, and GLib keeps handing it out because
+// somebody still holds it, a private connection to the same bus. Neither ends the process when the bus goes.
 BusConnection ConnectToSystemBus();

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Collects arguments in order. A text that is null or not valid UTF-8 cannot travel on the bus, nor can more bytes than
-// it takes: it would close the connection, which the host may use as well. The arguments are then not valid and make no
+// Collects arguments in order. The bus cannot carry a text that is null or not valid UTF-8. It answers a message that
+// is too long by closing the connection, which the host may use as well. Such arguments are not valid and make no
 // tuple.
 class CallArguments {
  public:
@@ -19,7 +19,7 @@ class CallArguments {
 
   CallArguments& Text(const char* text);
   CallArguments& Number(int32_t number);
-  // Any other value, which takes that many bytes at most.
+  // Adds a value of any other type, which takes at most `bytes` bytes.
   CallArguments& Value(GVariant* floating, size_t bytes);
 
   // Why the arguments cannot travel; null where they can.

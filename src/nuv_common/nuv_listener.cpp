@@ -19,8 +19,8 @@ struct ListenerStart {
 
 namespace {
 
-// What a listener thread holds until it ends, whatever ends it. Where a callback does, not every platform unwinds the
-// stack through GLib, but every one destroys what is the thread's own.
+// What a listener thread holds until it ends. A callback may end the thread: not every platform then unwinds the stack
+// through GLib, but every platform destroys thread-local objects.
 struct HeldByListener {
   HeldByListener() = default;
   ~HeldByListener() NUV_UNANALYSED {
@@ -82,8 +82,8 @@ void OnClosed(GDBusConnection*, gboolean, GError*, gpointer run) {
   static_cast<ListenerRun*>(run)->closedSeen = true;
 }
 
-// Does what is left to be done in the context. The name's owner refers to the context and is released in it; a private
-// connection that has closed, only once its "closed" signal was delivered.
+// Dispatches what is still pending in the context. GLib's name owner is released there; a private connection that has
+// closed is released only after its "closed" signal has been delivered.
 void Drain(const ListenerRun& run) {
   const bool closing =
       run.privateConnection != nullptr && g_dbus_connection_is_closed(run.privateConnection.get()) != FALSE;
@@ -157,7 +157,7 @@ bool CNUVGdbus::OfferAndServe(const std::shared_ptr<ListenerRun>& run) {
   auto start = std::make_unique<ListenerStart>(ListenerStart{this, run});
   PrepareListener(*run);
   if (!CreateListenerThread(start.get())) return false;
-  static_cast<void>(start.release());  // the thread's
+  static_cast<void>(start.release());  // owned by the thread now
   return true;
 }
 
@@ -172,8 +172,9 @@ bool CNUVGdbus::CreateListenerThread(ListenerStart* start) {
   return true;
 }
 
-// The thread's id, in its low 32 bits. The system gives a new thread the id of one that has been joined; a result for
-// an earlier listener is told by its id, so one that was used before gives way to the next free number.
+// The listener's id is the low 32 bits of its thread id. A result for an earlier listener is recognised by that
+// listener's id. The system gives a new thread the id of one that has been joined, so an id that was used before is
+// replaced by the next free number.
 void CNUVGdbus::TakeListenerId() {
   auto id = static_cast<uint32_t>(m_thread);
   while (id == 0 || Contains(m_listenerIds, static_cast<int32_t>(id))) ++id;
@@ -181,8 +182,8 @@ void CNUVGdbus::TakeListenerId() {
   m_listenerIds.push_back(m_listenerId);
 }
 
-// The mutex is the listener's own, until its thread ends: as long as a callback of the one before runs, this one waits,
-// and what arrives waits in its context.
+// The listener holds the mutex until its thread ends. While a callback of the previous listener runs, this one waits
+// for the mutex, and what arrives waits in its context.
 void CNUVGdbus::RunListener(ListenerRun& run) {
   m_monitorMutex.lock();
   heldByListener.mutex = &m_monitorMutex;
@@ -194,7 +195,7 @@ void CNUVGdbus::PrepareListener(ListenerRun& run) {
   NUV_INFO("Creating monitor %s.", CurrentEndpoint().objectName.c_str());
   {
     const LeafLock lock(m_stateMutex);
-    m_listenerIds.reserve(m_listenerIds.size() + 1);  // memory must not run out behind the thread's start
+    m_listenerIds.reserve(m_listenerIds.size() + 1);  // so that no allocation fails once the thread runs
   }
   g_type_class_unref(g_type_class_ref(G_TYPE_DBUS_CONNECTION));
   if (run.context == nullptr) run.context.reset(g_main_context_new());
@@ -236,8 +237,8 @@ bool CNUVGdbus::ParseIntrospection() {
   return true;
 }
 
-// On the connection that is there: a name owner that looks for one itself does so on a thread of GLib's shared pool,
-// which the host may have filled.
+// Owns the name on the existing connection: a name owner that connects by itself does so on a thread of GLib's shared
+// pool, which the host may have filled.
 void CNUVGdbus::OwnName(ListenerRun& run) {
   const Endpoint endpoint = CurrentEndpoint();
   const std::string name = ClientBusName(m_name, endpoint.objectName);
@@ -342,6 +343,6 @@ void CNUVGdbus::ListenerHandles::GiveBack() {
   if (ownConnection != nullptr && registrationId != 0) {
     g_dbus_connection_unregister_object(ownConnection.get(), registrationId);
   }
-  // Last, so that the listener finds what the calls above leave to be done in its context.
+  // Last, so that the listener still dispatches what the calls above leave in its context.
   if (mainLoop != nullptr) StopLoop(mainLoop.get());
 }

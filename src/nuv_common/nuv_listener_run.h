@@ -14,13 +14,13 @@ struct ListenerRun {
   // connection where that is a private one.
   GMainContextHandle context;
   GConnectionHandle privateConnection;
-  // Made with the context, too: whoever ends the run ends its loop last, so that the listener, however late it comes,
-  // stays for what its ending leaves to be done in the context.
+  // Made before the thread, too. Whoever ends the run quits the loop last, so that even a listener that starts late
+  // dispatches what the ending leaves in the context.
   GMainLoopHandle loop;
   bool prepared = false;            // the client object has been offered; else the thread has nothing to do
   bool closedSeen = false;          // "closed" of the private connection was delivered; the listener's own
   std::atomic<bool> ended = false;  // the thread serves no longer, whatever ended it
 };
 
-// Brings a run to its end whose thread could not be started: what refers to the context is released in it.
+// Ends a run whose thread could not be started: dispatches its context, so that what refers to the context is released.
 void AbandonRun(ListenerRun& run);

@@ -1,12 +1,13 @@
-// What the process is to the bus, and has for it.
+// Whether this process may use the bus, and has the thread and the descriptors that GLib needs for it.
 //
-// Which process connected: GLib's bus thread does not exist in a child of fork(), so such a child can use
-// neither its parent's connection nor a new one.
+// GLib's bus thread does not exist in a child of fork(). Where the parent had connected, the child can use neither the
+// parent's connection nor a new one, so the process that connects is noted.
 #pragma once
 
 #include <signal.h>
 
-// Notes that this process is about to connect; true when it is the first time. Undone when it did not come to that.
+// Notes that this process is about to connect; true the first time. ForgetBusProcess() takes the note back where
+// connecting failed.
 bool NoteBusProcess();
 void ForgetBusProcess();
 
@@ -34,6 +35,6 @@ class AllSignalsBlocked {
 // own.
 bool AThreadCanBeStarted();
 
-// Whether so many descriptors are free; says so in the log where they are not. GLib ends the process where it finds
-// none for the main context that each of its synchronous calls makes.
+// Whether `count` descriptors are free; says so in the log where they are not. Each synchronous call of GLib makes a
+// main context, and GLib ends the process where it finds no descriptor for it.
 bool DescriptorsAreFree(int count);

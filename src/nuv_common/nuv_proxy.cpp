@@ -121,7 +121,7 @@ int CNUVGdbus::GetProxy(const char* introspectionXml, GDBusInterfaceVTable vtabl
       }
     }
     const MutexLock lock(m_proxyMutex);
-    // Another thread may have made the link, or made it anew, in the meantime: that one is to be probed.
+    // Another thread may have made or renewed the link in the meantime: the next turn of the loop probes that link.
     if (m_proxyCreated && CurrentStanding().generation != probed.generation) continue;
     const CancellationOff guard;
     const int usable = SetUp(introspectionXml, vtable);
@@ -149,13 +149,13 @@ int CNUVGdbus::SetUp(const char* introspectionXml, const GDBusInterfaceVTable& v
   const bool open = current.connection != nullptr && !g_dbus_connection_is_closed(current.connection.get());
   if (open) {
     NUV_INFO("g_dbus connection is not closed");
-    // As documented, a failed probe alone mends nothing, and none follows it.
+    // As documented, a failed probe on an open connection renews nothing and ends all probing.
     if (CurrentStanding().hasListener) return 1;
   }
   if (!DescriptorsAreFree(kDescriptorsToConnect)) return 0;
   RetireListener();
   if (!Connect() || !StartListener()) return 0;
-  if (!open) WaitForListener();  // else a listener is made again, for which nobody has to wait
+  if (!open) WaitForListener();  // nobody waits for a listener that is only made again
   if (!CurrentStanding().hasListener) NUV_ERROR("no listener: the results of launches cannot be heard");
   m_proxyCreated = true;
   NUV_INFO("End");
@@ -222,8 +222,8 @@ void CNUVGdbus::JoinEndedListeners() {
                          m_retiredThreads.end());
 }
 
-// Nobody wakes a creator whose object could not be offered. The ten seconds are those of the monotonic clock: one that
-// is set back would make them longer.
+// Runs out after ten seconds where the client object could not be offered, because nobody signals the condition then.
+// The limit is on the monotonic clock: a time of day that is set back would make the wait longer.
 void CNUVGdbus::WaitForListener() {
   NUV_INFO("wait for create monitor success(10s timeout)");
   NUV_INFO("take try Begin.");
@@ -246,7 +246,7 @@ void CNUVGdbus::WaitForListener() {
 }
 
 void CNUVGdbus::RetireListener() {
-  m_retiredThreads.reserve(m_retiredThreads.size() + 1);  // memory must not run out between taking and keeping
+  m_retiredThreads.reserve(m_retiredThreads.size() + 1);  // so that push_back() below cannot fail
   ListenerHandles handles = TakeListenerHandles();
   handles.GiveBack();
   if (handles.thread != 0) m_retiredThreads.push_back(handles.thread);

@@ -70,11 +70,11 @@ class CNUVGdbus {
 
   Endpoint CurrentEndpoint() const;
 
-  // What tells this listener from every other of the process, in the one form in which it is sent, printed and
-  // compared: the low 32 bits of its thread id, unless an earlier listener had them. 0 when none runs.
+  // Identifies the listener among all that this process has had, in the form in which it is sent, printed and compared:
+  // the low 32 bits of its thread id, unless an earlier listener had them. 0 when none runs.
   int32_t ListenerId() const;
 
-  // What the destructor does: gives the client object back. For links that live until the process ends.
+  // Gives the client object back, as the destructor does. For links that live until the process ends.
   void ReleaseClientObject();
 
   // The listener thread, its handlers, and its end.
@@ -86,8 +86,8 @@ class CNUVGdbus {
  private:
   friend class LinkProbe;  // white-box tests
 
-  // What the link is at one moment: which connection it has, counted from its first one, and whether results are heard:
-  // the client object is offered, and a thread serves it.
+  // A snapshot of the link. `generation` counts its connections; `hasListener` says that results can arrive: the client
+  // object is offered, and a thread serves it.
   struct Standing {
     Endpoint endpoint;
     unsigned int generation = 0;
@@ -126,8 +126,8 @@ class CNUVGdbus {
   Endpoint EndpointNow() const NUV_REQUIRES(m_stateMutex);
   std::shared_ptr<ListenerRun> CurrentRun() const;
 
-  // By the creating thread, so that no request can overtake the object and the name that its result is sent to. False
-  // where the thread cannot be started.
+  // Runs on the thread that connects, so that no request is sent before the client object and the name that its result
+  // is sent to. False where the listener thread cannot be started.
   bool OfferAndServe(const std::shared_ptr<ListenerRun>& run) NUV_REQUIRES(m_proxyMutex);
   void PrepareListener(ListenerRun& run) NUV_REQUIRES(m_proxyMutex);
   bool ParseIntrospection();
@@ -137,7 +137,7 @@ class CNUVGdbus {
   bool CreateListenerThread(ListenerStart* start);
   void TakeListenerId() NUV_REQUIRES(m_stateMutex);
 
-  // By the listener.
+  // Runs on the listener thread.
   void RunListener(ListenerRun& run) NUV_UNANALYSED;
 
   ListenerHandles TakeListenerHandles();

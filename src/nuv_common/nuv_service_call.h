@@ -8,27 +8,26 @@
 
 class CNUVGdbus;
 
-// A link that calls go over, and what is said where it is not usable.
+// A link for plain calls, and the log line for the case that it is not usable.
 struct ServiceLink {
   CNUVGdbus* (*usable)();  // null where it is not; may block as CNUVGdbus::GetProxy() does
   const char* complaint;
 };
 
 struct ServiceReply {
-  bool asked = false;  // a link was there; what is not asked has been told already
+  bool asked = false;  // a link was usable; where none was, the log says so
   bool succeeded = false;
   GVariantHandle reply;
 
-  // The reply, where the call succeeded with one of the given type; else null, and a type that is not the agreed one is
-  // in the log.
+  // The reply; null where the call failed, or where the reply has another type than the given one, which is logged.
   GVariant* Of(const char* type) const;
 };
 
 // The link, usable; null, and logged for the caller, where it is not.
 CNUVGdbus* UsableLink(const ServiceLink& link, const LogOrigin& origin = Here());
 
-// Calls a method over the link and waits at most 10 s. Arguments that cannot travel make a failed call; a link that is
-// not usable, and memory that runs out, none. Both are logged for the caller.
+// Calls a method over the link and waits at most 10 s. Arguments that cannot travel count as a failed call; an unusable
+// link and a lack of memory count as no call. Both are logged for the caller.
 ServiceReply AskService(const ServiceLink& link, const char* method, CallArguments& arguments,
                         const LogOrigin& origin = Here());
 

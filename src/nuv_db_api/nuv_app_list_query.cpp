@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kFirstDownloadIndex = 300;
 
-// A list of more rows neither stays in SQLite's usual two megabytes of pages until the next list, nor is it sorted in
-// the two that come on top: the memory is of no use.
+// A list of more rows gains nothing from SQLite's two caches of two megabytes each: its pages are replaced before the
+// next list reads them, and its rows do not fit into the one for sorting.
 constexpr int kLongList = 2000;
 
 template <typename Record>
@@ -38,7 +38,8 @@ void LogRecords(const nuv_app_ms_s* list, int count, const LogOrigin& origin = H
 int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& clause, int tableType,
                      const std::vector<_NUVDB_BIND_T>& binds, bool last_download) {
   NUV_INFO("Start : real_count:[%d],strParam:[%s],tableType:[%d] ", real_count, clause.c_str(), tableType);
-  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);  // one too few, and so known
+  // One column too few; readers of the log know the line.
+  NUV_INFO(NUV_YELLOW "sizeof(Column)/30-1 = %zu" NUV_PLAIN, AppColumns::kCount - 1);
   StatementCycle cycle;
   const int prepared = cycle.Begin(std::string(AppColumns::Select()).append(clause), binds);
   if (prepared != 0) return prepared;

@@ -1,7 +1,7 @@
 // Lists of records, read into arrays of the caller. They hold no named mutex and ask no guard.
 //
-// The array is cleared once the statement stands. Rows beyond its end are read past. 0 when a row was stored, -1 when
-// there was none, -2 when the database stayed busy; the result of Prepare() where that failed.
+// The array is cleared once the statement is prepared. Rows beyond its end are skipped. 0 when a row was stored, -1
+// when there was none, -2 when the database stayed busy; the result of Prepare() where that failed.
 #pragma once
 
 #include <nuv/nuv_app_records.h>
@@ -17,5 +17,6 @@ int GetAppsTableList(nuv_app_info_s* list, int real_count, const std::string& cl
 int GetAppsMSList(nuv_app_ms_s* list, int real_count, const std::string& clause,
                   const std::vector<_NUVDB_BIND_T>& binds);
 
-// Brings the records with an app_index of 300 and above that end the array to its front, the last one first. In place.
+// Moves the records with an app_index of 300 and above from the end of the array to its front, in reverse order. In
+// place.
 void sort_applist_lastdownload(nuv_app_info_s* list, int count);

@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kByIndex = " order by app_index asc ";
 
-// The order of full records; those of the last download are put into theirs afterwards.
+// The "order by" clause for full records. The last-download order is made later, in the array.
 const char* OrderOf(int view_mode) {
   switch (view_mode) {
     case NUV_APP_VIEWMODE_MOST_USED:
@@ -157,7 +157,7 @@ int ReadPage(const ListRequest& request, AppCondition& condition, int* real_coun
   return 0;
 }
 
-// The number of matches; 0 results, and what to say, as GetAppList() has it.
+// Counts the matches; logs a failure, or a count of 0, as GetAppList() documents it.
 int CountMatches(int* real_count, const AppCondition& condition, const LogOrigin& origin) {
   const int result = GetAppsTableCount(real_count, condition.text, 0, condition.binds);
   if (result != 0) {
@@ -221,7 +221,7 @@ int ReadKeyList(const AppCondition& condition, int count, nuv_app_info_s** list,
 int GetAppList(nuv_app_filter_s filter, nuv_app_viewmode_e view_mode, int index, int count, bool ms, int* real_count,
                nuv_app_info_s** list, nuv_app_ms_s** ms_list) try {
   NUV_INFO(NUV_GREEN "Start" NUV_PLAIN);
-  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;  // takes no mutex: callers are promised that it does not
+  if (ReadingIsRefused(kFactoryResetMilestone)) return -1;  // takes no mutex: callers rely on that
   const bool hasList = ms ? ms_list != nullptr : list != nullptr;
   if (!RequireParameters(hasList && real_count != nullptr)) return -1;
   if (filter.type != NUV_APP_FILTER_ANY && static_cast<unsigned>(filter.type) > 255) {

@@ -12,7 +12,7 @@ enum TableType { kAppsTable = 0, kConfigTable = 2 };
 
 constexpr size_t kValueSize = 128;
 
-// The first row that matches; further rows are read past.
+// The first row that matches; further rows are skipped.
 int GetAppsTableInfo(nuv_app_info_s* info, const std::string& clause, std::vector<_NUVDB_BIND_T>& binds);
 int m_GetAppsTableInnerInfo(_APPS_INNER_INFO_T* info, const std::string& clause, std::vector<_NUVDB_BIND_T>& binds);
 

@@ -19,8 +19,8 @@ constexpr unsigned kIconCopy = ~0u - 1;
 using Text = RecordMember<nuv_app_info_s, char[NUV_APP_TEXT_SIZE]>;
 using Number = RecordMember<nuv_app_info_s, int>;
 
-// The members of the record in their order. Their columns are what callers find: five icons of one column, and reserved
-// columns that were given a meaning.
+// The members of the record in their order. Callers rely on the columns: five icon members have one column, and two
+// members have reserved columns.
 #define MEMBER(name, column) NUV_MEMBER(nuv_app_info_s, name, AppColumns, column)
 #define SAME(name) MEMBER(name, #name)
 constexpr Text kTexts[] = {

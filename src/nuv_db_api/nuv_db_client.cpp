@@ -25,7 +25,7 @@ constexpr const char* kByRunTitleSerialised =
 constexpr const char* kByRunTitle =
     " where run_title = ? and install_state = ? and is_app_available = ? and is_need_reset = ? ";
 
-// The key as often as the clause compares with it, then the state in which an application counts as there.
+// The parameters of a lookup: the key, once for each comparison of the clause, then the state of a usable application.
 template <typename... Keys>
 AppCondition UsableApp(const char* clause, const Keys&... keys) {
   AppCondition condition;
@@ -72,7 +72,7 @@ int CheckAnyId(const char* app_id, const char* rest, AppFlag state, const LogOri
 
 }  // namespace
 
-int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {  // takes no mutex, and so promised
+int m_nuv_get_app_info(const char* app_id, nuv_app_info_s* info) try {  // takes no mutex: callers rely on that
   NUV_INFO(NUV_GREEN "Start, app_id:[%s]" NUV_PLAIN, app_id);
   if (ReadingIsRefused()) return -1;
   if (!RequireParameters(app_id != nullptr && info != nullptr)) return -1;

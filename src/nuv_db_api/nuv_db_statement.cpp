@@ -27,7 +27,7 @@ namespace {
 
 constexpr int kSmallCacheSize = -1000;  // in kibibytes, as SQLite has it
 
-// What the caches are to have again; 0: they have it. Part of the connection.
+// The connection's cache_size to restore; 0: nothing to restore.
 int cacheSizeToRestore NUV_GUARDED_BY(readSide.turn) = 0;
 
 void ForgetCaches() NUV_UNANALYSED {
@@ -36,7 +36,7 @@ void ForgetCaches() NUV_UNANALYSED {
 
 [[maybe_unused]] const int registered = LookAfterAtFork(readSide, ForgetCaches);
 
-// 0 where SQLite cannot tell.
+// The connection's cache_size; 0 where it cannot be read.
 int CacheSize() NUV_REQUIRES(readSide.turn) {
   int size = 0;
   const auto read = [](void* result, int, char** values, char**) {

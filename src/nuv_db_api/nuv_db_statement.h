@@ -32,8 +32,8 @@ int Step() NUV_REQUIRES(readSide.turn);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, const std::string& value);
 void save_db_bind(std::vector<_NUVDB_BIND_T>& binds, int value);
 
-// Where wanted, as long as one lives the connection does with a megabyte for pages and one for sorting: half of
-// SQLite's usual. What it had before it has again afterwards; where that failed, from the next statement on.
+// Where wanted, halves SQLite's two caches for its lifetime, to a megabyte for pages and one for sorting. The
+// destructor restores their size; where that fails, the next statement does.
 class SmallCaches {
  public:
   explicit SmallCaches(bool wanted) NUV_REQUIRES(readSide.turn);

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-// What the columns of that name hold for an application that can be used.
+// The values of these columns for an application that can be used.
 enum AppState {
   kInstalled = 3,      // install_state
   kAvailable = 1,      // is_app_available
@@ -13,8 +13,8 @@ enum AppState {
   kVisible = 0         // is_hidden
 };
 
-// Whether packages are being repaired. Only the marker's existence counts: of a file that is there, a 32-bit process
-// may not be able to hear more.
+// Whether packages are being repaired. Only the marker's existence counts: in a 32-bit process stat() of an existing
+// file may fail with EOVERFLOW.
 inline bool RepairMarkerExists() {
   struct stat marker;
   return stat("/opt/dbspace/pkgreinstall", &marker) == 0 || errno == EOVERFLOW;

@@ -10,7 +10,7 @@ namespace {
 DatabaseSide* firstSide = nullptr;
 bool refused = false;  // for good: what the parent's threads left in SQLite does not go away
 
-// What SQLite locks for all of a process, whoever uses it. Those for the use of applications are left to them.
+// SQLite's static mutexes, which a whole process shares. Those that SQLite leaves to applications are not among them.
 constexpr int kSqliteMutexes[] = {
     SQLITE_MUTEX_STATIC_MAIN, SQLITE_MUTEX_STATIC_MEM,  SQLITE_MUTEX_STATIC_OPEN,
     SQLITE_MUTEX_STATIC_PRNG, SQLITE_MUTEX_STATIC_LRU,  SQLITE_MUTEX_STATIC_PMEM,
@@ -19,7 +19,7 @@ constexpr int kSqliteMutexes[] = {
 constexpr int kAllSqliteMutexes = sizeof kSqliteMutexes / sizeof *kSqliteMutexes;
 constexpr timespec kPauseBetweenTries = {0, 200000};
 
-// What the thread that forks holds meanwhile.
+// What the forking thread holds between BeforeFork() and LetGo().
 thread_local int heldTurns = 0;
 thread_local bool holdsSqlite = false;
 
@@ -38,8 +38,9 @@ void LeaveSqliteMutexes(int count) {
   while (count > 0) sqlite3_mutex_leave(sqlite3_mutex_alloc(kSqliteMutexes[--count]));
 }
 
-// All of them or none. None is waited for while others are held, so nobody's order of locking matters. Asking for one
-// of them does not initialise SQLite: a host may still configure it.
+// Takes all of them or none. It never waits for one while it holds others, so the order in which other threads lock
+// them does not matter. sqlite3_mutex_alloc() of a static mutex does not initialise SQLite, so a host may still
+// configure it.
 bool TrySqliteMutexes() {
   for (int taken = 0; taken < kAllSqliteMutexes; ++taken) {
     if (sqlite3_mutex_try(sqlite3_mutex_alloc(kSqliteMutexes[taken])) == SQLITE_OK) continue;
@@ -77,8 +78,8 @@ void BeforeFork() {
   holdsSqlite = HoldTurns(deadline) && HoldSqlite(deadline);
 }
 
-// Using or closing the parent's connection would touch the parent's locks. The turn is made anew; it is ended first for
-// those who keep account of locks, such as ThreadSanitizer.
+// Forgets the parent's connections, because using or closing one would touch the parent's locks. Each turn is unlocked
+// before it is renewed, for tools that track locks, such as ThreadSanitizer.
 void InChild() NUV_UNANALYSED {
   if (!holdsSqlite) refused = true;
   LetGo();

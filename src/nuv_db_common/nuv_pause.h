@@ -4,7 +4,8 @@
 #include <cerrno>
 #include <ctime>
 
-// Calls sleep, one of the libc functions, for a pause of that length, and sleeps what a signal has left of it.
+// Calls sleep, which is one of the libc functions, for a pause of that length. Where a signal interrupts it, sleeps for
+// the rest.
 template <typename Sleep>
 void Pause(const timespec& length, const Sleep& sleep) {
   timespec end = {};
@@ -16,7 +17,7 @@ void Pause(const timespec& length, const Sleep& sleep) {
     ++end.tv_sec;
   }
   errno = 0;
-  // sleep() counts whole seconds: that nothing is left of them does not mean that it was not interrupted.
+  // sleep() returns whole seconds: it may have been interrupted although it returns 0.
   const bool whole = sleep() == 0 && errno != EINTR;
   while (!whole && clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
   }

@@ -14,7 +14,7 @@ struct RecordMember {
 #define NUV_MEMBER(record, name, columns, column) \
   { &record::name, offsetof(record, name), columns::PositionOf(column) }
 
-// Whether the members from `begin` to before `end` lie one behind the other, each `width` bytes wide, from `offset` on.
+// Whether the members from `begin` to before `end` are adjacent, each `width` bytes wide, from `offset` on.
 template <typename Member, size_t Count>
 constexpr bool AreInARow(const Member (&members)[Count], size_t begin, size_t end, size_t offset, size_t width) {
   for (size_t i = begin; i < end; ++i) {

@@ -6,8 +6,8 @@
 
 namespace {
 
-// Where a host has its connections share their caches, ours do not: a connection for writing that shares one opened for
-// reading cannot write.
+// A private cache, because a host may enable SQLite's shared cache: a connection for writing that shares a cache opened
+// for reading cannot write.
 constexpr int kOpenFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE;
 
 void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
@@ -17,14 +17,15 @@ void FinalizeStatement(DatabaseSide& side, const char* name, const LogOrigin& or
   side.statement = nullptr;
 }
 
-// The connection's own words, which a result code alone does not give.
+// Logs SQLite's message, which says more than the result code.
 void LogSqliteMessage(const DatabaseSide& side, const LogOrigin& origin) NUV_REQUIRES(side.turn) {
   NUV_ERROR_FROM(origin, NUV_RED "SQLite: %s" NUV_PLAIN, sqlite3_errmsg(side.connection));
 }
 
-// Makes the next call read the file anew. A database that is restored by a copy over the file keeps its count of
-// changes, by which SQLite tells whether its pages still hold: without this, what was seen of the file while it was
-// being written would hold for good. SQLite drops its schema by itself, once the pages show another one.
+// Makes the next call read the file anew. SQLite keeps its cached pages as long as the file's change counter stays the
+// same, and a backup that is copied over the file may have the same counter: without this, pages that were read from
+// the half-written file would be kept for good. SQLite drops its cached schema by itself, once the pages show another
+// one.
 void ForgetPages(const DatabaseSide& side) NUV_REQUIRES(side.turn) {
   if (side.connection != nullptr) sqlite3_db_release_memory(side.connection);
 }
@@ -66,14 +67,14 @@ int PrepareUntilAnswered(DatabaseSide& side, const char* sql, const LogOrigin& o
   }
 }
 
-// Whether the name is of something whose opening, or reading, may take for ever: a pipe, a device, a socket. SQLite
-// itself refuses a directory.
+// Whether the path names a pipe, a device or a socket, whose opening or reading may block for ever. SQLite itself
+// refuses a directory.
 bool IsNoFile(const char* path) {
   struct stat found = {};
   return stat(path, &found) == 0 && !S_ISREG(found.st_mode) && !S_ISDIR(found.st_mode);
 }
 
-// Why an opening failed: as it is documented, and with the path, for those who read errors only.
+// Logs why an opening failed: the documented line, and an error line with the path for readers who filter for errors.
 void LogFailedOpening(const char* words, const char* path, const char* reason, const LogOrigin& origin) {
   NUV_INFO_FROM(origin, "Failed to connect to DB : %s", words);
   NUV_ERROR_FROM(origin, NUV_RED "cannot open %s: %s" NUV_PLAIN, path, reason);
@@ -116,7 +117,7 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
     NUV_INFO_FROM(origin, "unknow type %d", code);  // misspelt here only; readers of the log know it
     LogSqliteMessage(side, origin);
   }
-  FinalizeStatement(side, "m_pStmt", origin);  // no such variable; the log has called both sides' so
+  FinalizeStatement(side, "m_pStmt", origin);  // no such variable; the log has this name for both sides
   if (code == SQLITE_BUSY) return kDatabaseBusy;
   ForgetPages(side);
   return kDatabaseFailed;

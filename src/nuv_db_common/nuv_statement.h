@@ -9,14 +9,13 @@
 
 #include <string>
 
-// A busy database is asked this often in all.
+// Tries in all while the database is busy.
 constexpr int kMaxRetryCount = 50;
 
 constexpr int kDatabaseFailed = -1;
 constexpr int kDatabaseBusy = -2;
 
-// One side's connection and current statement, and what differs between the sides. Nothing here is locked but by a
-// DatabaseTurn.
+// One side's connection and current statement, and what differs between the sides. Only a DatabaseTurn locks it.
 struct DatabaseSide {
   const char* statementName;  // as log lines have it
   void (*waitBeforeRetry)();
@@ -40,12 +39,12 @@ int PrepareWithRetry(DatabaseSide& side, const char* sql, const LogOrigin& origi
 // statement. Every result but a row ends the statement: it is finalized and null.
 int StepWithRetry(DatabaseSide& side, const LogOrigin& origin = Here()) NUV_REQUIRES(side.turn);
 
-// The text of a column of the current row, null where that is null. It is SQLite's and lives until the next step.
-// Making a text of a value that is none takes memory: std::bad_alloc.
+// The text of a column of the current row; null for a null. It is SQLite's and lives until the next step. Throws
+// std::bad_alloc where SQLite has no memory to convert a value of another type.
 const char* TextOfColumn(const DatabaseSide& side, unsigned column) NUV_REQUIRES(side.turn);
 
 // One side's turn at its connection: no other thread of the process uses it meanwhile. A thread may take a turn inside
-// a turn. It is not cancelled in one: SQLite would be left in the middle of a call.
+// a turn. Cancellation is off during a turn: a cancelled thread would leave SQLite in the middle of a call.
 class NUV_SCOPED_CAPABILITY DatabaseTurn {
  public:
   explicit DatabaseTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) : m_side(side) { side.turn.lock(); }
@@ -73,11 +72,11 @@ constexpr const char* kLookupBusy = NUV_RED "get app info fail:sql busy" NUV_PLA
 // One statement from prepare to finalize, undisturbed by other threads: what the cycles of both sides have in common.
 class QueryCycle : private StatementTurn {
  public:
-  // After the last row.
+  // SQLite's code for the step after the last row.
   int LastStep() const { return m_lastStep; }
   bool EndedBusy() const { return m_lastStep == SQLITE_BUSY; }
   bool EndedInOrder() const { return m_lastStep == SQLITE_DONE; }
-  // EndedBusy(), which is logged for the caller.
+  // The same as EndedBusy(); a busy end is logged for the caller.
   bool ReportBusy(const char* complaint, const LogOrigin& origin = Here()) const;
   // What a query that read a row, or none, returns: 0, -1, or -2 after a busy end, which is logged for the caller.
   int Result(bool hadRow, const LogOrigin& origin = Here()) const;
@@ -102,8 +101,8 @@ class QueryCycle : private StatementTurn {
   int m_lastStep = SQLITE_OK;
 };
 
-// Reads all rows: whether the first column of one of them is the id, which is said in the caller's words around it.
-// Rows behind the match are only stepped through.
+// Reads all rows: whether the first column of one of them is the id. A match is logged with the caller's texts around
+// the id; rows behind it are only stepped through.
 template <typename Cycle>
 bool HasRowOf(Cycle& cycle, const std::string& id, const char* before, const char* behind,
               const LogOrigin& origin) NUV_UNANALYSED {

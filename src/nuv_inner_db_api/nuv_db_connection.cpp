@@ -22,7 +22,7 @@ void WaitForOtherWriter() {
   Pause({1, 0}, [] { return sleep(1); });
 }
 
-// A child has no connection, so none for writing: it can be switched to writing at once, whatever its parent had open.
+// A child has no connection. It notes read-only, so that a switch to read-write opens one whatever the parent had open.
 void ForgetMode() NUV_UNANALYSED {
   g_db_type = kReadOnly;
 }

@@ -35,7 +35,7 @@ int ReadCount(int& total, const LogOrigin& origin) {
   return cycle.Result(counted, origin);
 }
 
-// The number of applications. 0 of them, or fewer, is said in the log.
+// Counts the applications; logs a number below 1.
 int CountApps(int* count, const LogOrigin& origin = Here()) {
   int total = 0;
   const int result = ReadCount(total, origin);
@@ -91,7 +91,7 @@ int nuv_inner_get_all_app_list(_APPSINFO_T** list, int* count) try {
   const CNUVClientAutoLock lock(g_inner_Mute);
   const int counted = CountApps(count);
   if (counted != 0 || *count == 0) return counted;
-  *list = nullptr;  // what the caller had there is not to be given back after a failure
+  *list = nullptr;  // so that a failure leaves no stale pointer for the caller to free
   std::unique_ptr<_APPSINFO_T[]> apps(new _APPSINFO_T[static_cast<size_t>(*count)]);
   const int filled = FillList(apps.get(), *count);
   if (filled != 0) {

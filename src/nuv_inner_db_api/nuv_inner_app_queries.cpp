@@ -132,8 +132,9 @@ int nuv_inner_get_app_info_by_kelvoid(const std::string& kelvo_id, _APPSINFO_T& 
 }
 
 int nuv_inner_get_app_info_by_runtitle(const std::string& run_title, _APPSINFO_T& info, bool installed_only) try {
-  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};  // no kelvo id is asked for; known so
-  if (!MayRun(lookup)) return -1;  // takes no mutex, unlike its neighbours: so it is promised
+  // The log's name for this lookup; no kelvo id is involved.
+  const Lookup lookup = {"get app info by kelvo runtitle", run_title, Here()};
+  if (!MayRun(lookup)) return -1;  // takes no mutex, unlike its neighbours: callers rely on that
   InnerStatement statement = FullRow();
   statement.Add(" where run_title = ?", run_title);
   if (installed_only) {

@@ -23,7 +23,7 @@ constexpr TextField kTextFields[] = {
     {APPSINFO_UPDATE_IS_LOCK, " set is_lock = ? "},         {APPSINFO_UPDATE_RUN_TITLE, " set run_title = ? "},
 };
 
-// Appends what is set, with its values. False where the key takes no value or is unknown.
+// Appends the assignment and its values. False where the key takes no value or is unknown.
 bool AddField(InnerStatement& statement, APPSINFO_UPDATE_KEY_e key, const std::string& value) {
   if (key == APPSINFO_UPDATE_AIT_IDS) {
     const std::string ids = UpToZero(value);
@@ -59,11 +59,11 @@ int Write(const InnerStatement& statement, const LogOrigin& origin = Here()) {
 
 constexpr const char* kWriteValueName = "nuv_db_update_app_by_key_value";
 
-// Whether a value is written in whatever mode the connection is, or has it switched to writing first.
+// Whether a value is written in the connection's present mode, or after a switch to read-write.
 enum class Mode { kAsItIs, kReadWrite };
 
-// What nuv_db_update_app_by_key_value() does, which the lines are logged as. The mode is settled in the turn of the
-// change: while the mutex was waited for, another thread may have switched the connection back.
+// Does what nuv_db_update_app_by_key_value() does, and logs under its name. The mode is settled in the same turn as the
+// change, because another thread may switch the connection back while this one waits for the mutex.
 int WriteValue(const std::string& app_id, APPSINFO_UPDATE_KEY_e key, const std::string& value, Mode mode) try {
   const LogOrigin origin = Here(kWriteValueName);
   NUV_INFO_FROM(origin, "Start");

@@ -32,14 +32,14 @@ struct ExtraDatum {
   const char* value;
 };
 
-// The platform's default operation, and the data in their order. The platform leaves a null out.
+// Sets the platform's default operation and adds the data in their order. The platform leaves out a null value.
 template <size_t Count>
 void AddFixed(const AppControl& request, const ExtraDatum (&fixed)[Count]) {
   app_control_set_operation(request.get(), APP_CONTROL_OPERATION_DEFAULT);
   for (const ExtraDatum& datum : fixed) app_control_add_extra_data(request.get(), datum.key, datum.value);
 }
 
-// The request is gone before the success is told, and after a failure is.
+// The request is destroyed before a success is logged, but after a failure is logged.
 bool SendToCommonUi(AppControl request) {
   app_control_set_app_id(request.get(), kCommonUi);
   if (app_control_send_launch_request(request.get(), nullptr, nullptr) != 0) {

@@ -22,8 +22,8 @@ Gate& TheGate() {
   return *processGate;
 }
 
-// Those of the calling thread, which may exit in one of them, or end in one without the stack being unwound. exit()
-// ends what is the thread's own before it closes the gate.
+// The calling thread's passages. The thread may call exit() in a callback, or end in one without unwinding its stack.
+// Either destroys its thread-local objects, exit() before it closes the gate.
 struct OwnPassing {
   OwnPassing() = default;
   ~OwnPassing() {

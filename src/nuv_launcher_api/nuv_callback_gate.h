@@ -16,9 +16,9 @@ class CallbackPassage {
   bool m_open;
 };
 
-// Closes the gate for good when it is destroyed, which exit() does. A static object that is made in the first call of
-// the library goes before everything that the host made before that call. It waits a quarter of a second at most for
-// the callbacks that run, so that one which has just passed the gate does not enter behind its back.
+// Closes the gate for good when it is destroyed, which exit() does. A static object that is made in the library's first
+// call is destroyed before everything that the host made earlier. It waits at most a quarter of a second for the
+// callbacks that run, because a thread that has just passed the gate may not have entered its callback yet.
 class GateClosedAtExit {
  public:
   GateClosedAtExit() = default;

@@ -10,9 +10,9 @@
 
 #include "nuv_launcher_api/nuv_callback_gate.h"
 
-// Calls a callback of the given type, unless it is null or the process exits. What it throws ends here, in the log;
-// only the unwinding of a thread that ends goes on. A failed launch calls a callback of the other shape with the
-// arguments of this one, which is the contract, and which a sanitizer would not let pass.
+// Calls a callback of the given type, unless it is null or the process exits. An exception that it throws is caught and
+// logged; only the unwinding of a thread that ends passes. By contract a failed launch calls a callback of the other
+// shape with the arguments of this one, which a sanitizer would report.
 template <typename Callback, typename... Arguments>
 #ifdef __clang__
 __attribute__((no_sanitize("function")))

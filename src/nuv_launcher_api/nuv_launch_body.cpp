@@ -56,7 +56,8 @@ int nuv_launch_app_internal_(const char* appId, const char* payload, const char*
     TakeCpuPriorityBack(tid);
     return -1;
   }
-  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);  // nothing is looked up; known so
+  // Nothing is looked up; readers of the log know the line.
+  NUV_INFO(NUV_YELLOW "get app info for app id [%s] success." NUV_PLAIN, appId);
   _NUV_LAUNCHER_DATA data = MakeRecord(appId, payload, callerId, options);
   data.callback = callback;
   data.userData = userData;

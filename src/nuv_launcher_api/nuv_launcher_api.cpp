@@ -101,7 +101,7 @@ int nuv_terminate_app_by_runtitle(const char* runtitle) {
 int nuv_send_appexec_kpi(int log_type, const char* app_id, const char* caller_id, int preload_type, const char* pt) {
   const CpuInheritance inheritance;
   nuv_app_info_s info = {};
-  // A busy database counts as an application without a name.
+  // Where the database stays busy (-2), the event is reported with an empty id.
   if (app_id == nullptr || m_nuv_get_app_info(app_id, &info) == -1) {
     NUV_ERROR(NUV_RED "Fail to get app info by [%s]." NUV_PLAIN, app_id == nullptr ? "NULL" : app_id);
     return -1;

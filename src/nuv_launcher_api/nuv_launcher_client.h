@@ -17,12 +17,13 @@ CNUVGdbus* get_launcher_proxy();
 // The launcher link, usable; null when it is not. Blocks as CNUVGdbus::GetProxy() does.
 CNUVGdbus* UsableLauncherProxy();
 
-// The same for calls, by the two ways in which functions say that it is not usable.
+// The launcher link for AskService(), with the two log lines in which callers report that it is not usable.
 inline constexpr ServiceLink kLauncherService = {UsableLauncherProxy, "get_launcher_proxy() error"};
 inline constexpr ServiceLink kLauncherServiceInRed = {UsableLauncherProxy,
                                                       NUV_RED "get_launcher_proxy() error." NUV_PLAIN};
 
-// Logs for the caller how a call went that ends applications, under the given name, and turns it into its result.
+// Logs for the caller, under the given name, how a call that terminates applications went, and returns the caller's
+// result.
 int ReportTerminate(const ServiceReply& answer, const char* name, const LogOrigin& origin = Here());
 
 // Sends one launch to the service and keeps its callback for the result: 0 when the service accepted it, -1 when not. A

@@ -18,7 +18,7 @@ constexpr const char* kSystemBus = R"(
 <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/></policy>
 )";
 
-// Users that there are everywhere: a bus knows only those of the system. "bin", "daemon" and "nobody".
+// "bin", "daemon" and "nobody", which every system has: a bus knows only the system's users.
 constexpr uid_t kServiceUser = 2;
 constexpr uid_t kUser = 1;
 constexpr uid_t kOtherUser = 65534;

@@ -10,7 +10,7 @@
 #include "app_database.h"
 #include "process.h"
 
-// Holds an exclusive lock from a second process until the result is gone.
+// Holds an exclusive lock from a second process until the result is destroyed.
 inline std::unique_ptr<Process> LockedDatabase(AppDatabase& database, const std::string& directory) {
   database.Close();
   auto locker =

@@ -23,7 +23,8 @@ bool NeedsEmulator(const char* path) {
   return whole && memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_machine == EM_ARM;
 }
 
-// Only a real link to the program says where it is: what is below /proc/self belongs to the emulator later on.
+// Resolves /proc/self/exe here, where it names the emulated program: once the emulator is started, it names the
+// emulator.
 std::string Resolve(const char* path) {
   char real[PATH_MAX] = {};
   return strcmp(path, "/proc/self/exe") == 0 && readlink(path, real, sizeof real - 1) > 0 ? real : path;

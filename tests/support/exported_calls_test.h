@@ -36,8 +36,8 @@ inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
   return out;
 }
 
-// Whether each lending of the CPU priority, and each trace, was ended. One lending is not where an exception has left a
-// launch.
+// Whether each lending of the CPU priority, and each trace, was ended. Where an exception has left a launch, one
+// lending may last.
 inline bool Balanced(const std::vector<std::string>& effects, bool exception) {
   int lent = 0;
   int traces = 0;
@@ -52,7 +52,7 @@ inline bool Balanced(const std::vector<std::string>& effects, bool exception) {
 
 class ExportedCallsTest : public ::testing::Test {
  protected:
-  // As before the first query of the process.
+  // Puts both sides into their state before the process's first query.
   static void CloseDatabases() {
     EXPECT_EQ(SQLITE_OK, sqlite3_close(g_pConnection));
     EXPECT_EQ(SQLITE_OK, sqlite3_close(g_pConnection_Inner));
@@ -61,7 +61,7 @@ class ExportedCallsTest : public ::testing::Test {
     g_db_type = kReadWrite;
   }
 
-  // Makes the call; disturbed(body) runs the body, which is no more than that.
+  // Makes the call through disturbed(body): the body is the call and nothing else.
   template <typename Disturbed>
   Outcome Run(const ExportedCall& call, Disturbed disturbed) {
     world_.Renew();
@@ -103,7 +103,7 @@ class ExportedCallsTest : public ::testing::Test {
     return *outcome.result == call.results.failure || *outcome.result == call.results.other_failure;
   }
 
-  // What a call left, its database connections aside where they are to be opened by each call.
+  // What a call left behind. Where each call is to open the databases anew, their connections do not count.
   std::vector<std::string> Left(const LeftBehind& before) {
     EXPECT_EQ(0, sqlite_faults::LiveStatements());
     EXPECT_TRUE(Balanced(fake_platform::Effects(), exception_));

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Longer than what a string keeps in itself.
+// Longer than the buffer inside a std::string.
 const std::string kId = "org.kelvo.application.number.one";
 const std::string kAndroidId = "org.kelvo.application.number.two";
 const std::string kThirdId = "org.kelvo.application.number.three";
@@ -38,7 +38,7 @@ constexpr nuv_app_filter_s kAnyApp = {NUV_APP_FILTER_ANY, 0, NUV_APP_FILTER_ANY}
 constexpr nuv_app_filter_s kTypedApp = {NUV_APP_FILTER_ANY, 2, NUV_APP_FILTER_ANY};
 constexpr aul_app_info kVisible = {1, NUV_AUL_STATUS_VISIBLE, "kelvo.application.number.one"};
 
-// A result of no function: where all is well, but what was handed out is not.
+// No function returns this: it stands for a call that succeeded but handed out something else than it should.
 constexpr int kOther = 99;
 
 void OpenForWriting(RecordingService& /*service*/) {
@@ -97,7 +97,7 @@ constexpr auto kFree = Named::kNone;
 constexpr auto kLaunches = Named::kLaunches;
 constexpr auto kInner = Named::kInner;
 
-// A request that goes the same way as another one above it, and one that has a way of its own.
+// Asks(): the request takes the same way through the library as another one above it. AsksAnew(): it takes its own.
 constexpr Request Asks(const char* method) {
   return {method, false};
 }

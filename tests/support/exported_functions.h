@@ -25,7 +25,7 @@ struct Arguments {
   Arguments(const Arguments&) = delete;
   Arguments& operator=(const Arguments&) = delete;
 
-  // Whatever an application is looked up by.
+  // Sets everything by which an application is looked up.
   void SetKey(const std::string& key) { id = taken = run_title = quoted_id = key; }
 
   bool HandedOutNoBlock() const {
@@ -42,14 +42,14 @@ struct Arguments {
   nuv_launch_result_cb on_result = nullptr;
   void* user_data = nullptr;
 
-  // Taken away, or perhaps changed.
+  // What a call takes over, or may change.
   std::string taken;  // an id
   std::array<std::string, 3> pairs_text;
   Launch_Opinion opinion = {};
   _NUV_LAUNCHER_DATA launch = {};
   fake_platform::AppControlHandle request;
 
-  // Handed out.
+  // What a call hands out.
   nuv_app_info_s info = {};
   _APPS_INNER_INFO_T inner;
   _APPSINFO_T record;
@@ -73,7 +73,7 @@ void AnswerChangesWith(RecordingService& service, const std::string& reply);
 
 enum class Named { kNone, kLaunches, kInner };
 
-// What a call has to do with.
+// What a call needs.
 enum Needs : unsigned {
   kNothing = 0,
   kReadSide = 1,
@@ -98,7 +98,7 @@ struct Results {
 
 struct ExportedCall {
   const char* function;
-  const char* what;  // which of the function's calls, of which the first is the plain one; empty where it has one
+  const char* what;  // which of several calls of the function, the first being the plain one; empty: the only one
   Named mutex;
   unsigned needs;
   int (*call)(Arguments& arguments);
@@ -117,7 +117,7 @@ struct ExportedCall {
   bool Throws() const { return results.throws || (IsLaunch() && mutex == Named::kLaunches); }
 };
 std::string NameOf(const ExportedCall& call);
-// Makes it with arguments of its own.
+// Makes the call with new arguments.
 int Call(const ExportedCall& call);
 
 const std::vector<ExportedCall>& ExportedCalls();
@@ -128,5 +128,5 @@ const ExportedCall& CallOf(const std::string& function);
 // Of each function that asks the service, the first call that does: launches only, or all others.
 std::vector<ExportedCall> AskingCalls(bool launches);
 
-// In what the table and the library's list of exported functions differ, and what the table has twice.
+// The differences between the table and the library's list of exported functions, and what the table has twice.
 std::vector<std::string> TableMistakes();

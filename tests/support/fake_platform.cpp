@@ -47,8 +47,8 @@ State& Get() {
   return state;
 }
 
-// A child that is forked while another thread logs finds the state free. Registered before the library's own handlers,
-// so that it is locked after what they wait for: logging happens under that.
+// A child that is forked while another thread logs finds the state unlocked. Registered before the library's own
+// handlers, so that fork() takes the library's locks first, as a thread does that logs under them.
 __attribute__((constructor(101))) void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }

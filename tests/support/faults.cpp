@@ -123,8 +123,8 @@ void PrintTo(const BusCall& call, std::ostream* out) {
 
 extern "C" {
 
-// A sanitizer that is linked into the program has its own, which the next one behind the program's is not: a thread
-// that it does not hear of has no name in its reports.
+// A sanitizer that is linked into the program has its own pthread_create(), which RTLD_NEXT does not find. It has to be
+// called: a thread that the sanitizer does not know of has no name in its reports.
 __attribute__((weak)) decltype(pthread_create) __interceptor_pthread_create;
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* data) {

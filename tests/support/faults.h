@@ -20,7 +20,7 @@ extern void (*before_registration)(GDBusConnection*);  // called before an objec
 extern void (*before_unowning)();                      // called before a name is given up; null: nothing
 extern void (*before_join)();                          // called before a thread is waited for; null: nothing
 extern void (*at_start_of_thread)();                   // called by each new thread; null: nothing
-extern const char* link_target;         // what readlink() finds, as much as there is room for; null: what there is
+extern const char* link_target;         // what readlink() finds, cut to its buffer; null: the real target
 extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 
 // The waits for a condition so far that had a limit, and that limit as it was asked for. Noted as they begin.

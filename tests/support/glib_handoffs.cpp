@@ -18,7 +18,7 @@ Function* Real(Function*& slot, const char* name) {
 
 }  // namespace
 
-// What was done before the lock was released is seen by who gets it next.
+// Whoever takes a lock sees what was done before it was released.
 #define NUV_TAKES(name, Lock)        \
   extern "C" void name(Lock* lock) { \
     static void (*real)(Lock*);      \
@@ -57,9 +57,9 @@ extern "C" void g_cond_wait(GCond* condition, GMutex* mutex) {
   __tsan_acquire(mutex);
 }
 
-// A context is locked when a source is attached and while it is run: what was done before a source was attached is seen
-// by its callback, and what was done before a loop ended by who ran it. The callbacks of idle and timeout sources,
-// which take one argument, are run through a Handoff for that.
+// GLib locks a context while it attaches a source and while it runs the context: the source's callback sees what was
+// done before the source was attached, and whoever ran a loop sees what was done before the loop ended. The callbacks
+// of idle and timeout sources, which take one argument, are run through a Handoff for that.
 namespace {
 
 class Handoff {

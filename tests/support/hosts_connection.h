@@ -7,8 +7,8 @@
 
 #include "process.h"
 
-// A host's own reference to the shared connection: that the link has given back its own shows in their number, and the
-// connection does not end where GLib's worker, which refers to it for each message, happens to be the last.
+// A host's own reference to the shared connection. The number of references shows whether the link has released its
+// own. GLib's worker thread takes a reference for each message; with the host's, its release is never the last one.
 class HostsConnection {
  public:
   HostsConnection() : connection_(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr)) {

@@ -77,7 +77,7 @@ inline bool TurnIsFree() {
   return free;
 }
 
-// Whether the calling thread, which is in a function that has taken the turn, still has it where that function ends.
+// Whether the calling thread, in a function that has taken the turn, would still hold the turn after that function.
 inline bool TurnGoesOn() {
   pthread_mutex_t& turn = innerSide.turn;
   if (pthread_mutex_unlock(&turn) != 0) return false;

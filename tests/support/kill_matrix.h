@@ -88,7 +88,7 @@ class KillMatrixTest : public CatalogueLaunchTest, public ::testing::WithParamIn
     if (ServiceDies()) mortal_->KillAndWait();
     if (BusDies()) bus_.Kill();
   }
-  // Whatever the plan has ended already is ended for good, and comes back.
+  // Waits until the plan is carried out, kills what it has left alive, and starts again what died.
   void Revive() {
     if (GetParam().place.stage != nullptr && At() != Boundary::kBeforeTheResult) {
       ASSERT_TRUE(WaitUntil([&] { return access(PlanPath().c_str(), F_OK) != 0; })) << "the plan was not carried out";
@@ -126,7 +126,7 @@ class KillMatrixTest : public CatalogueLaunchTest, public ::testing::WithParamIn
     ASSERT_TRUE(WaitUntil([&] { return record.heard == 1; })) << Ending(record);
   }
 
-  // What a record has come to; a result that is still on its way has to arrive.
+  // Checks what became of a launch, and waits for a result that is still on its way.
   static void Judge(const LaunchRecord& record, const Outcomes& outcomes) {
     if (outcomes == Outcomes{kHeard}) WaitUntil([&] { return record.heard > 0; });
     EXPECT_THAT(outcomes, ::testing::Contains(Ending(record)));

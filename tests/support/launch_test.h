@@ -83,7 +83,7 @@ class LaunchTest : public ::testing::Test {
   Heard& heard_ = heard_until_exit();
 
  private:
-  // A callback may come for as long as the process runs, after the test that launched as well.
+  // Never destroyed: a callback may come as long as the process runs, even after the test that launched.
   static Heard& heard_until_exit() {
     static std::deque<Heard> of_each_test;
     return of_each_test.emplace_back();

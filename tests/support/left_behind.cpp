@@ -20,8 +20,8 @@ namespace {
 using Lines = std::vector<std::string>;
 using Named = std::map<std::string, std::string>;
 
-// The entries of a directory of numbers, each with what the function knows of it; those that vanish meanwhile, and
-// whatever the function does not want, are left out.
+// The entries of a directory whose names are numbers, each with its description. An entry without one is left out: it
+// has vanished meanwhile, or is of no interest.
 template <typename Describe>
 Named Numbered(const char* directory, Describe describe) {
   Named entries;
@@ -41,7 +41,7 @@ Named Descriptors() {
   return Numbered("/proc/self/fd", [](const std::string& path) {
     std::array<char, 512> target{};
     if (readlink(path.c_str(), target.data(), target.size() - 1) < 0) return std::string();
-    // A file that somebody removes meanwhile is the same one.
+    // A file that somebody removes meanwhile counts as the same file.
     std::string name = target.data();
     const size_t mark = name.size() - std::min(name.size(), kRemoved.size());
     if (name.compare(mark, std::string::npos, kRemoved) == 0) name.resize(mark);
@@ -57,7 +57,7 @@ Named Threads() {
   });
 }
 
-// What was closed and opened again may have another number.
+// A file that was closed and opened again may have another number.
 void AddDescriptors(const Named& before, Lines& lines) {
   std::multiset<std::string> gone;
   const Named now = Descriptors();
@@ -79,7 +79,7 @@ void AddDescriptors(const Named& before, Lines& lines) {
   }
 }
 
-// A thread may still get its name.
+// Threads are compared by their ids alone: a new thread may not have its name yet.
 void AddThreads(const Named& before, Lines& lines) {
   for (const auto& [id, name] : Threads()) {
     if (before.count(id) == 0) lines.push_back("thread " + id + " " + name);
@@ -94,7 +94,8 @@ void AddStatements(sqlite3* connection, Lines& lines) {
   }
 }
 
-// Locks and what they guard. A mutex that its holder may enter again shows only to another thread.
+// Adds the locks that are held, and the statements that they guard. A recursive mutex shows as held only to a thread
+// that does not hold it.
 void AddHeld(Lines& lines) {
   const auto take = [&lines](const char* name, pthread_mutex_t& mutex, auto look) {
     if (pthread_mutex_trylock(&mutex) != 0) {
@@ -110,7 +111,7 @@ void AddHeld(Lines& lines) {
   take("turn of the inner side", innerSide.turn, [&] { AddStatements(g_pConnection_Inner, lines); });
 }
 
-// join() may return before the kernel has taken the thread off its list, where the next look would find it.
+// Waits until the thread is off the kernel's list, where the next look would find it: join() may return before that.
 void InAThreadThatHasGone(const std::function<void()>& work) {
   std::string entry;
   std::thread([&] {

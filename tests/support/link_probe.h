@@ -7,7 +7,7 @@
 
 class LinkProbe {
  public:
-  // Whether a thread waits until whoever makes the link has made it.
+  // Whether a thread waits for another one to finish making the link.
   static bool SomebodyWaitsForIt(CNUVGdbus& link) { return IsWaitedFor(link.m_proxyMutex); }
   static LeafMutex& StateMutex(CNUVGdbus& link) { return link.m_stateMutex; }
   static std::shared_ptr<ListenerRun> CurrentRun(const CNUVGdbus& link) { return link.CurrentRun(); }

@@ -18,8 +18,8 @@ int LiveBlocks(size_t bytes);
 // The greatest number of bytes that was asked for, by malloc() or new, since it was last called.
 size_t TakeLargestRequest();
 
-// While this lives, of what the calling thread asks for, counted from 1, the nth request fails, or that one and all
-// that follow. Requests within an Undisturbed are neither counted nor failed.
+// While this lives, the calling thread's nth request for memory, counted from 1, fails, or that one and all later ones.
+// Requests within an Undisturbed are neither counted nor failed.
 class FailNth {
  public:
   enum Extent { kOnlyThat, kThatAndAllLater };
@@ -37,7 +37,7 @@ class FailNth {
 bool NextFails();
 bool NextOfSqliteFails();
 
-// Of SQLite's requests only each so many-th is counted: where another test has let every one of them fail.
+// Counts only every number-th request of SQLite, for a test of calls of which another test lets each request fail.
 void CountOfSqliteEach(long number);
 
 }  // namespace memory_faults

@@ -26,7 +26,7 @@ class NuvctlTest : public testing::Test {
 
   static constexpr char kApp[] = "org.example.player";
 
-  // nuvctl, started; and run to its end.
+  // Start() returns at once; Finish() and Run() wait for nuvctl to end.
   std::unique_ptr<Process> Start(const Arguments& arguments, const Process::Environment& extra = {}) const;
   NuvctlRun Finish(Process& nuvctl, Milliseconds limit = Milliseconds(30000)) const;
   NuvctlRun Run(const Arguments& arguments, const Process::Environment& extra = {}) const;

@@ -96,7 +96,7 @@ class RecordingService {
   std::function<void(const RecordedCall&)> on_call_;
   std::function<void(const RecordedCall&)> on_answered_;
   std::vector<RecordedCall> calls_;
-  PrivateConnection owned_;  // gone before what its filter uses
+  PrivateConnection owned_;  // destroyed before what its filter uses
   GDBusConnection* connection_ = nullptr;
 };
 

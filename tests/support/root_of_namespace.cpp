@@ -1,7 +1,6 @@
 // Linked into programs with tests that need several users or a file system of their own. Where the user is not root,
-// the program starts again as root of a user namespace, in which the subordinate users are the others. Where there are
-// none
-// (/etc/subuid, newuidmap), it goes on as it is, and these tests say what they need.
+// the program starts again as root of a user namespace, in which the subordinate users (/etc/subuid, newuidmap) are the
+// others. Where there are none, it goes on as it is, and these tests say what they need.
 #include <unistd.h>
 
 #include <climits>

@@ -32,7 +32,7 @@ Watched& Get() {
   return watched;
 }
 
-// As in the fake platform.
+// A forked child finds the state unlocked, as in fake_platform.cpp.
 __attribute__((constructor(101))) void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
@@ -52,7 +52,7 @@ void NoteExecution(sqlite3_stmt* statement) {
   sqlite3_free(text);
 }
 
-// SQLite reads the schema by calls of its own, from within a call of the library: they are not the library's.
+// To read the schema SQLite calls itself, within a call of the library: such calls do not count as the library's.
 thread_local bool within_sqlite = false;
 
 class WithinSqlite {

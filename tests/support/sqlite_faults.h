@@ -1,5 +1,5 @@
-// The library's calls of SQLite, watched and let fail. The library's connections are told from a test's own by the call
-// that opens them: sqlite3_open_v2().
+// The library's calls of SQLite, watched and let fail. The library opens its connections with sqlite3_open_v2(), by
+// which they are told from a test's own.
 #pragma once
 
 #include <sqlite3.h>

@@ -1,2 +1,3 @@
-// A program, as those that share its headers are: a library of theirs would be compiled in another way.
+// A program, because the tests that use its precompiled headers are programs: a library would have other compiler
+// options.
 int main() {}

@@ -1,5 +1,5 @@
-// Where the calls of a library that is linked with --wrap go in a program that wraps none of them
-// (cmake/NuvCoverage.cmake).
+// A library that is linked with --wrap calls these functions. They are for a program that wraps no calls itself, and do
+// what the calls do (cmake/NuvCoverage.cmake).
 #include <gio/gio.h>
 #include <stdlib.h>
 #include <string.h>

@@ -18,7 +18,7 @@ void OnResult(void*, int, const char*, int) {
 
 World::World() {
   current = this;
-  // A version that is no text in the database: SQLite makes one when it is asked for it.
+  // The version is a number in the database, so SQLite needs memory to convert it to a text.
   database_.Run("pragma writable_schema = on");
   database_.Run("update sqlite_master set sql = replace(sql, ',version text', ',version integer')");
   database_.Close();

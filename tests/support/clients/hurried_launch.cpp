@@ -1,5 +1,5 @@
-// Linked into a program of the library: the launch that it asks the service for runs out of time at once, whatever it
-// is given, which is said.
+// Linked into a program that uses the library: its "launch_app" call runs out of time at once, whatever limit the
+// library gives it. Prints that limit.
 #include <dlfcn.h>
 #include <gio/gio.h>
 

@@ -1,9 +1,8 @@
 // A Nuv service that ends itself or its bus, with SIGKILL, where it is told to: mortal_service ADDRESS PLAN. It answers
 // every method, reports a result for each launch, and comes back to a bus that comes back. Says "ready" whenever it
 // owns its names. The plan is a file of one line, and gone when it was carried out:
-//   METHOD STAGE BUS SELF    at this stage of the next call of the method, end the process BUS (0: none), itself if
-//   SELF
-// is 1. Stages: "received", "answered", "result" (has left), and "never": the result is held back, and nobody is ended.
+//   METHOD STAGE BUS SELF    at this stage of METHOD's next call, kill process BUS (0: none), and itself if SELF is 1
+// Stages: "received", "answered", "result" (has left), and "never": the result is held back, and nobody is killed.
 #include <signal.h>
 #include <unistd.h>
 

@@ -50,7 +50,7 @@ void OnNotify(const char* app, nuv_notify_event_e event, int, int result, void* 
   ActInCallback(number);
 }
 
-// A launch that failed tells it in the order of the other shape, whatever the shape.
+// A failed launch calls this with its arguments in the order of the other shape.
 void OnResult(void* data, int reserved, const char* app, int result) {
   const auto number = reserved == 903 ? t_launching : reinterpret_cast<uintptr_t>(data);
   if (reserved == 903) {

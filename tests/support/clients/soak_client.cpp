@@ -115,7 +115,7 @@ void PrintFootprint() {
   fflush(stdout);
 }
 
-// Launch and hear, and ask over both links: the next calls after whatever was before.
+// Whatever happened before, the next launch has to be heard of, and both links have to answer.
 void MakeSureAllWorks() {
   const uintptr_t launch = LaunchOne();
   if (!WaitFor([&] { return ledger->WasHeard(launch); }, kDrainLimit)) ledger->Wrong("the next launch is not heard of");
