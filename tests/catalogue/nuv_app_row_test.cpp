@@ -1,11 +1,12 @@
 // How a row of the catalogue becomes a record. Every column of the row has a value of its own.
+#include "nuv_db_api/nuv_app_row.h"
+
 #include <cstddef>
 #include <cstring>
 
 #include "database_test.h"
 #include "distinct_row.h"
 #include "nuv_db_api/nuv_app_columns.h"
-#include "nuv_db_api/nuv_app_row.h"
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_db_common/nuv_statement.h"
 
