@@ -25,7 +25,9 @@ struct HeldByListener {
   HeldByListener() = default;
   ~HeldByListener() NUV_UNANALYSED {
     if (mutex != nullptr) mutex->unlock();
-    if (run != nullptr) run->ended = true;
+    if (run == nullptr) return;
+    run->ended = true;
+    run->over.set_value();
   }
   HeldByListener(const HeldByListener&) = delete;
   HeldByListener& operator=(const HeldByListener&) = delete;
@@ -164,10 +166,15 @@ bool CNUVGdbus::OfferAndServe(const std::shared_ptr<ListenerRun>& run) {
 bool CNUVGdbus::CreateListenerThread(ListenerStart* start) {
   const AllSignalsBlocked guard;
   const LeafLock lock(m_stateMutex);
+  ListenerRun& run = *start->run;
+  run.turn = m_lastOver;
+  std::shared_future<void> over = run.over.get_future().share();
+  const bool serves = run.prepared;  // else its thread ends at once, whoever has the turn
   if (pthread_create(&m_thread, nullptr, RunListenerThread, start) != 0) {
     m_thread = 0;
     return false;
   }
+  if (serves) m_lastOver = std::move(over);
   TakeListenerId();
   return true;
 }
@@ -183,8 +190,9 @@ void CNUVGdbus::TakeListenerId() {
 }
 
 // The listener holds the mutex until its thread ends. While a callback of the previous listener runs, this one waits
-// for the mutex, and what arrives waits in its context.
+// for its turn, and what arrives waits in its context.
 void CNUVGdbus::RunListener(ListenerRun& run) {
+  if (run.turn.valid()) run.turn.wait();
   m_monitorMutex.lock();
   heldByListener.mutex = &m_monitorMutex;
   const ThreadDefaultContext guard(run.context.get());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <future>
 #include <utility>
 
 #include "nuv_common/nuv_handles.h"
@@ -20,6 +21,10 @@ struct ListenerRun {
   bool prepared = false;            // the client object has been offered; else the thread has nothing to do
   bool closedSeen = false;          // "closed" of the private connection was delivered; the listener's own
   std::atomic<bool> ended = false;  // the thread serves no longer, whatever ended it
+  // Listeners serve in the order in which they were made: each waits until the one before it is over. A mutex would let
+  // a later one in first, for as long as its link lives.
+  std::promise<void> over;
+  std::shared_future<void> turn;  // the one before is over; without one, at once
 };
 
 // Ends a run whose thread could not be started: dispatches its context, so that what refers to the context is released.

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <future>
 #include <map>
 #include <memory>
 #include <string>
@@ -174,6 +175,7 @@ class CNUVGdbus {
   int32_t m_listenerId NUV_GUARDED_BY(m_stateMutex) = 0;
   std::vector<int32_t> m_listenerIds NUV_GUARDED_BY(m_stateMutex);       // of all listeners so far
   std::shared_ptr<ListenerRun> m_run NUV_GUARDED_BY(m_stateMutex);       // the current listener's
+  std::shared_future<void> m_lastOver NUV_GUARDED_BY(m_stateMutex);      // the last listener with a turn is over
   unsigned int m_generation NUV_GUARDED_BY(m_stateMutex) = 0;            // counts the connections made
   std::vector<pthread_t> m_retiredThreads NUV_GUARDED_BY(m_proxyMutex);  // of earlier connections, not yet joined
 };

@@ -68,6 +68,11 @@ class EndOfListener : public ListenerTest {
     ASSERT_TRUE(hosts_.IsLetGo());
   }
 
+  void LaunchAndSendResult() {
+    ASSERT_EQ(0, nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_));
+    service_->SendToClient(service_->Launches().back(), {900, 0});
+  }
+
   HostsConnection hosts_;
 };
 
@@ -87,6 +92,34 @@ TEST_F(EndOfListener, ThatComesToItsLoopAfterItsLinkWasGivenBackLeavesNothing) {
   EXPECT_TRUE(hosts_.IsLetGo());
   EXPECT_EQ(Lines{}, before.Now());
   EXPECT_FALSE(bus_.NameHasOwner(ClientName()));
+}
+
+// The first of three threads is held at its start, and the others find nothing that keeps them from going ahead.
+TEST_F(EndOfListener, OfEarlierOnesComesBeforeALaterOneServes) {
+  static std::atomic<pid_t> first;
+  first = 0;
+  may_go_on = false;
+  faults::at_start_of_thread = [] {
+    pid_t none = 0;
+    if (first.compare_exchange_strong(none, gettid())) {
+      ASSERT_TRUE(WaitUntil([] { return may_go_on.load(); }));
+    }
+  };
+  StartService();
+  ASSERT_EQ(1, Get());
+  ASSERT_TRUE(WaitUntil([] { return first != 0; }));
+  for (int restarts = 0; restarts < 2; ++restarts) {
+    service_.reset();
+    bus_.Restart();
+    StartService();
+    LaunchAndSendResult();
+  }
+  EXPECT_FALSE(WaitUntil([] { return LinkProbe::ListenerServes(link()); }, Milliseconds(300)));
+  EXPECT_EQ(Lines{}, heard_.Texts());
+  may_go_on = true;
+  EXPECT_TRUE(WaitUntil([] { return access(("/proc/self/task/" + std::to_string(first)).c_str(), F_OK) != 0; }));
+  EXPECT_TRUE(heard_.WaitFor(1));
+  faults::at_start_of_thread = nullptr;
 }
 
 // A source that runs behind everything else in the listener's context, and whether its loop was still meant to go on.
