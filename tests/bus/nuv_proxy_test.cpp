@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr int kShortMs = 150;  // for a call that is not answered
-
 // The one wait of a first call whose client object cannot be offered; a clock that is set back does not lengthen it.
 void ExpectAWaitOfTenSeconds() {
   const auto waits = faults::TakeConditionWaits();
