@@ -21,12 +21,14 @@ int FindOnInnerSide() {
   return nuv_inner_get_app_info_by_id("app", info, true);
 }
 
+// A thread may be ended when the list has been handed out already: it is the caller's then.
 int List() {
-  nuv_app_info_s* list = nullptr;
+  struct Handed {
+    ~Handed() { free(list); }
+    nuv_app_info_s* list = nullptr;
+  } handed;
   int count = 0;
-  const int result = nuv_get_key_list("is_lock", 0, &list, &count);
-  free(list);
-  return result;
+  return nuv_get_key_list("is_lock", 0, &handed.list, &count);
 }
 
 int Change() {
