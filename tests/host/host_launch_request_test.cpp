@@ -375,6 +375,8 @@ TEST_F(HostLaunchRequestTest, FailsWhereNoThreadCanBeStarted) {
             }));
 }
 
+// ThreadSanitizer still has the parent's threads in a forked child, and ends it where a new thread gets the id of one.
+#ifndef __SANITIZE_THREAD__
 // Nobody answers there, not even when the call is cancelled: that is given another second.
 TEST_F(HostLaunchRequestTest, AForkedChildIsNotHeldForEver) {
   Service service(Service::Answer::kPid);
@@ -388,5 +390,6 @@ TEST_F(HostLaunchRequestTest, AForkedChildIsNotHeldForEver) {
                    },
                    Milliseconds(60000)));
 }
+#endif
 
 }  // namespace
