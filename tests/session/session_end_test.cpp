@@ -18,10 +18,18 @@ TEST_F(SessionEndTest, TheSessionEndsWithItsCommand) {
 }
 
 TEST_F(SessionEndTest, WhatTheCommandLeavesInTheBackgroundEndsWithIt) {
-  const SessionRun run =
-      RunScript("sleep 1000 & setsid sleep 1000 & (trap '' HUP TERM; sleep 1000) & env -i sleep 1000 & exit 3");
+  const SessionRun run = RunScript("sleep 1000 & setsid sleep 1000 & (trap '' HUP TERM; sleep 1000) & exit 3");
   EXPECT_EQ(run.status, 3);
   EXPECT_TRUE(NothingIsLeft());
+}
+
+// Known by its descent alone.
+TEST_F(SessionEndTest, WhatClearsItsEnvironmentEndsWithTheCommand) {
+  const std::string file = files_ / "pid";
+  const std::string wait = "; while [ ! -s " + file + " ]; do sleep 0.05; done";
+  const SessionRun run = RunScript("setsid env -i sh -c 'echo $$ >" + file + "; exec sleep 1000' &" + wait.substr(1));
+  EXPECT_EQ(run.status, 0);
+  EXPECT_TRUE(WaitUntil([&] { return kill(std::stoi(ReadFile(file)), 0) != 0; }));
 }
 
 TEST_F(SessionEndTest, WhatTheCommandLeavesCanTidyUp) {

@@ -1,6 +1,7 @@
 // nuv-session: a private TV, a bus with the Nuv service on it, for the time of a command.
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -135,6 +136,9 @@ class OwnSession {
 
   int Finish(int status) {
     const bool kept = keeper_.End();
+    // What the command had left was this process's in the end.
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
     for (const std::string& text : lost_) Say(text);
     if (!kept) {
       EndWithoutKeeper(layout_);
