@@ -10,14 +10,19 @@ constexpr guint kDoNotQueue = 4;
 constexpr guint kPrimaryOwner = 1;
 constexpr int kTimeoutMs = 10000;
 
-ObjectPtr<GDBusConnection> Connect() {
+std::string FindAddress() {
   Error error;
   const StringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
   if (!address) throw NoBus("no system bus: " + error.message());
+  return address.get();
+}
+
+ObjectPtr<GDBusConnection> Connect(const std::string& address) {
+  Error error;
   constexpr auto kFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
   ObjectPtr<GDBusConnection> connection(
-      g_dbus_connection_new_for_address_sync(address.get(), kFlags, nullptr, nullptr, error.out()));
+      g_dbus_connection_new_for_address_sync(address.c_str(), kFlags, nullptr, nullptr, error.out()));
   if (!connection) throw NoBus("the system bus cannot be reached: " + error.message());
   return connection;
 }
@@ -76,7 +81,8 @@ gboolean ForwardCancelPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocati
 
 }  // namespace
 
-BusLink::BusLink(std::function<void()> lost) : lost_(std::move(lost)), connection_(Connect()) {
+BusLink::BusLink(std::function<void()> lost)
+    : lost_(std::move(lost)), address_(FindAddress()), connection_(Connect(address_)) {
   const auto closed = +[](GDBusConnection*, gboolean, GError*, gpointer self) { static_cast<BusLink*>(self)->lost_(); };
   closed_handler_ = g_signal_connect(connection_.get(), "closed", G_CALLBACK(closed), this);
 }
@@ -106,12 +112,15 @@ void BusLink::Export(Skeleton* skeleton, const char* path) {
 }
 
 // Objects first: whoever sees a name may call at once.
-void BusLink::Publish(CallHandler& handler) {
+void BusLink::Publish(CallHandler& handler, const std::string& directory) {
   Export(nuv_glue_litecorvane_server_interface_skeleton_new(), "/org/kelvo/tv/litecorvane/server");
   Export(nuv_glue_corvane_server_interface_skeleton_new(), "/org/kelvo/tv/corvane/server");
   for (const auto& skeleton : exported_) ForwardAllCalls(skeleton.get(), handler);
 
   control_ = ShareObject(nuv_glue_nuv_simulator1_skeleton_new());
+  const StringPtr valid(g_utf8_make_valid(directory.c_str(), -1));
+  nuv_glue_nuv_simulator1_set_directory(control_.get(), valid.get());
+  nuv_glue_nuv_simulator1_set_version(control_.get(), NUV_VERSION);
   Export(control_.get(), "/org/kelvo/tv/NuvSimulator");
   g_signal_connect(control_.get(), "handle-launch-request", G_CALLBACK(ForwardLaunchRequest), &handler);
   g_signal_connect(control_.get(), "handle-running-apps", G_CALLBACK(ForwardRunningApps), &handler);

@@ -46,7 +46,9 @@ class BusLink {
   // Throws BusError when somebody else owns a name of the service.
   void CheckNames() const;
   // Offers the objects, then owns the names. Throws BusError when one is taken.
-  void Publish(CallHandler& handler);
+  void Publish(CallHandler& handler, const std::string& directory);
+
+  const std::string& address() const { return address_; }  // of the bus
 
   NuvGlueNuvSimulator1* control() const { return control_.get(); }
 
@@ -56,6 +58,7 @@ class BusLink {
   void OwnName(const char* name);
 
   std::function<void()> lost_;
+  std::string address_;
   ObjectPtr<GDBusConnection> connection_;
   gulong closed_handler_ = 0;
   std::vector<ObjectPtr<GDBusInterfaceSkeleton>> exported_;

@@ -45,6 +45,8 @@ void Describe(CLI::App& app, Options& options) {
   app.add_flag("--print-ready", options.print_ready, "Print \"ready\" when the service can be called");
   app.add_option("--ready-fd", options.ready_fd, "Write \"ready\" to this open file when the service can be called")
       ->check(CLI::NonNegativeNumber);
+  app.add_flag("-q,--quiet", options.quiet,
+               "Do not say at the start where the service is; errors and warnings still come");
   app.add_flag("-v,--verbose", options.verbose, "Print a line per request, reply, result, start and stop");
   app.set_version_flag("--version", "nuv-simulator " NUV_VERSION);
 }

@@ -4,7 +4,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -15,7 +17,8 @@ constexpr int kReconnectMs = 200;
 
 // The sample that comes with the system, or the one of the source tree where it is not installed.
 Catalogue SampleCatalogue() {
-  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE);
+  std::error_code ignored;
+  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE, ignored);
   return ReadCatalogue(installed ? NUV_INSTALLED_CATALOGUE : NUV_SOURCE_CATALOGUE);
 }
 
@@ -63,9 +66,11 @@ void Server::Connect() {
   link_->CheckNames();
   // Only now is it sure that no other simulator works in the state directory; and only with everything in place may a
   // client see the names.
-  if (service_ == nullptr) PrepareService();
-  link_->Publish(*dispatcher_);
+  const bool first = service_ == nullptr;
+  if (first) PrepareService();
+  link_->Publish(*dispatcher_, files_.Path());
   journal_.Attach(link_->control());
+  if (first && !options_.quiet) TellWhere();
   TellReady();
 }
 
@@ -80,6 +85,12 @@ void Server::PrepareService() {
   dispatcher_ = std::make_unique<Dispatcher>(*service_, scenario_, journal_);
 }
 
+void Server::TellWhere() const {
+  const std::size_t count = service_->catalogue.Count();
+  Warn("on " + link_->address() + ", in " + files_.Path() + ": " + std::to_string(count) +
+       (count == 1 ? " application" : " applications") + ", PINs from " + service_->pin_gate.Sources());
+}
+
 void Server::TellReady() {
   if (options_.print_ready) {
     std::puts("ready");
@@ -87,7 +98,10 @@ void Server::TellReady() {
   }
   if (ready_fd_ < 0) return;
   const int fd = std::exchange(ready_fd_, -1);
-  if (write(fd, "ready\n", 6) != 6) Warn("--ready-fd: cannot be written");
+  errno = EIO;  // of a write that is cut short
+  const bool written = write(fd, "ready\n", 6) == 6;
+  const int error = errno;
+  if (!written) Warn("--ready-fd " + std::to_string(fd) + " cannot be written: " + std::strerror(error));
   if (fd > STDERR_FILENO) close(fd);
 }
 

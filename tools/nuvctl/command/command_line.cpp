@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "report/text.h"
+#include "service/simulator_state.h"
 
 namespace {
 
@@ -240,9 +241,21 @@ std::optional<Report> RefuseInvalidText(const std::vector<std::string>& argument
 
 }  // namespace
 
+namespace {
+
+// Where the bus or the service is gone, nobody is there to differ from.
+bool ServiceAnswers(Outcome outcome) {
+  return outcome != Outcome::kUsage && outcome != Outcome::kServiceGone && outcome != Outcome::kBusGone &&
+         outcome != Outcome::kInterrupted;
+}
+
+}  // namespace
+
 Report Command::Run() const {
   Report report = chosen->run(values);
   report.verb = named->name;
+  if (chosen->sides == Sides::kOne || !ServiceAnswers(report.outcome)) return report;
+  if (const std::string why = WhyOtherDirectory(); !why.empty()) report.warnings.push_back(why);
   return report;
 }
 

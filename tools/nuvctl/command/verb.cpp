@@ -145,7 +145,8 @@ std::optional<unsigned> Values::Milliseconds(const char* name) const {
   return Get<int>(name);
 }
 
-RegisteredVerb::RegisteredVerb(Verb verb) {
+RegisteredVerb::RegisteredVerb(Verb verb, Sides sides) {
+  verb.sides = sides;
   Registered().push_back(std::move(verb));
 }
 

@@ -76,6 +76,9 @@ class Values {
 // What belongs together in the man page.
 enum class Group { kLaunching, kRunning, kService, kCatalogue, kInner };
 
+// Whether the answer of a verb, or what it asks for, rests on the service and on the state directory.
+enum class Sides { kOne, kBoth };
+
 struct Verb {
   const char* name;
   Group group;
@@ -85,11 +88,12 @@ struct Verb {
   std::vector<const char*> one_of = {};           // arguments of which one is needed
   std::string (*check)(const Values&) = nullptr;  // says what does not go together, or nothing
   std::vector<Verb> verbs = {};                   // of which one is needed; in place of arguments
+  Sides sides = Sides::kOne;
 };
 
 // Puts a verb into the table: the one thing that a source of verbs/ is for.
 struct RegisteredVerb {
-  explicit RegisteredVerb(Verb verb);
+  explicit RegisteredVerb(Verb verb, Sides sides = Sides::kOne);
 };
 
 const std::vector<Verb>& Verbs();

@@ -124,7 +124,8 @@ const RegisteredVerb kSet(
       Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated")},
      Set,
      {},
-     CheckValue});
+     CheckValue},
+    Sides::kBoth);
 
 Report Count(const Values& values) {
   return ReportChange(values.Text("ID"), CountLaunch);
@@ -135,7 +136,8 @@ const RegisteredVerb kCount(
      Group::kInner,
      "Count one more launch of an application",
      {AppPosition("Application that was launched: its id, platform id or run title").Required()},
-     Count});
+     Count},
+    Sides::kBoth);
 
 Report Version(const Values& values) {
   return ReportChange(values.Text("ID"), [&](const std::string& id) {
@@ -148,7 +150,8 @@ const RegisteredVerb kVersion({"version",
                                Group::kInner,
                                "Have the service set an application's version",
                                {ChangedApp(), Position("VERSION", "Its new version").Required()},
-                               Version});
+                               Version},
+                              Sides::kBoth);
 
 // The library says only whether a command could be sent, and the bus takes it even where nobody is there to read it.
 Report SendCommand(const Values& values) {

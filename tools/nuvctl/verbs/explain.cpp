@@ -76,6 +76,7 @@ const RegisteredVerb kExplain({"explain",
                                Group::kCatalogue,
                                "Tell why a lookup or a launch of an application fails",
                                {AppPosition("Application to explain: its id, kelvo id or package name").Required()},
-                               ExplainApp});
+                               ExplainApp},
+                              Sides::kBoth);
 
 }  // namespace

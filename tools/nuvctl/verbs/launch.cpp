@@ -108,6 +108,7 @@ const RegisteredVerb kLaunch(
                      "--plain"}),
       WaitOption()},
      Launch,
-     {"--request", "ID", "--title"}});
+     {"--request", "ID", "--title"}},
+    Sides::kBoth);
 
 }  // namespace

@@ -62,6 +62,7 @@ const RegisteredVerb kPin({"pin",
                             Flag("--force", "Launch where the service would otherwise decline"),
                             Flag("--background", "Leave the current application in front"),
                             Flag("--deep-link", "Launch as a deep link"), WaitOption()},
-                           Pin});
+                           Pin},
+                          Sides::kBoth);
 
 }  // namespace

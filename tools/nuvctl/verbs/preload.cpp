@@ -21,6 +21,7 @@ const RegisteredVerb kPreload({"preload",
                                "Start an application without showing it",
                                {AppPosition("Application to start: its id, kelvo id or package name").Required(),
                                 PayloadOption(), WaitOption()},
-                               Preload});
+                               Preload},
+                              Sides::kBoth);
 
 }  // namespace

@@ -84,8 +84,10 @@ const RegisteredVerb kStatus({"status",
                               Group::kRunning,
                               "Tell whether an application runs",
                               {AppPosition("Application to ask about: its id, kelvo id or run title").Required()},
-                              Status});
+                              Status},
+                             Sides::kBoth);
 
-const RegisteredVerb kShowing({"showing", Group::kRunning, "Show the application that is on the screen", {}, Showing});
+const RegisteredVerb kShowing({"showing", Group::kRunning, "Show the application that is on the screen", {}, Showing},
+                              Sides::kBoth);
 
 }  // namespace

@@ -46,7 +46,8 @@ const RegisteredVerb kTerminate({"terminate",
                                   ReasonOption(),
                                   Option("--option", "N", "The service's terminate option (default 0)").Number()},
                                  Terminate,
-                                 {"ID", "--title"}});
+                                 {"ID", "--title"}},
+                                Sides::kBoth);
 
 const RegisteredVerb kTerminateAll({"terminate-all",
                                     Group::kService,
