@@ -68,6 +68,11 @@ gboolean ForwardRunningApps(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invoca
   return TRUE;
 }
 
+gboolean ForwardStandIns(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnStandIns(invocation);
+  return TRUE;
+}
+
 gboolean ForwardEnterPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, const char* pin,
                          gpointer handler) {
   static_cast<CallHandler*>(handler)->OnEnterPin(invocation, question, pin);
@@ -112,18 +117,20 @@ void BusLink::Export(Skeleton* skeleton, const char* path) {
 }
 
 // Objects first: whoever sees a name may call at once.
-void BusLink::Publish(CallHandler& handler, const std::string& directory) {
+void BusLink::Publish(CallHandler& handler, const About& about) {
   Export(nuv_glue_litecorvane_server_interface_skeleton_new(), "/org/kelvo/tv/litecorvane/server");
   Export(nuv_glue_corvane_server_interface_skeleton_new(), "/org/kelvo/tv/corvane/server");
   for (const auto& skeleton : exported_) ForwardAllCalls(skeleton.get(), handler);
 
   control_ = ShareObject(nuv_glue_nuv_simulator1_skeleton_new());
-  const StringPtr valid(g_utf8_make_valid(directory.c_str(), -1));
+  const StringPtr valid(g_utf8_make_valid(about.directory.c_str(), -1));
   nuv_glue_nuv_simulator1_set_directory(control_.get(), valid.get());
   nuv_glue_nuv_simulator1_set_version(control_.get(), NUV_VERSION);
+  nuv_glue_nuv_simulator1_set_has_stand_ins(control_.get(), about.has_stand_ins ? TRUE : FALSE);
   Export(control_.get(), "/org/kelvo/tv/NuvSimulator");
   g_signal_connect(control_.get(), "handle-launch-request", G_CALLBACK(ForwardLaunchRequest), &handler);
   g_signal_connect(control_.get(), "handle-running-apps", G_CALLBACK(ForwardRunningApps), &handler);
+  g_signal_connect(control_.get(), "handle-stand-ins", G_CALLBACK(ForwardStandIns), &handler);
   g_signal_connect(control_.get(), "handle-enter-pin", G_CALLBACK(ForwardEnterPin), &handler);
   g_signal_connect(control_.get(), "handle-cancel-pin", G_CALLBACK(ForwardCancelPin), &handler);
   for (const char* name : kNames) OwnName(name);

@@ -41,6 +41,9 @@ void Describe(CLI::App& app, Options& options) {
          "--pin-answer", [&options](const std::string& name) { options.pin_answer = ParsePinAnswer(name); },
          "Answer for the user when the PIN is asked for")
       ->check(CLI::IsMember(PinAnswerNames()));
+  app.add_flag_function(
+      "--no-stand-ins", [&options](std::int64_t) { options.stand_ins = false; },
+      "Fail the launch of an application that has no program");
   app.add_flag("--reconnect", options.reconnect, "Wait for the bus instead of ending without it");
   app.add_flag("--print-ready", options.print_ready, "Print \"ready\" when the service can be called");
   app.add_option("--ready-fd", options.ready_fd, "Write \"ready\" to this open file when the service can be called")

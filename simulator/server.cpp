@@ -68,7 +68,7 @@ void Server::Connect() {
   // client see the names.
   const bool first = service_ == nullptr;
   if (first) PrepareService();
-  link_->Publish(*dispatcher_, files_.Path());
+  link_->Publish(*dispatcher_, {files_.Path(), options_.stand_ins});
   journal_.Attach(link_->control());
   if (first && !options_.quiet) TellWhere();
   TellReady();
@@ -78,11 +78,27 @@ void Server::PrepareService() {
   auto service = std::make_unique<Service>(options_, files_, scenario_, journal_);
   if (seed_) {
     service->catalogue.Load(*seed_);
+    TellMissingPrograms(*seed_);
   } else if (service->catalogue.was_empty()) {
     service->catalogue.Load(SampleCatalogue());
   }
   service_ = std::move(service);
   dispatcher_ = std::make_unique<Dispatcher>(*service_, scenario_, journal_);
+}
+
+// Of a path that the catalogue gives: the sample, and an application without one, have a stand-in on purpose.
+void Server::TellMissingPrograms(const Catalogue& catalogue) const {
+  std::size_t missing = 0;
+  for (const Catalogue::App& app : catalogue.apps) {
+    const std::string id = TextOf(app, "id");
+    const std::string path = TextOf(app, "install_path");
+    if (path.empty() || !FindProgram(path, id).empty()) continue;
+    ++missing;
+    journal_.Note("missing " + id + " has no program in " + path);
+  }
+  if (missing == 0) return;
+  Warn(options_.seed + ": " + std::to_string(missing) + (missing == 1 ? " application has" : " applications have") +
+       " no program in the install_path" + (options_.verbose ? "" : "; --verbose names them"));
 }
 
 void Server::TellWhere() const {

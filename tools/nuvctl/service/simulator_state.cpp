@@ -11,13 +11,14 @@ namespace {
 
 constexpr unsigned kLimitMs = 1000;
 
-VariantOwner AskForProperties() {
+VariantOwner Call(const char* interface, const char* method, GVariant* arguments, const char* reply_type) {
+  const VariantOwner owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
   const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
   if (bus == nullptr) return nullptr;
-  return VariantOwner(
-      g_dbus_connection_call_sync(bus.get(), kSimulatorName, kSimulatorPath, "org.freedesktop.DBus.Properties",
-                                  "GetAll", g_variant_new("(s)", kSimulatorInterface), G_VARIANT_TYPE("(a{sv})"),
-                                  G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kLimitMs), nullptr, nullptr));
+  const VariantOwner reply(g_dbus_connection_call_sync(
+      bus.get(), kSimulatorName, kSimulatorPath, interface, method, owned.get(), G_VARIANT_TYPE(reply_type),
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kLimitMs), nullptr, nullptr));
+  return VariantOwner(reply == nullptr ? nullptr : g_variant_get_child_value(reply.get(), 0));
 }
 
 // One directory may have several paths.
@@ -31,13 +32,26 @@ bool SameDirectory(const std::string& one, const std::string& other) {
 }  // namespace
 
 std::optional<SimulatorState> AskSimulator() {
-  const VariantOwner answer = AskForProperties();
-  if (answer == nullptr) return std::nullopt;
-  const VariantOwner properties(g_variant_get_child_value(answer.get(), 0));
+  const VariantOwner properties =
+      Call("org.freedesktop.DBus.Properties", "GetAll", g_variant_new("(s)", kSimulatorInterface), "(a{sv})");
+  if (properties == nullptr) return std::nullopt;
   SimulatorState state;
   const char* directory = nullptr;
   if (g_variant_lookup(properties.get(), "Directory", "&s", &directory) != FALSE) state.directory = directory;
+  gboolean has_stand_ins = TRUE;
+  g_variant_lookup(properties.get(), "HasStandIns", "b", &has_stand_ins);
+  state.has_stand_ins = has_stand_ins != FALSE;
   return state;
+}
+
+std::optional<bool> IsStandIn(const std::string& app_id) {
+  const VariantOwner apps = Call(kSimulatorInterface, "StandIns", nullptr, "(as)");
+  if (apps == nullptr) return std::nullopt;
+  for (gsize i = 0; i < g_variant_n_children(apps.get()); ++i) {
+    const VariantOwner app(g_variant_get_child_value(apps.get(), i));
+    if (app_id == g_variant_get_string(app.get(), nullptr)) return true;
+  }
+  return false;
 }
 
 std::string WhyOtherDirectory() {

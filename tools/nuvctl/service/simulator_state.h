@@ -5,11 +5,15 @@
 #include <string>
 
 struct SimulatorState {
-  std::string directory;  // that it works in; empty where it does not say
+  std::string directory;      // that it works in; empty where it does not say
+  bool has_stand_ins = true;  // for applications without a program
 };
 
 // Nothing where the service does not run, or is none that says so, such as a TV's. Waits a moment only.
 std::optional<SimulatorState> AskSimulator();
+
+// Whether the running application is a stand-in that does nothing; nothing where the service does not say.
+std::optional<bool> IsStandIn(const std::string& app_id);
 
 // Why what this program reads is not what the service writes; empty where both work in one directory, or where the
 // service does not tell.

@@ -10,6 +10,7 @@
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
+#include "service/simulator_state.h"
 
 namespace {
 
@@ -31,6 +32,13 @@ std::string InWords(int state, int app_type) {
   return state != 0 ? "running" : "stopped";
 }
 
+// What runs in place of an application that has no program on this machine does nothing.
+void MarkStandIn(const std::string& app_id, bool running, Report& report) {
+  const std::optional<bool> stand_in = running ? IsStandIn(app_id) : std::nullopt;
+  report.details["stand_in"] = stand_in ? Value(*stand_in) : Value();
+  if (stand_in.value_or(false)) report.text += " (stand-in)";
+}
+
 Report AskForStatus(const std::string& app_id, const _APPSINFO_T& record) {
   int state = 0;
   if (nuv_get_app_status(app_id.c_str(), &state) != 0) return ReportOf(DiagnoseFailure());
@@ -38,6 +46,7 @@ Report AskForStatus(const std::string& app_id, const _APPSINFO_T& record) {
   report.text = InWords(state, record.app_type);
   report.details["state"] = state;
   if (record.app_type != kAndroidApp) report.details["running"] = state != 0;
+  MarkStandIn(record.id, state != 0, report);
   return report;
 }
 
@@ -64,7 +73,7 @@ Report Status(const Values& values) {
   const int lookup = nuv_inner_get_app_info_by_id(app_id, record, true);
   const Report answer = lookup == 0 ? AskForStatus(app_id, record) : NotKnown(lookup, app_id);
   Report report = answer;
-  report.details = {{"app", app_id}, {"state", nullptr}, {"running", nullptr}};
+  report.details = {{"app", app_id}, {"state", nullptr}, {"running", nullptr}, {"stand_in", nullptr}};
   report.details.Update(answer.details);
   return report;
 }
@@ -73,10 +82,11 @@ Report Showing(const Values&) {
   char* text = nullptr;
   if (nuv_get_current_showing_app(&text) != 0) throw std::bad_alloc();
   const std::unique_ptr<char, Free> app_id(text);
-  if (*app_id == '\0') return ReportOf(WhyNothingShows(), {{"app", nullptr}});
+  if (*app_id == '\0') return ReportOf(WhyNothingShows(), {{"app", nullptr}, {"stand_in", nullptr}});
   Report report;
   report.text = Printable(app_id.get());
   report.details["app"] = app_id.get();
+  MarkStandIn(app_id.get(), true, report);
   return report;
 }
 
