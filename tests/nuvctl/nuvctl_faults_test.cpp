@@ -76,7 +76,7 @@ TEST_F(NuvctlFaults, ABusThatDoesNotAnswerDoesNotHoldUpTheDeadline) {
 // The library gives the service 15 seconds for the request.
 TEST_F(NuvctlFaults, ARequestThatRunsOutOfTimeIsATimeout) {
   StartSimulator(kDoesNotAnswer);
-  const NuvctlRun run = Run({"launch", kApp, "--json"});
+  const NuvctlRun run = Run({"launch", kApp, "--no-wait", "--json"});
   EXPECT_EQ(run.status, 4);
   EXPECT_EQ(run.Json()["name"], "NUV_LAUNCH_STATUS_TIMED_OUT");
 }
@@ -202,6 +202,7 @@ class NuvctlWithBrokenActivation : public NuvctlTest {
 TEST_F(NuvctlWithBrokenActivation, TheRequestFailed) {
   StartBus();
   const NuvctlRun run = Run({"launch", kApp, "--wait", "20"});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service does not run and could not be started\n");
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(run.errors, StartsWith("nuvctl: service gone: the service does not run and could not be started "
+                                     "(org.freedesktop.DBus.Error.Spawn.ChildExited: "));
 }

@@ -87,7 +87,9 @@ TEST_F(NuvctlStatus, AServiceThatDoesNotTellOfAnAndroidApplicationIsAFailure) {
   StartHost(kCatalogue, R"([{"method": "get_android_app_status", "answer": "error"}])");
   const NuvctlRun run = Run({"status", "org.example.android"});
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request\n");
+  EXPECT_EQ(run.errors,
+            "nuvctl: failed: the service did not carry out the request "
+            "(org.freedesktop.DBus.Error.Failed: The scenario says so)\n");
   EXPECT_EQ(Run({"status", "org.example.android", "--json"}).Json()["state"], nullptr);
 }
 

@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "command/command_line.h"
+#include "command/guard.h"
 #include "report/text.h"
 
 namespace {
@@ -40,12 +41,15 @@ int WithOutputWritten(int status) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  int status = 0;
   try {
-    return WithOutputWritten(Run(argc, argv));
+    status = WithOutputWritten(Run(argc, argv));
   } catch (const std::exception& error) {
     Report report;
     report.outcome = Outcome::kFailed;
     report.error = Printable(error.what());
-    return Print(report, AsksForJson(argc, argv));
+    status = Print(report, AsksForJson(argc, argv));
   }
+  if (WorkIsAbandoned()) std::_Exit(status);
+  return status;
 }

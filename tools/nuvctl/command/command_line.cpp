@@ -8,6 +8,7 @@
 #include <deque>
 #include <limits>
 
+#include "command/guard.h"
 #include "report/text.h"
 #include "service/simulator_state.h"
 
@@ -249,13 +250,19 @@ bool ServiceAnswers(Outcome outcome) {
          outcome != Outcome::kInterrupted;
 }
 
+Report RunVerb(const Verb& verb, const Values& values) {
+  Report report = verb.run(values);
+  if (verb.sides == Sides::kOne || !ServiceAnswers(report.outcome)) return report;
+  if (const std::string why = WhyOtherDirectory(); !why.empty()) report.warnings.push_back(why);
+  return report;
+}
+
 }  // namespace
 
 Report Command::Run() const {
-  Report report = chosen->run(values);
+  // The work has its own copy of all that it needs: it may go on when nobody waits for it any more.
+  Report report = RunGuarded([verb = chosen, given = values] { return RunVerb(*verb, given); });
   report.verb = named->name;
-  if (chosen->sides == Sides::kOne || !ServiceAnswers(report.outcome)) return report;
-  if (const std::string why = WhyOtherDirectory(); !why.empty()) report.warnings.push_back(why);
   return report;
 }
 

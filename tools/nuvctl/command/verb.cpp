@@ -97,6 +97,10 @@ Argument TitleOption() {
   return Option("--title", "RUNTITLE", "Name the application by its run title instead").From(Live::kRunTitles);
 }
 
+Argument TimeoutOption() {
+  return Option("--timeout", "SECONDS", "Give the service so long to answer (default: the library's limit)").Seconds();
+}
+
 const std::vector<Argument>& CommonFlags() {
   static const std::vector<Argument> flags = {
       Flag("--json", "Answer with one JSON object, errors included"),

@@ -50,6 +50,9 @@ Argument Flag(const char* name, std::string meaning);
 Argument AppPosition(std::string meaning);
 Argument TitleOption();
 
+// "--timeout", of every verb that calls the service.
+Argument TimeoutOption();
+
 // "--json" and "--verbose", which go with every verb.
 const std::vector<Argument>& CommonFlags();
 

@@ -3,15 +3,19 @@
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_platform/platform_path.h>
 #include <nuv_platform/platform_settings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
+#include "bus/service_talk.h"
 #include "bus/system_bus.h"
 #include "report/text.h"
 
@@ -65,6 +69,16 @@ ServiceState AskForService() {
   if (*owned || *activatable) return {*owned, std::nullopt};
   const std::string gone = "the service does not run (" + ServiceName() + " has no owner)";
   return {false, Diagnosis{Outcome::kServiceGone, gone}};
+}
+
+// What the bus itself answers in place of a service.
+bool IsOutOfReach(const std::string& error) {
+  constexpr const char* kErrors[] = {"org.freedesktop.DBus.Error.AccessDenied", "org.freedesktop.DBus.Error.NoReply",
+                                     "org.freedesktop.DBus.Error.NameHasNoOwner",
+                                     "org.freedesktop.DBus.Error.ServiceUnknown",
+                                     "org.freedesktop.DBus.Error.Disconnected"};
+  constexpr char kSpawn[] = "org.freedesktop.DBus.Error.Spawn.";
+  return std::find(std::begin(kErrors), std::end(kErrors), error) != std::end(kErrors) || error.rfind(kSpawn, 0) == 0;
 }
 
 constexpr int kBusy = -2;
@@ -144,10 +158,19 @@ std::optional<Diagnosis> WhyOutOfReach() {
 }
 
 Diagnosis DiagnoseFailure() {
+  const std::optional<CallError> error = LastCallError();
+  const bool unanswered = CallIsUnanswered();
   const ServiceState service = AskForService();
-  if (service.out_of_reach) return *service.out_of_reach;
-  return {Outcome::kFailed, service.runs ? "the service did not carry out the request"
-                                         : "the service does not run and could not be started"};
+  const std::string reason = error ? " (" + Printable(error->name + ": " + error->text) + ")" : "";
+  if (service.out_of_reach) return {service.out_of_reach->outcome, service.out_of_reach->message + reason};
+  if (unanswered) return {Outcome::kTimedOut, "the service did not answer in time"};
+  if (!service.runs) return {Outcome::kServiceGone, "the service does not run and could not be started" + reason};
+  if (error && IsOutOfReach(error->name)) return {Outcome::kServiceGone, "the service is not to be reached" + reason};
+  return {Outcome::kFailed, "the service did not carry out the request" + reason};
+}
+
+ServiceCall::ServiceCall(const Values& values) : limit_(values.Milliseconds("--timeout")) {
+  ListenToServiceTalk();
 }
 
 Report ReportOfCall(int result, Fields details) {
@@ -201,6 +224,15 @@ Fields FieldsOf(const AppName& app) {
 Diagnosis DiagnoseLookup(int result, const AppName& app) {
   const std::string name = app.run_title ? "run title " + Printable(*app.run_title) : "id " + Printable(app.id);
   return DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+}
+
+std::optional<Diagnosis> WhyUnknown(const std::string& app_id) {
+  _APPSINFO_T record;
+  if (nuv_inner_get_app_info_by_id(app_id, record, false) == 0 || RepairIsRunning() || DatabaseObstacle()) {
+    return std::nullopt;
+  }
+  return Diagnosis{Outcome::kNotFound,
+                   "the catalogue has no application with the id, platform id or run title " + Printable(app_id)};
 }
 
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {

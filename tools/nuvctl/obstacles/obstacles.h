@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "command/guard.h"
+#include "command/verb.h"
 #include "report/report.h"
 
 struct Diagnosis {
@@ -22,6 +24,16 @@ Diagnosis BusUnreachable();
 // reach the service, or nothing where it runs or can be started; the second why one that was made has failed.
 std::optional<Diagnosis> WhyOutOfReach();
 Diagnosis DiagnoseFailure();
+
+// As long as it lives, calls of the service have the time that the user gives it, and what is answered to them is known
+// to the second of those.
+class ServiceCall {
+ public:
+  explicit ServiceCall(const Values& values);
+
+ private:
+  const AnswerLimit limit_;
+};
 
 // The report of a call of the service that gave the result.
 Report ReportOfCall(int result, Fields details = {});
@@ -57,6 +69,10 @@ Fields FieldsOf(const AppName& app);
 
 // Why a lookup of the application gave the result.
 Diagnosis DiagnoseLookup(int result, const AppName& app);
+
+// That the catalogue has no application with the id, platform id or run title, in whatever state; nothing where it has
+// one, and where it cannot be read.
+std::optional<Diagnosis> WhyUnknown(const std::string& app_id);
 
 // Why the library does not find the run title, which it did not a moment ago; nothing where it does now.
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);

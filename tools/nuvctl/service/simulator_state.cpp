@@ -3,6 +3,8 @@
 #include <nuv_platform/platform_path.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "bus/system_bus.h"
 #include "report/text.h"
 #include "service/watch_lines.h"
@@ -44,14 +46,24 @@ std::optional<SimulatorState> AskSimulator() {
   return state;
 }
 
-std::optional<bool> IsStandIn(const std::string& app_id) {
+std::optional<std::vector<std::string>> StandIns() {
   const VariantOwner apps = Call(kSimulatorInterface, "StandIns", nullptr, "(as)");
   if (apps == nullptr) return std::nullopt;
+  std::vector<std::string> ids;
   for (gsize i = 0; i < g_variant_n_children(apps.get()); ++i) {
     const VariantOwner app(g_variant_get_child_value(apps.get(), i));
-    if (app_id == g_variant_get_string(app.get(), nullptr)) return true;
+    ids.emplace_back(g_variant_get_string(app.get(), nullptr));
   }
-  return false;
+  return ids;
+}
+
+bool Contains(const std::vector<std::string>& ids, const std::string& id) {
+  return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+std::optional<bool> IsStandIn(const std::string& app_id) {
+  const auto stand_ins = StandIns();
+  return stand_ins ? std::optional(Contains(*stand_ins, app_id)) : std::nullopt;
 }
 
 std::string WhyOtherDirectory() {

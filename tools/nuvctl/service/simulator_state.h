@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 struct SimulatorState {
   std::string directory;      // that it works in; empty where it does not say
@@ -11,6 +12,11 @@ struct SimulatorState {
 
 // Nothing where the service does not run, or is none that says so, such as a TV's. Waits a moment only.
 std::optional<SimulatorState> AskSimulator();
+
+// The running applications that are stand-ins; nothing where the service does not say.
+std::optional<std::vector<std::string>> StandIns();
+
+bool Contains(const std::vector<std::string>& ids, const std::string& id);
 
 // Whether the running application is a stand-in that does nothing; nothing where the service does not say.
 std::optional<bool> IsStandIn(const std::string& app_id);

@@ -1,6 +1,7 @@
 // nuvctl set, count, version, command: change an application's row, or have the service do it.
 #include <nuv/nuv_inner_database.h>
 
+#include "bus/service_talk.h"
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
@@ -110,6 +111,7 @@ Argument ChangedApp() {
 }
 
 Report Set(const Values& values) {
+  const ServiceCall call(values);
   const UpdateField& field = *FindField(values.Text("FIELD"));
   return ReportChange(values.Text("ID"),
                       [&](const std::string& id) { return SetField(field, id, values.Text("VALUE")); });
@@ -121,25 +123,28 @@ const RegisteredVerb kSet(
      "Set a field of an application",
      {ChangedApp(),
       Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
-      Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated")},
+      Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated"),
+      TimeoutOption()},
      Set,
      {},
      CheckValue},
     Sides::kBoth);
 
 Report Count(const Values& values) {
+  const ServiceCall call(values);
   return ReportChange(values.Text("ID"), CountLaunch);
 }
 
-const RegisteredVerb kCount(
-    {"count",
-     Group::kInner,
-     "Count one more launch of an application",
-     {AppPosition("Application that was launched: its id, platform id or run title").Required()},
-     Count},
-    Sides::kBoth);
+const RegisteredVerb kCount({"count",
+                             Group::kInner,
+                             "Count one more launch of an application",
+                             {AppPosition("Application that was launched: its id, platform id or run title").Required(),
+                              TimeoutOption()},
+                             Count},
+                            Sides::kBoth);
 
 Report Version(const Values& values) {
+  const ServiceCall call(values);
   return ReportChange(values.Text("ID"), [&](const std::string& id) {
     const int answer = nuv_inner_update_app_version(id, values.Text("VERSION"));
     return Change{answer != kNotForwarded ? "service" : nullptr, answer};
@@ -149,12 +154,13 @@ Report Version(const Values& values) {
 const RegisteredVerb kVersion({"version",
                                Group::kInner,
                                "Have the service set an application's version",
-                               {ChangedApp(), Position("VERSION", "Its new version").Required()},
+                               {ChangedApp(), Position("VERSION", "Its new version").Required(), TimeoutOption()},
                                Version},
                               Sides::kBoth);
 
 // The library says only whether a command could be sent, and the bus takes it even where nobody is there to read it.
 Report SendCommand(const Values& values) {
+  const ServiceCall call(values);
   const int number = values.Number("N");
   const std::string app_id = values.Text("ID");
   const Fields details = {{"command", number}, {"app", app_id}};
@@ -162,6 +168,7 @@ Report SendCommand(const Values& values) {
     const std::optional<Obstacle> repair = RepairObstacle();
     return ReportOf(repair ? repair->why : DiagnoseFailure(), details);
   }
+  if (LastCallError() || CallIsUnanswered()) return ReportOf(DiagnoseFailure(), details);
   if (const std::optional<Diagnosis> out_of_reach = WhyOutOfReach()) return ReportOf(*out_of_reach, details);
   Report report;
   report.details = details;
@@ -174,7 +181,8 @@ const RegisteredVerb kCommand({"command",
                                {Position("N", "The service's number of the command").Number().Required(),
                                 AppPosition("Application that it is about (default none)"),
                                 Position("PATH", "Package that it is about (default none)").From(Live::kFiles),
-                                Position("DATA", "What else the service is to know (default nothing)")},
+                                Position("DATA", "What else the service is to know (default nothing)"),
+                                TimeoutOption()},
                                SendCommand});
 
 }  // namespace

@@ -143,6 +143,7 @@ Report ShowUsed() {
 }
 
 Report CheckUsed(const std::string& app_id) {
+  if (const auto unknown = WhyUnknown(app_id)) return ReportOf(*unknown, {{"app", app_id}});
   Report report;
   report.details["app"] = app_id;
   for (const UsageQuestion& question : kUsage) {

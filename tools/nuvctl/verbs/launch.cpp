@@ -106,7 +106,7 @@ const RegisteredVerb kLaunch(
           .From(Live::kFiles)
           .Excludes({"ID", "--title", "--payload", "--caller", "--force", "--background", "--deep-link", "--webapp",
                      "--plain"}),
-      WaitOption()},
+      WaitOption(), NoWaitFlag(), TimeoutOption()},
      Launch,
      {"--request", "ID", "--title"}},
     Sides::kBoth);

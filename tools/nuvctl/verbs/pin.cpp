@@ -7,6 +7,7 @@
 namespace {
 
 constexpr int kReserved = 0;
+constexpr unsigned kWaitForUserMs = 60000;
 
 _NUV_LAUNCHER_DATA MakeRecord(const Values& values, const char* app_id) {
   _NUV_LAUNCHER_DATA record;
@@ -39,6 +40,7 @@ LaunchTask TaskOf(const Values& values, const nuv_app_info_s& app) {
     return nuv_launch_Pin_Popup(kReserved, type, record);
   };
   task.diagnose = DiagnosePin;
+  task.wait_ms = kWaitForUserMs;
   return task;
 }
 
@@ -61,7 +63,8 @@ const RegisteredVerb kPin({"pin",
                             Option("--requestor", "TEXT", "Requesting component"),
                             Flag("--force", "Launch where the service would otherwise decline"),
                             Flag("--background", "Leave the current application in front"),
-                            Flag("--deep-link", "Launch as a deep link"), WaitOption()},
+                            Flag("--deep-link", "Launch as a deep link"), WaitOption("60"), NoWaitFlag(),
+                            TimeoutOption()},
                            Pin},
                           Sides::kBoth);
 

@@ -20,7 +20,7 @@ const RegisteredVerb kPreload({"preload",
                                Group::kLaunching,
                                "Start an application without showing it",
                                {AppPosition("Application to start: its id, kelvo id or package name").Required(),
-                                PayloadOption(), WaitOption()},
+                                PayloadOption(), WaitOption(), NoWaitFlag(), TimeoutOption()},
                                Preload},
                               Sides::kBoth);
 

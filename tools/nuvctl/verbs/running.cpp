@@ -1,8 +1,8 @@
 // nuvctl status, showing: whether an application runs, and which one is on the screen.
 #include <nuv/nuv_inner_database.h>
 #include <nuv/nuv_launcher_api.h>
-#include <nuv_platform/platform_aul.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -10,6 +10,7 @@
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
+#include "service/running_apps.h"
 #include "service/simulator_state.h"
 
 namespace {
@@ -39,9 +40,16 @@ void MarkStandIn(const std::string& app_id, bool running, Report& report) {
   if (stand_in.value_or(false)) report.text += " (stand-in)";
 }
 
-Report AskForStatus(const std::string& app_id, const _APPSINFO_T& record) {
+// Only of an Android application the service is asked.
+int CallForStatus(const std::string& app_id, const _APPSINFO_T& record, const Values& values, int& state) {
+  std::optional<ServiceCall> call;
+  if (record.app_type == kAndroidApp) call.emplace(values);
+  return nuv_get_app_status(app_id.c_str(), &state);
+}
+
+Report AskForStatus(const std::string& app_id, const _APPSINFO_T& record, const Values& values) {
   int state = 0;
-  if (nuv_get_app_status(app_id.c_str(), &state) != 0) return ReportOf(DiagnoseFailure());
+  if (CallForStatus(app_id, record, values, state) != 0) return ReportOf(DiagnoseFailure());
   Report report;
   report.text = InWords(state, record.app_type);
   report.details["state"] = state;
@@ -51,14 +59,8 @@ Report AskForStatus(const std::string& app_id, const _APPSINFO_T& record) {
 }
 
 bool AnythingIsVisible() {
-  bool visible = false;
-  aul_app_get_running_app_info(
-      [](const aul_app_info* info, void* found) {
-        *static_cast<bool*>(found) |= info->status == NUV_AUL_STATUS_VISIBLE;
-        return 0;
-      },
-      &visible);
-  return visible;
+  const std::vector<RunningApp> apps = RunningApps();
+  return std::any_of(apps.begin(), apps.end(), [](const RunningApp& app) { return app.visible; });
 }
 
 // An application that the catalogue does not know shows to nobody.
@@ -67,15 +69,39 @@ Diagnosis WhyNothingShows() {
   return DiagnoseInner(-1, {Outcome::kNotFound, "no application is showing that the catalogue knows"});
 }
 
-Report Status(const Values& values) {
-  const std::string app_id = values.Text("ID");
+Report StatusOf(const std::string& app_id, const Values& values) {
   _APPSINFO_T record;
   const int lookup = nuv_inner_get_app_info_by_id(app_id, record, true);
-  const Report answer = lookup == 0 ? AskForStatus(app_id, record) : NotKnown(lookup, app_id);
+  const Report answer = lookup == 0 ? AskForStatus(app_id, record, values) : NotKnown(lookup, app_id);
   Report report = answer;
   report.details = {{"app", app_id}, {"state", nullptr}, {"running", nullptr}, {"stand_in", nullptr}};
   report.details.Update(answer.details);
   return report;
+}
+
+// A line and an object for each; the first that failed decides what all of them end in.
+Report StatusOfAll(const std::vector<std::string>& app_ids, const Values& values) {
+  Report all;
+  List apps;
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& app_id : app_ids) {
+    const Report one = StatusOf(app_id, values);
+    Fields fields = one.details;
+    fields["outcome"] = WordOf(one.outcome);
+    apps.emplace_back(fields);
+    rows.push_back({app_id, one.outcome == Outcome::kDone ? one.text : WordOf(one.outcome)});
+    if (all.outcome != Outcome::kDone || one.outcome == Outcome::kDone) continue;
+    all.outcome = one.outcome;
+    all.error = one.error;
+  }
+  all.text = FormatTable(rows);
+  all.details["apps"] = apps;
+  return all;
+}
+
+Report Status(const Values& values) {
+  const std::vector<std::string> app_ids = values.Texts("ID");
+  return app_ids.size() == 1 ? StatusOf(app_ids.front(), values) : StatusOfAll(app_ids, values);
 }
 
 Report Showing(const Values&) {
@@ -92,8 +118,9 @@ Report Showing(const Values&) {
 
 const RegisteredVerb kStatus({"status",
                               Group::kRunning,
-                              "Tell whether an application runs",
-                              {AppPosition("Application to ask about: its id, kelvo id or run title").Required()},
+                              "Tell whether applications run",
+                              {AppPosition("Applications to ask about: id, kelvo id or run title").Many().Required(),
+                               TimeoutOption()},
                               Status},
                              Sides::kBoth);
 
