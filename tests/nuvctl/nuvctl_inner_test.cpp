@@ -1,6 +1,7 @@
 // The verbs of nuvctl for the inner side of the database: inner, used, set, count, version and command.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <set>
 
 #include "distinct_row.h"
@@ -149,6 +150,40 @@ TEST_F(NuvctlInner, SetRefusesWhatIsNoFieldAndNoValue) {
                                     "is_ispbound, is_hybrid_tv, is_lock, run_title"));
   EXPECT_EQ(Ask({"set", "a.b", "version"}).status, 2);
   EXPECT_EQ(Ask({"set", "a.b", "is_updated", "1"}).status, 2);
+}
+
+TEST_F(NuvctlInner, SetTakesAFlagInWords) {
+  database_.Add("a.b");
+  for (const char* field : {"is_ispbound", "is_hybrid_tv", "is_lock"}) {
+    for (const auto& [word, number] : {std::pair("true", "1"), {"false", "0"}, {"1", "1"}, {"0", "0"}}) {
+      EXPECT_EQ(Ask({"set", "a.b", field, word}).status, 0) << field;
+      EXPECT_EQ(Column(field), number) << field;
+    }
+  }
+  EXPECT_EQ(Ask({"set", "a.b", "is_updated", "false"}).status, 0);
+}
+
+TEST_F(NuvctlInner, SetRefusesAValueThatTheFieldCannotHaveAndWritesNothing) {
+  database_.Add("a.b",
+                {{"is_lock", 0}, {"is_hybrid_tv", 0}, {"is_ispbound", 0}, {"is_updated", 1}, {"ait_appid", "o"}});
+  const std::vector<std::array<std::string, 3>> wrong = {
+      {"is_lock", "maybe", "VALUE: is_lock is a flag: true, false, 1 or 0: maybe"},
+      {"is_lock", "2", "is a flag"},
+      {"is_lock", "", "is a flag"},
+      {"is_hybrid_tv", "TRUE", "is a flag"},
+      {"is_ispbound", "1 ", "is a flag"},
+      {"is_updated", "true", "VALUE: is_updated can only be set to 0: true"},
+      {"ait_ids", "12", "VALUE: ait_ids is two ids with a comma between them: 12"},
+      {"ait_ids", ",34", "is two ids"},
+      {"ait_ids", "12,", "is two ids"},
+      {"ait_ids", "1,2,3", "is two ids"},
+  };
+  for (const auto& [field, value, says] : wrong) {
+    const NuvctlRun run = Ask({"set", "a.b", field, value});
+    EXPECT_EQ(run.status, 2) << field << " " << value;
+    EXPECT_THAT(run.errors, HasSubstr(says));
+  }
+  EXPECT_EQ(Column("is_lock || is_hybrid_tv || is_ispbound || is_updated || ait_appid"), "0001o");
 }
 
 TEST_F(NuvctlInner, ChangesOfUnknownApplicationsAreNotFound) {

@@ -1,6 +1,8 @@
 // nuvctl set, count, version, command: change an application's row, or have the service do it.
 #include <nuv/nuv_inner_database.h>
 
+#include <utility>
+
 #include "bus/service_talk.h"
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
@@ -10,16 +12,45 @@ namespace {
 
 constexpr int kNotForwarded = -1;
 
+// Says what is wrong with a value, or nothing, and puts what the database has for it in its place. The database itself
+// takes any text for any field.
+using ReadValue = const char* (*)(std::string& value);
+
+const char* ReadFlag(std::string& value) {
+  constexpr std::pair<const char*, const char*> kWords[] = {{"true", "1"}, {"1", "1"}, {"false", "0"}, {"0", "0"}};
+  for (const auto& [word, number] : kWords) {
+    if (value != word) continue;
+    value = number;
+    return nullptr;
+  }
+  return "is a flag: true, false, 1 or 0";
+}
+
+const char* ReadCleared(std::string& value) {
+  return ReadFlag(value) == nullptr && value == "0" ? nullptr : "can only be set to 0";
+}
+
+const char* ReadPair(std::string& value) {
+  const size_t comma = value.find(',');
+  const bool two = comma != std::string::npos && comma > 0 && comma + 1 < value.size();
+  return two && value.find(',', comma + 1) == std::string::npos ? nullptr : "is two ids with a comma between them";
+}
+
+const char* ReadText(std::string&) {
+  return nullptr;
+}
+
 struct UpdateField {
   const char* name;
   APPSINFO_UPDATE_KEY_e key;
+  ReadValue read;
 };
 
 constexpr UpdateField kFields[] = {
-    {"is_updated", APPSINFO_UPDATE_IS_UPDATED},   {"ait_ids", APPSINFO_UPDATE_AIT_IDS},
-    {"cp_name", APPSINFO_UPDATE_CP_NAME},         {"version", APPSINFO_UPDATE_VERSION},
-    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND}, {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV},
-    {"is_lock", APPSINFO_UPDATE_IS_LOCK},         {"run_title", APPSINFO_UPDATE_RUN_TITLE},
+    {"is_updated", APPSINFO_UPDATE_IS_UPDATED, ReadCleared}, {"ait_ids", APPSINFO_UPDATE_AIT_IDS, ReadPair},
+    {"cp_name", APPSINFO_UPDATE_CP_NAME, ReadText},          {"version", APPSINFO_UPDATE_VERSION, ReadText},
+    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND, ReadFlag},  {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV, ReadFlag},
+    {"is_lock", APPSINFO_UPDATE_IS_LOCK, ReadFlag},          {"run_title", APPSINFO_UPDATE_RUN_TITLE, ReadText},
 };
 
 const UpdateField* FindField(const std::string& name) {
@@ -41,9 +72,13 @@ std::string ReadField(std::string& name) {
 
 // A field is set to a value, but for the one that can only be cleared.
 std::string CheckValue(const Values& values) {
-  const bool cleared = FindField(values.Text("FIELD"))->key == APPSINFO_UPDATE_IS_UPDATED;
-  if (cleared && values.Text("VALUE", "0") != "0") return "VALUE: is_updated can only be set to 0";
-  return cleared || values.Given("VALUE") ? "" : "VALUE is required";
+  const UpdateField& field = *FindField(values.Text("FIELD"));
+  const bool cleared = field.key == APPSINFO_UPDATE_IS_UPDATED;
+  if (!cleared && !values.Given("VALUE")) return "VALUE is required";
+  const std::string given = values.Text("VALUE", "0");
+  std::string value = given;
+  const char* wrong = field.read(value);
+  return wrong != nullptr ? std::string("VALUE: ") + field.name + " " + wrong + ": " + given : "";
 }
 
 // Who made a change, null where nobody did, and with which result.
@@ -113,8 +148,9 @@ Argument ChangedApp() {
 Report Set(const Values& values) {
   const ServiceCall call(values);
   const UpdateField& field = *FindField(values.Text("FIELD"));
-  return ReportChange(values.Text("ID"),
-                      [&](const std::string& id) { return SetField(field, id, values.Text("VALUE")); });
+  std::string value = values.Text("VALUE", "0");
+  field.read(value);
+  return ReportChange(values.Text("ID"), [&](const std::string& id) { return SetField(field, id, value); });
 }
 
 const RegisteredVerb kSet(
@@ -123,7 +159,9 @@ const RegisteredVerb kSet(
      "Set a field of an application",
      {ChangedApp(),
       Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
-      Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated"),
+      Position(
+          "VALUE",
+          "Its new value: true or false of a flag, two with a comma between for ait_ids; none or 0 for is_updated"),
       TimeoutOption()},
      Set,
      {},
