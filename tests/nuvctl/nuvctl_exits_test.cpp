@@ -86,6 +86,7 @@ const Reader kReaders[] = {
     {{}, {"launch", "--title", "No Such"}, true},
     {{}, {"showing"}, false},
     {{"ps"}, {}, false},
+    {{"ping", "-c", "1"}, {}, false},
     {{"watch", "--for", "0.1"}, {}, false},
 };
 

@@ -14,6 +14,7 @@
 #include "report/report.h"
 #include "report/text.h"
 #include "service/meanings.h"
+#include "service/round_trips.h"
 #include "temp_dir.h"
 
 namespace {
@@ -34,11 +35,12 @@ std::vector<std::string> SynopsisOf(const std::string& verb) {
   return lines;
 }
 
-// "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position.
+// "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position. A short name is left out.
 std::string InSynopsis(const Argument& argument) {
   if (argument.kind == Argument::Kind::kPosition) return std::string("_") + argument.name + "_";
   const std::string value_name = argument.value_name;
-  return std::string("*") + argument.name + "*" + (value_name.empty() ? "" : " _" + value_name + "_");
+  const std::string name = argument.name;
+  return "*" + name.substr(name.find(',') + 1) + "*" + (value_name.empty() ? "" : " _" + value_name + "_");
 }
 
 // The arguments of the verb, and its own verbs with theirs.
@@ -172,6 +174,16 @@ TEST(Meanings, Status412IsATimeout) {
 TEST(Meanings, NumbersOfTheOtherShapeAndUnknownOnesDecideNothing) {
   for (const int event : {600, 604, 404, 899, 908, 0, -1}) EXPECT_FALSE(Judge({kWeb, "a", event, 0})) << event;
   for (const int code : {404, 412, 599, 613, 0, -1}) EXPECT_FALSE(Judge({kPlain, "a", 0, code})) << code;
+}
+
+TEST(RoundTripFigures, AreThoseOfTheNearestRank) {
+  RoundTrips times;
+  EXPECT_EQ(ToJson(times.ToFields()), R"({"min_us":null,"median_us":null,"p99_us":null,"max_us":null})");
+  EXPECT_EQ(times.InWords(), "");
+  times.Add(1500);
+  EXPECT_EQ(times.InWords(), "round trip min/median/p99/max = 1.500/1.500/1.500/1.500 ms");
+  for (int i = 200; i >= 2; --i) times.Add(i);  // and 1500: 200 times
+  EXPECT_EQ(ToJson(times.ToFields()), R"({"min_us":2,"median_us":101,"p99_us":199,"max_us":1500})");
 }
 
 TEST(PrintableText, KeepsWhatCanBePrinted) {
