@@ -23,8 +23,14 @@ class NuvctlDirectoryTest : public NuvctlOnBusTest {
 
 TEST_F(NuvctlDirectoryTest, AVerbOfBothSidesWarnsWhereTheServiceWorksInAnotherDirectory) {
   StartSimulator();
-  const Arguments kVerbs[] = {{"status", kApp},  {"showing"},       {"launch", kApp},         {"terminate", kApp},
-                              {"preload", kApp}, {"explain", kApp}, {"version", kApp, "2.0"}, {"count", kApp}};
+  const Arguments kVerbs[] = {{"status", kApp},
+                              {"showing"},
+                              {"launch", kApp},
+                              {"terminate", kApp},
+                              {"preload", kApp},
+                              {"explain", kApp},
+                              {"set-version", kApp, "2.0"},
+                              {"count", kApp}};
   for (const Arguments& verb : kVerbs) {
     EXPECT_THAT(Run(verb, Elsewhere()).errors, HasSubstr("nuvctl: warning: " + Warning() + "\n")) << verb.front();
     Arguments as_json = verb;

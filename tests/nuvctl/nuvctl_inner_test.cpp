@@ -187,7 +187,7 @@ TEST_F(NuvctlInner, SetRefusesAValueThatTheFieldCannotHaveAndWritesNothing) {
 }
 
 TEST_F(NuvctlInner, ChangesOfUnknownApplicationsAreNotFound) {
-  const std::vector<Arguments> changes = {{"set", "x", "version", "1"}, {"count", "x"}, {"version", "x", "1"}};
+  const std::vector<Arguments> changes = {{"set", "x", "version", "1"}, {"count", "x"}, {"set-version", "x", "1"}};
   for (const Arguments& change : changes) {
     ExpectFailure(change, 3, "not found: the database has no application x");
   }
@@ -203,7 +203,7 @@ TEST_F(NuvctlInner, TheLibraryMakesAChangeWhenThereIsNoService) {
 
 TEST_F(NuvctlInner, VersionAndCommandNeedTheService) {
   database_.Add("a.b", {{"version", "1"}});
-  for (const Arguments& verb : {Arguments{"version", "a.b", "2"}, Arguments{"command", "7"}}) {
+  for (const Arguments& verb : {Arguments{"set-version", "a.b", "2"}, Arguments{"command", "7"}}) {
     const NuvctlRun run = Ask(verb);
     EXPECT_EQ(run.status, 5) << run.errors;
     EXPECT_THAT(run.errors, testing::StartsWith("nuvctl: service gone: "));
@@ -220,7 +220,7 @@ TEST_F(NuvctlChange, TheServiceMakesAChangeWhenItAnswers) {
   EXPECT_EQ(Asked("nuv_update_app_count"), "('a.b',)");
   EXPECT_EQ(Ask({"set", "a.b", "is_updated", "0"}).output, "changed by the service\n");
   EXPECT_EQ(Asked("nuv_update_app_by_key"), "('a.b', 0)");
-  EXPECT_EQ(Ask({"version", "a.b", "2.0"}).output, "changed by the service\n");
+  EXPECT_EQ(Ask({"set-version", "a.b", "2.0"}).output, "changed by the service\n");
   EXPECT_EQ(Asked("nuv_update_app_version"), "('a.b', '2.0')");
   EXPECT_EQ(Column("use_count || is_updated"), "41");
 }
@@ -230,7 +230,7 @@ TEST_F(NuvctlChange, AnotherAnswerOfTheServiceIsAFailureAndNothingIsWritten) {
   Answer("nuv_update_app_count", "(-2,)");
   Answer("nuv_update_app_version", "(7,)");
   ExpectFailure({"count", "a.b"}, 1, "failed: the service answered -2");
-  ExpectFailure({"version", "a.b", "2"}, 1, "failed: the service answered 7");
+  ExpectFailure({"set-version", "a.b", "2"}, 1, "failed: the service answered 7");
   EXPECT_EQ(Column("use_count"), "4");
 }
 

@@ -197,3 +197,12 @@ TEST_F(NuvctlLaunch, AFailureWithAStatusThatHasNoNameIsAFailure) {
   EXPECT_EQ(json["code"], 499);
   EXPECT_EQ(json["name"], nullptr);
 }
+
+// What a client leaves unanswered reads like a fault in the log of the service. The answer leaves nuvctl late, and the
+// result itself has told it that the launch is over.
+TEST_F(NuvctlLaunchRequest, TheResultIsAnsweredBeforeItGoes) {
+  const auto nuvctl = Start({"launch", kApp, "--wait", "20"}, {{"LD_PRELOAD", SLOW_ANSWERS}});
+  ASSERT_TRUE(WaitUntil([this] { return service_.Launches().size() == 1; }));
+  EXPECT_TRUE(service_.SendResult(service_.Launches().front(), SentResult()));
+  EXPECT_EQ(Finish(*nuvctl).status, 0);
+}

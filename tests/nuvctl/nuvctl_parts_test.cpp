@@ -306,9 +306,9 @@ TEST(ManPage, KeepsTheVerbsOfAGroupTogether) {
 
 TEST(Verbs, StandInTheOrderThatPeopleKnow) {
   const std::vector<std::string> known = {
-      "launch", "kpi",     "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
-      "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
-      "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
+      "launch", "kpi",         "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
+      "show",   "locked",      "uninstallable", "group",          "explain",   "inner",         "used",      "set",
+      "count",  "set-version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
   std::vector<std::string> names;
   for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
   ASSERT_GE(names.size(), known.size());

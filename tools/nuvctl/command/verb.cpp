@@ -10,7 +10,7 @@ namespace {
 constexpr const char* kKnownOrder[] = {
     "launch", "kpi",     "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
     "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
-    "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch",
+    "count",  "set-version", "command",       "status",         "showing",   "preload",       "pin",       "watch",
 };
 
 auto PlaceOf(const Verb& verb) {

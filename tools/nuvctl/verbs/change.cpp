@@ -1,4 +1,4 @@
-// nuvctl set, count, version, command: change an application's row, or have the service do it.
+// nuvctl set, count, set-version, command: change an application's row, or have the service do it.
 #include <nuv/nuv_inner_database.h>
 
 #include <utility>
@@ -189,7 +189,7 @@ Report Version(const Values& values) {
   });
 }
 
-const RegisteredVerb kVersion({"version",
+const RegisteredVerb kVersion({"set-version",
                                Group::kInner,
                                "Have the service set an application's version",
                                {ChangedApp(), Position("VERSION", "Its new version").Required(), TimeoutOption()},
