@@ -11,6 +11,7 @@
 
 #include "command/verb.h"
 #include "launch/launch_functions.h"
+#include "report/did_you_mean.h"
 #include "report/report.h"
 #include "report/text.h"
 #include "service/meanings.h"
@@ -300,20 +301,32 @@ TEST(ManPage, KeepsTheVerbsOfAGroupTogether) {
   for (const auto& [place, group] : group_at) {
     if (groups.empty() || groups.back() != group) groups.push_back(group);
   }
-  EXPECT_THAT(groups, testing::ElementsAre(Group::kLaunching, Group::kRunning, Group::kService, Group::kCatalogue,
-                                           Group::kInner));
+  EXPECT_THAT(groups, testing::ElementsAre(Group::kApplications, Group::kRunning, Group::kCatalogue, Group::kService,
+                                           Group::kDiagnosis));
 }
 
 TEST(Verbs, StandInTheOrderThatPeopleKnow) {
   const std::vector<std::string> known = {
-      "launch", "kpi",         "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
-      "show",   "locked",      "uninstallable", "group",          "explain",   "inner",         "used",      "set",
-      "count",  "set-version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
+      "launch",  "preload",        "pin",       "terminate", "terminate-all", "ps",          "status",
+      "showing", "android-status", "extra-app", "list",      "show",          "locked",      "uninstallable",
+      "group",   "inner",          "used",      "set",       "count",         "set-version", "kpi",
+      "popup",   "command",        "explain",   "watch",     "ping"};
   std::vector<std::string> names;
   for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
   ASSERT_GE(names.size(), known.size());
   EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + static_cast<long>(known.size())), known);
   EXPECT_TRUE(std::is_sorted(names.begin() + static_cast<long>(known.size()), names.end()));
+}
+
+TEST(Suggestions, AreTheNearestAndNoneWhereNothingIsNear) {
+  const std::vector<std::string> known = {"launch", "list", "show", "org.kelvo.app.clock"};
+  EXPECT_EQ(DidYouMean("lanuch", known), "; did you mean launch?");
+  EXPECT_EQ(DidYouMean("LIST", known), "; did you mean list?");
+  EXPECT_EQ(DidYouMean("shwo", known), "; did you mean show?");
+  EXPECT_EQ(DidYouMean("org.kelvo.app.clokc", known), "; did you mean org.kelvo.app.clock?");
+  for (const char* far : {"", "terminate", "xy", "org.kelvo.other"}) EXPECT_EQ(DidYouMean(far, known), "") << far;
+  EXPECT_EQ(DidYouMean("a1", {"a2", "a3", "b2"}), "; did you mean a2 or a3?");
+  EXPECT_EQ(DidYouMean("a", {"\x1b"}), "; did you mean \\u001b?");
 }
 
 TEST(SlowHeaders, AreSeenByTheSourcesThatNeedThemOnly) {

@@ -76,8 +76,10 @@ class Values {
   Fields values_;  // null where the user gave none
 };
 
-// What belongs together in the man page.
-enum class Group { kLaunching, kRunning, kService, kCatalogue, kInner };
+// What belongs together in the help and in the man page.
+enum class Group { kApplications, kRunning, kCatalogue, kService, kDiagnosis };
+
+const char* HeadingOf(Group group);
 
 // Whether the answer of a verb, or what it asks for, rests on the service and on the state directory.
 enum class Sides { kOne, kBoth };

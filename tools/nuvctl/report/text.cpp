@@ -125,6 +125,15 @@ std::string Joined(const std::vector<std::string>& texts) {
   return joined;
 }
 
+std::string EitherOf(const std::vector<std::string>& texts) {
+  std::string text;
+  for (const std::string& one : texts) {
+    if (!text.empty()) text += &one == &texts.back() ? " or " : ", ";
+    text += one;
+  }
+  return text;
+}
+
 std::string SqlList(const std::vector<std::string>& texts) {
   std::string list;
   for (const std::string& text : texts) {

@@ -21,6 +21,9 @@ std::string FormatTable(const std::vector<std::vector<std::string>>& rows);
 // The texts with commas between them, for a person.
 std::string Joined(const std::vector<std::string>& texts);
 
+// "A or B", "A, B or C"
+std::string EitherOf(const std::vector<std::string>& texts);
+
 // The texts as a list for a statement: each in single quotes, with a single quote inside doubled.
 std::string SqlList(const std::vector<std::string>& texts);
 

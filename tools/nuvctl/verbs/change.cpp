@@ -6,6 +6,7 @@
 #include "bus/service_talk.h"
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
+#include "report/did_you_mean.h"
 #include "report/text.h"
 
 namespace {
@@ -67,7 +68,9 @@ std::vector<std::string> FieldNames() {
 }
 
 std::string ReadField(std::string& name) {
-  return FindField(name) != nullptr ? "" : "no such field: " + name + "; the fields are " + Joined(FieldNames());
+  return FindField(name) != nullptr
+             ? ""
+             : "no such field: " + name + DidYouMean(name, FieldNames()) + "; the fields are " + Joined(FieldNames());
 }
 
 // A field is set to a value, but for the one that can only be cleared.
@@ -155,7 +158,7 @@ Report Set(const Values& values) {
 
 const RegisteredVerb kSet(
     {"set",
-     Group::kInner,
+     Group::kCatalogue,
      "Set a field of an application",
      {ChangedApp(),
       Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
@@ -174,7 +177,7 @@ Report Count(const Values& values) {
 }
 
 const RegisteredVerb kCount({"count",
-                             Group::kInner,
+                             Group::kCatalogue,
                              "Count one more launch of an application",
                              {AppPosition("Application that was launched: its id, platform id or run title").Required(),
                               TimeoutOption()},
@@ -190,7 +193,7 @@ Report Version(const Values& values) {
 }
 
 const RegisteredVerb kVersion({"set-version",
-                               Group::kInner,
+                               Group::kCatalogue,
                                "Have the service set an application's version",
                                {ChangedApp(), Position("VERSION", "Its new version").Required(), TimeoutOption()},
                                Version},
@@ -214,7 +217,7 @@ Report SendCommand(const Values& values) {
 }
 
 const RegisteredVerb kCommand({"command",
-                               Group::kInner,
+                               Group::kService,
                                "Send the service a command",
                                {Position("N", "The service's number of the command").Number().Required(),
                                 AppPosition("Application that it is about (default none)"),

@@ -165,14 +165,14 @@ Report Used(const Values& values) {
 
 const RegisteredVerb kInner(
     {"inner",
-     Group::kInner,
+     Group::kCatalogue,
      "Show what the inner side of the database says",
      {},
      nullptr,
      {},
      nullptr,
      {{"show",
-       Group::kInner,
+       Group::kCatalogue,
        "Show one application, with all that the database says about it",
        {AppPosition("Its id, platform id or run title"),
         Option("--platform-id", "ID", "Name it by its platform id instead")
@@ -182,11 +182,11 @@ const RegisteredVerb kInner(
         Flag("--any-state", "Also when it is not installed")},
        Show,
        {"ID", "--platform-id", "--title"}},
-      {"list", Group::kInner, "List all installed applications", {}, ShowAll}}});
+      {"list", Group::kCatalogue, "List all installed applications", {}, ShowAll}}});
 
 const RegisteredVerb kUsed(
     {"used",
-     Group::kInner,
+     Group::kCatalogue,
      "Show the most and the recently used applications",
      {Option("--check", "ID", "Only tell whether this application is among them").From(Live::kAppIds)},
      Used});

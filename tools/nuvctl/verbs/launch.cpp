@@ -94,7 +94,7 @@ Report Launch(const Values& values) {
 
 const RegisteredVerb kLaunch(
     {"launch",
-     Group::kLaunching,
+     Group::kApplications,
      "Launch an application",
      {AppPosition("Application to launch"), TitleOption().Excludes({"ID"}), PayloadOption(), LaunchCallerOption(),
       Flag("--force", "Launch where the service would otherwise decline"),

@@ -54,7 +54,7 @@ Report Pin(const Values& values) {
 }
 
 const RegisteredVerb kPin({"pin",
-                           Group::kLaunching,
+                           Group::kApplications,
                            "Have the user asked for the PIN before a launch",
                            {AppPosition("Application to launch: its id, kelvo id or package name").Required(),
                             PayloadOption(), LaunchCallerOption(), Option("--uri", "URI", "URI of the launch"),

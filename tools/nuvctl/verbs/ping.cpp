@@ -160,7 +160,7 @@ Report Ping(const Values& values) {
 
 const RegisteredVerb kPing(
     {"ping",
-     Group::kService,
+     Group::kDiagnosis,
      "Measure how fast the service answers",
      {Option(kCount, "N", "Heartbeats to send (default: until interrupted)").NumberFrom(1),
       Option(kInterval, "SECONDS", "From one to the next (default 1)").Seconds(),

@@ -17,7 +17,7 @@ Report Preload(const Values& values) {
 }
 
 const RegisteredVerb kPreload({"preload",
-                               Group::kLaunching,
+                               Group::kApplications,
                                "Start an application without showing it",
                                {AppPosition("Application to start: its id, kelvo id or package name").Required(),
                                 PayloadOption(), WaitOption(), NoWaitFlag(), TimeoutOption()},

@@ -87,7 +87,7 @@ Report AndroidStatus(const Values& values) {
 }
 
 const RegisteredVerb kAndroidStatus({"android-status",
-                                     Group::kService,
+                                     Group::kRunning,
                                      "Show the running state of an Android application",
                                      {AppPosition("Application to ask about").Required(), TimeoutOption()},
                                      AndroidStatus});
@@ -115,7 +115,7 @@ Report ExtraApp(const Values& values) {
 
 const RegisteredVerb kExtraApp(
     {"extra-app",
-     Group::kService,
+     Group::kRunning,
      "Show or announce the extra application",
      {Option("--set", "ID", "Announce that this is the extra application now").From(Live::kAppIds), TimeoutOption()},
      ExtraApp});

@@ -132,7 +132,7 @@ Report TerminateAll(const Values& values) {
 }
 
 const RegisteredVerb kTerminate({"terminate",
-                                 Group::kService,
+                                 Group::kApplications,
                                  "Terminate an application",
                                  {AppPosition("Application to terminate: its id, kelvo id or package name"),
                                   TitleOption().Excludes({"ID", "--caller", "--reason", "--option"}), CallerOption(),
@@ -144,7 +144,7 @@ const RegisteredVerb kTerminate({"terminate",
                                 Sides::kBoth);
 
 const RegisteredVerb kTerminateAll({"terminate-all",
-                                    Group::kService,
+                                    Group::kApplications,
                                     "Terminate all running applications",
                                     {CallerOption(), ReasonOption(), GoneOption(), NoWaitFlag(), TimeoutOption()},
                                     TerminateAll});

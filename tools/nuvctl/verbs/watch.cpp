@@ -99,7 +99,7 @@ Report Watch(const Values& values) {
 }
 
 const RegisteredVerb kWatch({"watch",
-                             Group::kRunning,
+                             Group::kDiagnosis,
                              "Show what the service does, line by line",
                              {Option("--for", "SECONDS", "End after so long (default: when interrupted)").Seconds()},
                              Watch});
