@@ -325,6 +325,7 @@ TEST(Suggestions, AreTheNearestAndNoneWhereNothingIsNear) {
   EXPECT_EQ(DidYouMean("shwo", known), "; did you mean show?");
   EXPECT_EQ(DidYouMean("org.kelvo.app.clokc", known), "; did you mean org.kelvo.app.clock?");
   for (const char* far : {"", "terminate", "xy", "org.kelvo.other"}) EXPECT_EQ(DidYouMean(far, known), "") << far;
+  EXPECT_EQ(DidYouMean("shwo", {"show", "shxx"}), "; did you mean show?");
   EXPECT_EQ(DidYouMean("a1", {"a2", "a3", "b2"}), "; did you mean a2 or a3?");
   EXPECT_EQ(DidYouMean("a", {"\x1b"}), "; did you mean \\u001b?");
 }
