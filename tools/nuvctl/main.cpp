@@ -8,6 +8,7 @@
 
 #include "command/command_line.h"
 #include "command/guard.h"
+#include "report/terminal.h"
 #include "report/text.h"
 
 namespace {
@@ -20,6 +21,7 @@ void SetUpLog(bool verbose) {
 
 int RunCommand(const Command& command) {
   SetUpLog(command.values.Flag("-v,--verbose"));
+  ChooseColour(command.values.Text("--color", "auto"));
   return Print(command.Run(), command.values.Flag("--json"));
 }
 

@@ -53,6 +53,7 @@ struct Slot {
 
 Value Slot::Result() const {
   if (argument->kind == Argument::Kind::kFlag) return flag;
+  if (option == nullptr) return text.empty() ? Value() : Value(text);  // it stands with several verbs
   if (option->empty()) return nullptr;
   switch (argument->type) {
     case Argument::Type::kText:

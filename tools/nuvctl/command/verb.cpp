@@ -102,10 +102,21 @@ Argument TimeoutOption() {
   return Option("--timeout", "SECONDS", "Give the service so long to answer (default: the library's limit)").Seconds();
 }
 
+namespace {
+
+std::string ReadWhen(std::string& when) {
+  const bool known = when == "auto" || when == "always" || when == "never";
+  return known ? "" : "not one of auto, always, never: " + when;
+}
+
+}  // namespace
+
 const std::vector<Argument>& CommonFlags() {
   static const std::vector<Argument> flags = {
       Flag("--json", "Answer with one JSON object, errors included"),
       Flag("-v,--verbose", "Show the library's log on the standard error stream"),
+      Option("--color", "WHEN", "Colour of states: auto (default), always, never")
+          .Words({"auto", "always", "never"}, ReadWhen),
   };
   return flags;
 }

@@ -53,7 +53,7 @@ Argument TitleOption();
 // "--timeout", of every verb that calls the service.
 Argument TimeoutOption();
 
-// "--json" and "--verbose", which go with every verb.
+// "--json", "--verbose" and "--color", which go with every verb.
 const std::vector<Argument>& CommonFlags();
 
 // What the user gave for each of a verb's arguments. Asking for another one is a fault of the program.

@@ -13,17 +13,18 @@
 namespace {
 
 constexpr size_t kWidestTitle = 32;
+constexpr size_t kWhole = FieldColumn::kUnlimited;
 
 const std::vector<FieldColumn>& Columns() {
   static const std::vector<FieldColumn> columns = {{"ID", "id"},
-                                                   {"TITLE", "title", kWidestTitle},
-                                                   {"VERSION", "version"},
-                                                   {"TYPE", "app_type"},
-                                                   {"INDEX", "app_index"},
-                                                   {"USED", "use_count"},
-                                                   {"LAST", "launch_date"},
-                                                   {"LOCKED", "is_lock"},
-                                                   {"HIDDEN", "is_hidden"}};
+                                                   {"TITLE", "title", kWidestTitle, 0, true},
+                                                   {"VERSION", "version", kWhole, 6},
+                                                   {"TYPE", "app_type", kWhole, 1},
+                                                   {"INDEX", "app_index", kWhole, 2},
+                                                   {"USED", "use_count", kWhole, 4},
+                                                   {"LAST", "launch_date", kWhole, 5},
+                                                   {"LOCKED", "is_lock", kWhole, 7},
+                                                   {"HIDDEN", "is_hidden", kWhole, 3}};
   return columns;
 }
 
@@ -93,12 +94,14 @@ Report WhyNoList(int result) {
   return ReportOf(DiagnoseInner(result, {Outcome::kFailed, "the list could not be read"}), {{"records", nullptr}});
 }
 
-Report ShowAll(const Values&) {
+Report ShowAll(const Values& values) {
   const AllApps all = ReadAll();
   if (all.result != 0) return WhyNoList(all.result);
   const List records = FieldsOfAll(all.apps);
+  const ChosenTable table = TableOf(records, Columns(), FieldsOf(_APPSINFO_T()), values);
+  if (!table.error.empty()) return WrongColumns(table);
   Report report;
-  report.text = RecordTable(records, Columns());
+  report.text = table.text;
   report.details["records"] = records;
   return report;
 }
@@ -182,7 +185,7 @@ const RegisteredVerb kInner(
         Flag("--any-state", "Also when it is not installed")},
        Show,
        {"ID", "--platform-id", "--title"}},
-      {"list", Group::kCatalogue, "List all installed applications", {}, ShowAll}}});
+      {"list", Group::kCatalogue, "List all installed applications", {ColumnsOption(), WideFlag()}, ShowAll}}});
 
 const RegisteredVerb kUsed(
     {"used",

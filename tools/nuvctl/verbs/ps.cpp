@@ -93,7 +93,18 @@ Fields RowOf(const Fields& app) {
           {"payload", payload != nullptr ? *payload : "?"}};
 }
 
-Report ShowRunning(const Values&) {
+const std::vector<FieldColumn>& Columns() {
+  constexpr size_t kWhole = FieldColumn::kUnlimited;
+  static const std::vector<FieldColumn> columns = {{"ID", "app"},
+                                                   {"PID", "pid", kWhole, 3},
+                                                   {"STATE", "state", kWhole, 0, false, true},
+                                                   {"PROGRAM", "program", kWhole, 2},
+                                                   {"UPTIME", "uptime", kWhole, 1},
+                                                   {"PAYLOAD", "payload", kWidestPayload, 4, true}};
+  return columns;
+}
+
+Report ShowRunning(const Values& values) {
   const Surroundings around;
   List apps;
   List rows;
@@ -102,17 +113,16 @@ Report ShowRunning(const Values&) {
     rows.emplace_back(RowOf(fields));
     apps.emplace_back(fields);
   }
+  const ChosenTable table = TableOf(rows, Columns(), {}, values);
+  if (!table.error.empty()) return WrongColumns(table);
   Report report;
-  report.text = RecordTable(rows, {{"ID", "app"},
-                                   {"PID", "pid"},
-                                   {"STATE", "state"},
-                                   {"PROGRAM", "program"},
-                                   {"UPTIME", "uptime"},
-                                   {"PAYLOAD", "payload", kWidestPayload}});
+  report.text = table.text;
   report.details["apps"] = apps;
   return report;
 }
 
-const RegisteredVerb kPs({"ps", Group::kRunning, "Show the applications that run", {}, ShowRunning}, Sides::kBoth);
+const RegisteredVerb kPs(
+    {"ps", Group::kRunning, "Show the applications that run", {ColumnsOption(), WideFlag()}, ShowRunning},
+    Sides::kBoth);
 
 }  // namespace

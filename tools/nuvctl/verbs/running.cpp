@@ -9,6 +9,7 @@
 
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
+#include "report/terminal.h"
 #include "report/text.h"
 #include "service/running_apps.h"
 #include "service/simulator_state.h"
@@ -94,14 +95,18 @@ Report StatusOfAll(const std::vector<std::string>& app_ids, const Values& values
     all.outcome = one.outcome;
     all.error = one.error;
   }
-  all.text = FormatTable(rows);
+  all.text =
+      FormatTable(rows, [](size_t column, const std::string& cell) { return column == 1 ? PaintedState(cell) : cell; });
   all.details["apps"] = apps;
   return all;
 }
 
 Report Status(const Values& values) {
   const std::vector<std::string> app_ids = values.Texts("ID");
-  return app_ids.size() == 1 ? StatusOf(app_ids.front(), values) : StatusOfAll(app_ids, values);
+  if (app_ids.size() > 1) return StatusOfAll(app_ids, values);
+  Report report = StatusOf(app_ids.front(), values);
+  report.text = PaintedState(report.text);
+  return report;
 }
 
 Report Showing(const Values&) {
