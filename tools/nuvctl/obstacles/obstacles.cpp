@@ -13,10 +13,12 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include "bus/service_talk.h"
 #include "bus/system_bus.h"
+#include "report/did_you_mean.h"
 #include "report/text.h"
 
 namespace {
@@ -133,6 +135,15 @@ std::vector<Obstacle> InnerGuardObstacles() {
   return repair ? std::vector<Obstacle>{*repair} : std::vector<Obstacle>();
 }
 
+// Those that are installed; none where they cannot be read.
+std::vector<_APPSINFO_T> AllApps() {
+  _APPSINFO_T* list = nullptr;
+  int count = 0;
+  const int result = nuv_inner_get_all_app_list(&list, &count);
+  const std::unique_ptr<_APPSINFO_T[]> owned(list);
+  return result == 0 && list != nullptr ? std::vector<_APPSINFO_T>(list, list + count) : std::vector<_APPSINFO_T>();
+}
+
 int LookUp(const AppName& app) {
   nuv_app_info_s record = {};
   return app.run_title ? nuv_get_app_info_by_runtitle(app.run_title->c_str(), &record)
@@ -221,9 +232,46 @@ Fields FieldsOf(const AppName& app) {
   return {{"app", app.id}};
 }
 
+std::string IdOf(const std::string& name) {
+  nuv_app_info_s record = {};
+  int result = m_nuv_get_app_info(name.c_str(), &record);
+  if (result != 0 && result != kBusy) result = nuv_get_app_info_by_runtitle(name.c_str(), &record);
+  const std::string id = record.app_id;
+  const bool cut = id.size() + 1 == sizeof record.app_id;
+  return result == 0 && !cut ? id : name;
+}
+
+std::string MeantApp(const std::string& name) {
+  std::vector<std::string> names;
+  for (const _APPSINFO_T& app : AllApps()) {
+    for (const std::string& text : {app.id, app.kelvo_id, app.pkgname, app.run_title}) {
+      if (!text.empty() && std::find(names.begin(), names.end(), text) == names.end()) names.push_back(text);
+    }
+  }
+  return DidYouMean(name, names);
+}
+
+std::string MeantTitle(const std::string& run_title) {
+  std::vector<std::string> titles;
+  for (const _APPSINFO_T& app : AllApps()) {
+    if (app.title == run_title && !app.run_title.empty()) {
+      return "; the application with this title has the run title " + Printable(app.run_title);
+    }
+    titles.push_back(app.run_title);
+  }
+  return DidYouMean(run_title, titles);
+}
+
+Diagnosis Suggesting(Diagnosis diagnosis, std::string (*meant)(const std::string&), const std::string& name) {
+  if (diagnosis.outcome == Outcome::kNotFound) diagnosis.message += meant(name);
+  return diagnosis;
+}
+
 Diagnosis DiagnoseLookup(int result, const AppName& app) {
   const std::string name = app.run_title ? "run title " + Printable(*app.run_title) : "id " + Printable(app.id);
-  return DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+  const Diagnosis why =
+      DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+  return app.run_title ? Suggesting(why, MeantTitle, *app.run_title) : Suggesting(why, MeantApp, app.id);
 }
 
 std::optional<Diagnosis> WhyUnknown(const std::string& app_id) {
@@ -231,8 +279,8 @@ std::optional<Diagnosis> WhyUnknown(const std::string& app_id) {
   if (nuv_inner_get_app_info_by_id(app_id, record, false) == 0 || RepairIsRunning() || DatabaseObstacle()) {
     return std::nullopt;
   }
-  return Diagnosis{Outcome::kNotFound,
-                   "the catalogue has no application with the id, platform id or run title " + Printable(app_id)};
+  return Diagnosis{Outcome::kNotFound, "the catalogue has no application with the id, platform id or run title " +
+                                           Printable(app_id) + MeantApp(app_id)};
 }
 
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {

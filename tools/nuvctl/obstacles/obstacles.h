@@ -67,6 +67,17 @@ struct AppName {
 // The key "app" or "title".
 Fields FieldsOf(const AppName& app);
 
+// The id of the application that goes by the name, which may be its id, kelvo id, package name or run title; the name
+// itself where the catalogue has none.
+std::string IdOf(const std::string& name);
+
+// What may have been meant by a name, or a run title, that the catalogue does not have; empty where nothing is like it.
+std::string MeantApp(const std::string& name);
+std::string MeantTitle(const std::string& run_title);
+
+// With what may have been meant, where it says that something is not found: a database that is busy is not asked again.
+Diagnosis Suggesting(Diagnosis diagnosis, std::string (*meant)(const std::string&), const std::string& name);
+
 // Why a lookup of the application gave the result.
 Diagnosis DiagnoseLookup(int result, const AppName& app);
 

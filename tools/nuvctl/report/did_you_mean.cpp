@@ -35,10 +35,10 @@ size_t Distance(const std::string& one, const std::string& other) {
   return last[other.size()];
 }
 
-// A third of a short word, and three letters of any other.
+// A third of a short word, none of a letter, and three letters of any other.
 size_t MostDistance(const std::string& typed) {
   constexpr size_t kAny = 3;
-  return std::min(kAny, (typed.size() + 2) / 3);
+  return std::min(kAny, (typed.size() + 1) / 3);
 }
 
 }  // namespace

@@ -130,7 +130,7 @@ Report ReportChange(const std::string& app_id, Make make) {
   const int found = nuv_inner_get_app_info_by_id(app_id, record, false);
   if (found != 0) {
     const Diagnosis unknown = {Outcome::kNotFound, "the database has no application " + Printable(app_id)};
-    return ReportOf(DiagnoseInner(found, unknown), details);
+    return ReportOf(Suggesting(DiagnoseInner(found, unknown), MeantApp, app_id), details);
   }
   const Change change = make(record.id);
   details["app"] = record.id;

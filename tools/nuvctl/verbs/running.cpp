@@ -23,9 +23,9 @@ struct Free {
 };
 
 Report NotKnown(int result, const std::string& app_id) {
-  return ReportOf(DiagnoseInner(
-      result,
-      {Outcome::kNotFound, "the catalogue has no usable application with the id or run title " + Printable(app_id)}));
+  const Diagnosis unknown = {Outcome::kNotFound,
+                             "the catalogue has no usable application with the id or run title " + Printable(app_id)};
+  return ReportOf(Suggesting(DiagnoseInner(result, unknown), MeantApp, app_id));
 }
 
 // Of an Android application the number is the service's own.
@@ -72,8 +72,9 @@ Diagnosis WhyNothingShows() {
 
 Report StatusOf(const std::string& app_id, const Values& values) {
   _APPSINFO_T record;
-  const int lookup = nuv_inner_get_app_info_by_id(app_id, record, true);
-  const Report answer = lookup == 0 ? AskForStatus(app_id, record, values) : NotKnown(lookup, app_id);
+  const std::string own_id = IdOf(app_id);
+  const int lookup = nuv_inner_get_app_info_by_id(own_id, record, true);
+  const Report answer = lookup == 0 ? AskForStatus(own_id, record, values) : NotKnown(lookup, app_id);
   Report report = answer;
   report.details = {{"app", app_id}, {"state", nullptr}, {"running", nullptr}, {"stand_in", nullptr}};
   report.details.Update(answer.details);
@@ -121,13 +122,14 @@ Report Showing(const Values&) {
   return report;
 }
 
-const RegisteredVerb kStatus({"status",
-                              Group::kRunning,
-                              "Tell whether applications run",
-                              {AppPosition("Applications to ask about: id, kelvo id or run title").Many().Required(),
-                               TimeoutOption()},
-                              Status},
-                             Sides::kBoth);
+const RegisteredVerb kStatus(
+    {"status",
+     Group::kRunning,
+     "Tell whether applications run",
+     {AppPosition("Applications to ask about: id, kelvo id, package name or run title").Many().Required(),
+      TimeoutOption()},
+     Status},
+    Sides::kBoth);
 
 const RegisteredVerb kShowing({"showing", Group::kRunning, "Show the application that is on the screen", {}, Showing},
                               Sides::kBoth);

@@ -99,9 +99,10 @@ Report Terminate(const Values& values) {
   Fields details = FieldsOf(app);
   details["gone"] = nullptr;
   nuv_app_info_s record = {};
-  const int lookup = LookUp(app, record);
+  const AppName found = {IdOf(app.id), app.run_title};
+  const int lookup = LookUp(found, record);
   if (lookup != 0) return ReportOf(DiagnoseLookup(lookup, app), details);
-  if (CallTerminate(app, values) != 0) return ReportOf(DiagnoseAppCall(app), details);
+  if (CallTerminate(found, values) != 0) return ReportOf(DiagnoseAppCall(found), details);
   return WaitUntilGone(
       values, [&record] { return RunningOf(record); }, details);
 }
@@ -134,7 +135,7 @@ Report TerminateAll(const Values& values) {
 const RegisteredVerb kTerminate({"terminate",
                                  Group::kApplications,
                                  "Terminate an application",
-                                 {AppPosition("Application to terminate: its id, kelvo id or package name"),
+                                 {AppPosition("Application to terminate: its id, kelvo id, package name or run title"),
                                   TitleOption().Excludes({"ID", "--caller", "--reason", "--option"}), CallerOption(),
                                   ReasonOption(),
                                   Option("--option", "N", "The service's terminate option (default 0)").Number(),
