@@ -15,7 +15,11 @@ configure_package_config_file(
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)
 write_basic_package_version_file(
   ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config-version.cmake COMPATIBILITY SameMajorVersion)
+file(RELATIVE_PATH NUV_CMAKE_TO_BIN
+  ${CMAKE_INSTALL_FULL_LIBDIR}/cmake/nuv_launcher_api ${CMAKE_INSTALL_FULL_BINDIR})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/nuv_add_test.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/nuv_add_test.cmake @ONLY)
 install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/nuv_add_test.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/nuv_launcher_api-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nuv_launcher_api)

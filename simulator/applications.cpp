@@ -20,7 +20,8 @@ int ExitStatus(int wait_status) {
 
 }  // namespace
 
-Applications::Applications(RunningFiles& files, const Journal& journal) : files_(files), journal_(journal) {
+Applications::Applications(RunningFiles& files, const Journal& journal, bool stand_ins)
+    : files_(files), journal_(journal), stand_ins_(stand_ins) {
   files_.Clear();
 }
 
@@ -41,23 +42,33 @@ void Applications::ShutDown() {
 
 pid_t Applications::Start(const AppRecord& record, const ProgramInput& input, AppStatus status) {
   if (shut_down_) return 0;
+  const std::string program = FindProgram(record.install_path, record.id);
+  const bool stand_in = program.empty() && input.built_in.empty();
+  if (stand_in && LacksProgram(record)) {
+    Warn(record.id + ": " + WhyNoProgram(record.install_path));
+    return 0;
+  }
   std::string error;
   const int tree = trees_.New();
   ProgramInput marked = input;
   marked.variables.push_back(trees_.MarkOf(tree));
-  const pid_t pid = StartProgram(FindProgram(record.install_path, record.id), marked, &error);
+  const pid_t pid = StartProgram(program, marked, &error);
   if (pid == 0) {
     Warn(record.id + ": " + error);
     return 0;
   }
   App& app = apps_[pid];
-  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, tree, false};
+  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, tree, false, stand_in};
   trees_.Started(tree, pid);
   g_child_watch_add(pid, ChildEnded, this);
   files_.Write(app.platform_id, pid, status);
-  journal_.AppStarted(app.id, pid);
+  journal_.AppStarted(app.id, pid, stand_in);
   if (status == AppStatus::kVisible) BringToFront(pid);
   return pid;
+}
+
+bool Applications::LacksProgram(const AppRecord& record) const {
+  return !stand_ins_ && FindProgram(record.install_path, record.id).empty();
 }
 
 const Applications::App* Applications::Find(const std::string& id) const {

@@ -23,19 +23,22 @@ class Applications {
     AppStatus status = AppStatus::kVisible;
     bool hbbtv = false;
     int tree = 0;
-    bool ending = false;  // told to end
+    bool ending = false;    // told to end
+    bool stand_in = false;  // for want of a program
   };
   using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
 
-  Applications(RunningFiles& files, const Journal& journal);
+  Applications(RunningFiles& files, const Journal& journal, bool stand_ins);
   Applications(const Applications&) = delete;
   Applications& operator=(const Applications&) = delete;
 
   // To be called for each end from now on.
   void OnEnded(const Ended& ended) { ended_.push_back(ended); }
 
-  // The process id, or 0 when the program could not be run.
+  // The process id, or 0 when the program could not be run, or there is none and no stand-ins either.
   pid_t Start(const AppRecord& record, const ProgramInput& input, AppStatus status);
+  // A launch of it fails, because it has no program and stand-ins are not wanted.
+  bool LacksProgram(const AppRecord& record) const;
   // The application, or null when it does not run or has been told to end.
   const App* Find(const std::string& id) const;
   std::vector<App> All() const;
@@ -64,6 +67,7 @@ class Applications {
   std::vector<Ended> ended_;
   std::map<pid_t, App> apps_;
   AppTrees trees_;
+  const bool stand_ins_;
   bool shut_down_ = false;
   std::vector<pid_t> shown_;  // those with a place on the screen, the one in front last
 };

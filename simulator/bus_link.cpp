@@ -10,14 +10,19 @@ constexpr guint kDoNotQueue = 4;
 constexpr guint kPrimaryOwner = 1;
 constexpr int kTimeoutMs = 10000;
 
-ObjectPtr<GDBusConnection> Connect() {
+std::string FindAddress() {
   Error error;
   const StringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
   if (!address) throw NoBus("no system bus: " + error.message());
+  return address.get();
+}
+
+ObjectPtr<GDBusConnection> Connect(const std::string& address) {
+  Error error;
   constexpr auto kFlags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
   ObjectPtr<GDBusConnection> connection(
-      g_dbus_connection_new_for_address_sync(address.get(), kFlags, nullptr, nullptr, error.out()));
+      g_dbus_connection_new_for_address_sync(address.c_str(), kFlags, nullptr, nullptr, error.out()));
   if (!connection) throw NoBus("the system bus cannot be reached: " + error.message());
   return connection;
 }
@@ -63,6 +68,11 @@ gboolean ForwardRunningApps(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invoca
   return TRUE;
 }
 
+gboolean ForwardStandIns(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnStandIns(invocation);
+  return TRUE;
+}
+
 gboolean ForwardEnterPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, const char* pin,
                          gpointer handler) {
   static_cast<CallHandler*>(handler)->OnEnterPin(invocation, question, pin);
@@ -76,7 +86,8 @@ gboolean ForwardCancelPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocati
 
 }  // namespace
 
-BusLink::BusLink(std::function<void()> lost) : lost_(std::move(lost)), connection_(Connect()) {
+BusLink::BusLink(std::function<void()> lost)
+    : lost_(std::move(lost)), address_(FindAddress()), connection_(Connect(address_)) {
   const auto closed = +[](GDBusConnection*, gboolean, GError*, gpointer self) { static_cast<BusLink*>(self)->lost_(); };
   closed_handler_ = g_signal_connect(connection_.get(), "closed", G_CALLBACK(closed), this);
 }
@@ -106,15 +117,20 @@ void BusLink::Export(Skeleton* skeleton, const char* path) {
 }
 
 // Objects first: whoever sees a name may call at once.
-void BusLink::Publish(CallHandler& handler) {
+void BusLink::Publish(CallHandler& handler, const About& about) {
   Export(nuv_glue_litecorvane_server_interface_skeleton_new(), "/org/kelvo/tv/litecorvane/server");
   Export(nuv_glue_corvane_server_interface_skeleton_new(), "/org/kelvo/tv/corvane/server");
   for (const auto& skeleton : exported_) ForwardAllCalls(skeleton.get(), handler);
 
   control_ = ShareObject(nuv_glue_nuv_simulator1_skeleton_new());
+  const StringPtr valid(g_utf8_make_valid(about.directory.c_str(), -1));
+  nuv_glue_nuv_simulator1_set_directory(control_.get(), valid.get());
+  nuv_glue_nuv_simulator1_set_version(control_.get(), NUV_VERSION);
+  nuv_glue_nuv_simulator1_set_has_stand_ins(control_.get(), about.has_stand_ins ? TRUE : FALSE);
   Export(control_.get(), "/org/kelvo/tv/NuvSimulator");
   g_signal_connect(control_.get(), "handle-launch-request", G_CALLBACK(ForwardLaunchRequest), &handler);
   g_signal_connect(control_.get(), "handle-running-apps", G_CALLBACK(ForwardRunningApps), &handler);
+  g_signal_connect(control_.get(), "handle-stand-ins", G_CALLBACK(ForwardStandIns), &handler);
   g_signal_connect(control_.get(), "handle-enter-pin", G_CALLBACK(ForwardEnterPin), &handler);
   g_signal_connect(control_.get(), "handle-cancel-pin", G_CALLBACK(ForwardCancelPin), &handler);
   for (const char* name : kNames) OwnName(name);

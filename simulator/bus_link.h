@@ -17,6 +17,7 @@ class CallHandler {
   virtual void OnServiceCall(GDBusMethodInvocation* invocation) = 0;
   virtual void OnLaunchRequest(GDBusMethodInvocation* invocation) = 0;
   virtual void OnRunningApps(GDBusMethodInvocation* invocation) = 0;
+  virtual void OnStandIns(GDBusMethodInvocation* invocation) = 0;
   virtual void OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) = 0;
   virtual void OnCancelPin(GDBusMethodInvocation* invocation, guint question) = 0;
 
@@ -45,8 +46,16 @@ class BusLink {
 
   // Throws BusError when somebody else owns a name of the service.
   void CheckNames() const;
+  // What the simulator says of itself beside the service.
+  struct About {
+    std::string directory;
+    bool has_stand_ins;
+  };
+
   // Offers the objects, then owns the names. Throws BusError when one is taken.
-  void Publish(CallHandler& handler);
+  void Publish(CallHandler& handler, const About& about);
+
+  const std::string& address() const { return address_; }  // of the bus
 
   NuvGlueNuvSimulator1* control() const { return control_.get(); }
 
@@ -56,6 +65,7 @@ class BusLink {
   void OwnName(const char* name);
 
   std::function<void()> lost_;
+  std::string address_;
   ObjectPtr<GDBusConnection> connection_;
   gulong closed_handler_ = 0;
   std::vector<ObjectPtr<GDBusInterfaceSkeleton>> exported_;

@@ -20,6 +20,8 @@ constexpr mode_t kOwnerOnly = 0700;
 constexpr mode_t kReadableDirectory = 0755;
 constexpr mode_t kReadableFile = 0644;
 constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
+constexpr const char* kLock = ".nuv-simulator.lock";
+constexpr int kOpenLock = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 std::string NameOf(uid_t user) {
@@ -61,6 +63,20 @@ std::string OctalMode(mode_t mode) {
   return text;
 }
 
+struct flock WholeFile() {
+  struct flock range {};
+  range.l_type = F_WRLCK;
+  range.l_whence = SEEK_SET;
+  return range;
+}
+
+std::string Canonical(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path canonical = std::filesystem::canonical(path, error);
+  if (error) Throw(path, error.value());
+  return canonical.string();
+}
+
 File Open(const std::string& path) {
   if (path.empty()) throw DirectoryError("the state directory has no name");
   CheckLink(path);
@@ -74,7 +90,7 @@ File Open(const std::string& path) {
 
 Directory::Directory(const std::string& path) : Directory(Open(WithoutSlashes(path)), WithoutSlashes(path)) {
   Check();
-  path_ = std::filesystem::canonical(path_).string();
+  path_ = Canonical(path_);
 }
 
 Directory::Directory(File file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
@@ -92,9 +108,22 @@ Directory Directory::Make(const std::string& name) const {
   return made;
 }
 
-// A file system that knows no locks is worked in without.
-bool Directory::Lock() const {
-  return flock(file_.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+// The lock on the directory decides: nobody can put something else in its place. Who has it, only a record lock tells,
+// which needs a file. Where that cannot be had, the number is not told, and nothing else is missing. A file system that
+// knows no locks is worked in without.
+bool Directory::Lock() {
+  if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
+  struct flock range = WholeFile();
+  lock_ = File(openat(file_.get(), kLock, kOpenLock | O_CREAT, kReadableFile));
+  if (lock_) fcntl(lock_.get(), F_SETLK, &range);
+  return true;
+}
+
+pid_t Directory::Holder() const {
+  const File file(openat(file_.get(), kLock, kOpenLock));
+  struct flock range = WholeFile();
+  if (!file || fcntl(file.get(), F_GETLK, &range) != 0 || range.l_type == F_UNLCK) return 0;
+  return range.l_pid > 0 ? range.l_pid : 0;
 }
 
 // Of what is open, not of what has the name meanwhile.

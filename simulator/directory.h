@@ -27,8 +27,11 @@ class Directory {
   Directory Make(const std::string& name) const;
 
   // For this process alone until it ends. False while another one has it.
-  bool Lock() const;
+  bool Lock();
+  // The process that has it, as the kernel says; 0 where it does not say.
+  pid_t Holder() const;
 
+  const std::string& Path() const { return path_; }
   std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
   std::vector<std::string> Names() const;
 
@@ -47,6 +50,7 @@ class Directory {
   void Check() const;
 
   File file_;
+  File lock_{-1};
   std::string path_;
 };
 

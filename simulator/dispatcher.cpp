@@ -217,6 +217,15 @@ void Dispatcher::OnRunningApps(GDBusMethodInvocation* invocation) {
   g_dbus_method_invocation_return_value(invocation, g_variant_new("(a(sii))", &apps));
 }
 
+void Dispatcher::OnStandIns(GDBusMethodInvocation* invocation) {
+  GVariantBuilder apps;
+  g_variant_builder_init(&apps, G_VARIANT_TYPE("as"));
+  for (const Applications::App& app : service_.applications.All()) {
+    if (app.stand_in) g_variant_builder_add(&apps, "s", app.id.c_str());
+  }
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &apps));
+}
+
 void Dispatcher::OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) {
   const std::optional<bool> right = service_.pin_gate.Enter(question, pin);
   if (!right) return ReturnNoSuchQuestion(invocation);

@@ -17,7 +17,10 @@ class File {
     if (file_ >= 0) close(file_);
   }
   File(File&& other) noexcept : file_(std::exchange(other.file_, -1)) {}
-  File& operator=(File&&) = delete;
+  File& operator=(File&& other) noexcept {
+    std::swap(file_, other.file_);
+    return *this;
+  }
 
   int get() const { return file_; }
   explicit operator bool() const { return file_ >= 0; }

@@ -43,9 +43,10 @@ void Journal::Result(const std::string& app_id, int event, int result, int event
   nuv_glue_nuv_simulator1_emit_result(control_, app_id.c_str(), event, result, event_index, delivery.c_str());
 }
 
-void Journal::AppStarted(const std::string& app_id, int pid) const {
-  Note("started " + app_id + " pid=" + std::to_string(pid));
-  if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_app_started(control_, app_id.c_str(), pid);
+void Journal::AppStarted(const std::string& app_id, int pid, bool stand_in) const {
+  Note("started " + app_id + " pid=" + std::to_string(pid) + (stand_in ? " stand-in" : ""));
+  if (control_ == nullptr) return;
+  nuv_glue_nuv_simulator1_emit_app_started(control_, app_id.c_str(), pid, stand_in ? TRUE : FALSE);
 }
 
 void Journal::AppStopped(const std::string& app_id, int pid, int status) const {

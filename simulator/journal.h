@@ -18,7 +18,7 @@ class Journal {
   void Request(const std::string& method, const std::string& app_id, const std::string& caller) const;
   void Reply(const std::string& method, const std::string& app_id, const std::string& answer) const;
   void Result(const std::string& app_id, int event, int result, int event_index, const std::string& delivery) const;
-  void AppStarted(const std::string& app_id, int pid) const;
+  void AppStarted(const std::string& app_id, int pid, bool stand_in) const;
   void AppStopped(const std::string& app_id, int pid, int status) const;
   void LaunchDelivered(int pid, const ProgramInput& input) const;
   void ForegroundChanged(const std::string& app_id) const;

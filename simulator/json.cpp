@@ -43,6 +43,12 @@ std::string ReadText(const std::string& path) {
   return text;
 }
 
+// The parser's messages begin with a name of its own in brackets.
+std::string WithoutParserName(const std::string& message) {
+  const std::size_t end = message.find("] ");
+  return message.front() == '[' && end != std::string::npos ? message.substr(end + 2) : message;
+}
+
 // A text with a NUL would be another text for everybody who gets it as a C string: the database, the bus, a program.
 json::parser_callback_t RefuseNul() {
   return [key = std::string()](int, json::parse_event_t event, json& parsed) mutable {
@@ -69,8 +75,10 @@ Json Json::ReadFile(const std::string& path, const std::string& name) {
   try {
     const auto document = std::make_shared<const json>(json::parse(text, RefuseNul()));
     return {document, *document, path + (name.empty() ? ":" : ": " + name)};
+  } catch (const json::exception& error) {
+    Throw(path, WithoutParserName(error.what()));
   } catch (const std::exception& error) {
-    Throw(path, error.what());
+    Throw(path, error.what());  // the parser found a NUL, or no memory
   }
 }
 

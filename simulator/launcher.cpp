@@ -153,7 +153,9 @@ pid_t Launcher::ShowOrStart(const AppRecord& record, const ProgramInput& input) 
     applications_.LaunchAgain(pid, named, AppStatus::kVisible);
     return pid;
   }
-  return applications_.Start(record, named, AppStatus::kVisible);
+  const pid_t pid = applications_.Start(record, named, AppStatus::kVisible);
+  if (pid == 0 && applications_.LacksProgram(record)) throw std::runtime_error(WhyNoProgram(record.install_path));
+  return pid;
 }
 
 // Its dialog may have ended by itself just before it is told to.

@@ -41,10 +41,15 @@ void Describe(CLI::App& app, Options& options) {
          "--pin-answer", [&options](const std::string& name) { options.pin_answer = ParsePinAnswer(name); },
          "Answer for the user when the PIN is asked for")
       ->check(CLI::IsMember(PinAnswerNames()));
+  app.add_flag_function(
+      "--no-stand-ins", [&options](std::int64_t) { options.stand_ins = false; },
+      "Fail the launch of an application that has no program");
   app.add_flag("--reconnect", options.reconnect, "Wait for the bus instead of ending without it");
   app.add_flag("--print-ready", options.print_ready, "Print \"ready\" when the service can be called");
   app.add_option("--ready-fd", options.ready_fd, "Write \"ready\" to this open file when the service can be called")
       ->check(CLI::NonNegativeNumber);
+  app.add_flag("-q,--quiet", options.quiet,
+               "Do not say at the start where the service is; errors and warnings still come");
   app.add_flag("-v,--verbose", options.verbose, "Print a line per request, reply, result, start and stop");
   app.set_version_flag("--version", "nuv-simulator " NUV_VERSION);
 }

@@ -18,6 +18,8 @@ struct Options {
   bool reconnect = false;
   bool print_ready = false;
   int ready_fd = -1;
+  bool stand_ins = true;
+  bool quiet = false;
   bool verbose = false;
 };
 

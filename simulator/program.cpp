@@ -89,6 +89,11 @@ std::string FindProgram(const std::string& install_path, const std::string& app_
   return "";
 }
 
+std::string WhyNoProgram(const std::string& install_path) {
+  if (install_path.empty()) return "it has no program: the catalogue gives no install_path";
+  return "it has no program: none is in its install_path " + install_path;
+}
+
 pid_t StartProgram(const std::string& path, const ProgramInput& input, std::string* error) {
   std::vector<std::string> words = CommandLine(path, input);
   std::vector<char*> command;

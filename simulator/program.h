@@ -30,6 +30,9 @@ struct ProgramInput {
 // stand-in has to do.
 std::string FindProgram(const std::string& install_path, const std::string& app_id);
 
+// Why there is none, for the user.
+std::string WhyNoProgram(const std::string& install_path);
+
 // Starts the program in a process group of its own that ends with this process. 0 and *error when it cannot be run.
 pid_t StartProgram(const std::string& path, const ProgramInput& input, std::string* error);
 

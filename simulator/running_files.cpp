@@ -43,8 +43,10 @@ bool IsFresh(const std::string& content) {
 Directory Locked(const std::string& path) {
   Directory directory(path);
   if (directory.Lock()) return directory;
-  throw DirectoryError(path +
-                       " is in use by another nuv-simulator: end that one, or choose another directory with --dir");
+  const pid_t holder = directory.Holder();
+  throw DirectoryError(path + " is in use by another nuv-simulator" +
+                       (holder == 0 ? "" : " (process " + std::to_string(holder) + ")") +
+                       ": end that one, or choose another directory with --dir");
 }
 
 }  // namespace

@@ -16,10 +16,11 @@ enum class AppStatus { kVisible = 3, kHidden = 4, kBackground = 5 };
 // Replaces and removes only what looks like its own files: whatever else people keep there stays.
 class RunningFiles {
  public:
-  // Nothing is changed before Clear().
+  // Locks the directory; throws DirectoryError, which names the one that has it. No file is removed before Clear().
   explicit RunningFiles(const std::string& directory);
 
-  void Clear() const;                // removes what an earlier run left behind
+  void Clear() const;                                        // removes what an earlier run left behind
+  const std::string& Path() const { return state_.Path(); }  // of the state directory
   std::string DatabasePath() const;  // of a database that is a file; made where it is missing. Throws DirectoryError
 
   void Write(const std::string& platform_id, pid_t pid, AppStatus status) const;

@@ -1,5 +1,6 @@
 #include "scenario.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 
@@ -166,6 +167,10 @@ Rule Scenario::Match(const std::string& method, const std::string& app) {
     if (rule.method.value_or(method) == method && Use(rule, app)) return rule;
   }
   return {};
+}
+
+bool Scenario::AnswersPins() const {
+  return std::any_of(rules_.begin(), rules_.end(), [](const Rule& rule) { return rule.pin.has_value(); });
 }
 
 std::optional<PinScript> Scenario::MatchPin(const std::string& app) {

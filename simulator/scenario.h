@@ -54,6 +54,8 @@ class Scenario {
   // changes nothing.
   Rule Match(const std::string& method, const std::string& app);
 
+  bool AnswersPins() const;  // for some application, at some time
+
   // What to answer when the PIN for the application is asked for, counted as used. Only rules that name the dialog say
   // that.
   std::optional<PinScript> MatchPin(const std::string& app);

@@ -4,7 +4,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -15,7 +17,8 @@ constexpr int kReconnectMs = 200;
 
 // The sample that comes with the system, or the one of the source tree where it is not installed.
 Catalogue SampleCatalogue() {
-  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE);
+  std::error_code ignored;
+  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE, ignored);
   return ReadCatalogue(installed ? NUV_INSTALLED_CATALOGUE : NUV_SOURCE_CATALOGUE);
 }
 
@@ -63,9 +66,11 @@ void Server::Connect() {
   link_->CheckNames();
   // Only now is it sure that no other simulator works in the state directory; and only with everything in place may a
   // client see the names.
-  if (service_ == nullptr) PrepareService();
-  link_->Publish(*dispatcher_);
+  const bool first = service_ == nullptr;
+  if (first) PrepareService();
+  link_->Publish(*dispatcher_, {files_.Path(), options_.stand_ins});
   journal_.Attach(link_->control());
+  if (first && !options_.quiet) TellWhere();
   TellReady();
 }
 
@@ -73,11 +78,33 @@ void Server::PrepareService() {
   auto service = std::make_unique<Service>(options_, files_, scenario_, journal_);
   if (seed_) {
     service->catalogue.Load(*seed_);
+    TellMissingPrograms(*seed_);
   } else if (service->catalogue.was_empty()) {
     service->catalogue.Load(SampleCatalogue());
   }
   service_ = std::move(service);
   dispatcher_ = std::make_unique<Dispatcher>(*service_, scenario_, journal_);
+}
+
+// Of a path that the catalogue gives: the sample, and an application without one, have a stand-in on purpose.
+void Server::TellMissingPrograms(const Catalogue& catalogue) const {
+  std::size_t missing = 0;
+  for (const Catalogue::App& app : catalogue.apps) {
+    const std::string id = TextOf(app, "id");
+    const std::string path = TextOf(app, "install_path");
+    if (path.empty() || !FindProgram(path, id).empty()) continue;
+    ++missing;
+    journal_.Note("missing " + id + " has no program in " + path);
+  }
+  if (missing == 0) return;
+  Warn(options_.seed + ": " + std::to_string(missing) + (missing == 1 ? " application has" : " applications have") +
+       " no program in the install_path" + (options_.verbose ? "" : "; --verbose names them"));
+}
+
+void Server::TellWhere() const {
+  const std::size_t count = service_->catalogue.Count();
+  Warn("on " + link_->address() + ", in " + files_.Path() + ": " + std::to_string(count) +
+       (count == 1 ? " application" : " applications") + ", PINs from " + service_->pin_gate.Sources());
 }
 
 void Server::TellReady() {
@@ -87,7 +114,10 @@ void Server::TellReady() {
   }
   if (ready_fd_ < 0) return;
   const int fd = std::exchange(ready_fd_, -1);
-  if (write(fd, "ready\n", 6) != 6) Warn("--ready-fd: cannot be written");
+  errno = EIO;  // of a write that is cut short
+  const bool written = write(fd, "ready\n", 6) == 6;
+  const int error = errno;
+  if (!written) Warn("--ready-fd " + std::to_string(fd) + " cannot be written: " + std::strerror(error));
   if (fd > STDERR_FILENO) close(fd);
 }
 

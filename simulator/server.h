@@ -29,6 +29,8 @@ class Server {
 
   void Connect();  // throws
   void PrepareService();
+  void TellMissingPrograms(const Catalogue& catalogue) const;
+  void TellWhere() const;
   void TellReady();
   void TryAgainLater();
   void BusLost();

@@ -90,7 +90,7 @@ constexpr ServiceMethod kMethods[] = {
 Service::Service(const Options& options, RunningFiles& files, ScenarioFile& scenario, const Journal& the_journal)
     : journal(the_journal),
       catalogue(files.DatabasePath()),
-      applications(files, the_journal),
+      applications(files, the_journal, options.stand_ins),
       pin_gate(options, scenario, catalogue, applications, the_journal),
       launcher(catalogue, applications, pin_gate, options.settle_ms) {}
 

@@ -3,9 +3,14 @@
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 #include <SQLiteCpp/VariadicBind.h>
+#include <fcntl.h>
 #include <glib.h>
 
+#include <cerrno>
+#include <cstring>
 #include <set>
+
+#include "file.h"
 
 namespace simulator {
 namespace {
@@ -84,18 +89,37 @@ int Run(SQLite::Database& database, const char* sql, const Texts&... texts) {
   return statement.exec();
 }
 
+// SQLite only says that it cannot open the file; the system says why.
+std::string WhyNotOpened(const std::string& path, const DatabaseError& error) {
+  const File file(open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file ? error.getErrorStr() : std::strerror(errno);
+}
+
 // Of a file that is there, through no link.
 SQLite::Database Open(const std::string& path) {
   try {
     return {path, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW, kBusyTimeoutMs};
   } catch (const DatabaseError& error) {
-    throw DatabaseError(path + ": " + error.getErrorStr());
+    throw DatabaseError(path + ": " + WhyNotOpened(path, error));
   }
 }
 
 }  // namespace
 
-CatalogueDb::CatalogueDb(const std::string& path) : database_(Open(path)) {
+template <typename Work>
+auto CatalogueDb::Named(const Work& work) {
+  try {
+    return work();
+  } catch (const DatabaseError& error) {
+    throw DatabaseError(path_ + ": " + error.what());
+  }
+}
+
+CatalogueDb::CatalogueDb(const std::string& path) : path_(path), database_(Open(path)) {
+  Named([this] { SetUp(); });
+}
+
+void CatalogueDb::SetUp() {
   // What is lost with the machine is made again from a catalogue; a launch is not to wait for the disk.
   database_.exec("PRAGMA synchronous = OFF");
   SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
@@ -128,36 +152,49 @@ void CatalogueDb::AddMissingColumns() {
   }
 }
 
+std::size_t CatalogueDb::Count() {
+  return Named([this] {
+    SQLite::Statement count(database_, "SELECT count(*) FROM widgetinfo");
+    count.executeStep();
+    return static_cast<std::size_t>(count.getColumn(0).getInt64());
+  });
+}
+
 void CatalogueDb::Load(const Catalogue& catalogue) {
-  SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
-  for (const Catalogue::App& app : catalogue.apps) InsertApp(database_, app);
-  for (const auto& [name, value] : catalogue.config) {
-    Run(database_, "INSERT OR REPLACE INTO NUVConfigTable (name, value) VALUES (?, ?)", name, value);
-  }
-  transaction.commit();
+  Named([&] {
+    SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+    for (const Catalogue::App& app : catalogue.apps) InsertApp(database_, app);
+    for (const auto& [name, value] : catalogue.config) {
+      Run(database_, "INSERT OR REPLACE INTO NUVConfigTable (name, value) VALUES (?, ?)", name, value);
+    }
+    transaction.commit();
+  });
 }
 
 std::optional<AppRecord> CatalogueDb::Find(const std::string& name) {
-  return FirstRecord(database_, kByAnyName, name);
+  return Named([&] { return FirstRecord(database_, kByAnyName, name); });
 }
 
 std::optional<AppRecord> CatalogueDb::FindByRunTitle(const std::string& run_title) {
-  return FirstRecord(database_, kByRunTitle, run_title);
+  return Named([&] { return FirstRecord(database_, kByRunTitle, run_title); });
+}
+
+template <typename... Texts>
+bool CatalogueDb::ChangesOne(const char* sql, const Texts&... texts) {
+  return Named([&] { return Run(database_, sql, texts...) == 1; });
 }
 
 bool CatalogueDb::CountLaunch(const std::string& id) {
-  return Run(database_,
-             "UPDATE widgetinfo SET use_count = use_count + 1, launch_date = datetime('now', 'localtime')"
-             " WHERE id = ?",
-             id) == 1;
+  return ChangesOne(
+      "UPDATE widgetinfo SET use_count = use_count + 1, launch_date = datetime('now', 'localtime') WHERE id = ?", id);
 }
 
 bool CatalogueDb::SetVersion(const std::string& id, const std::string& version) {
-  return Run(database_, "UPDATE widgetinfo SET version = ? WHERE id = ?", version, id) == 1;
+  return ChangesOne("UPDATE widgetinfo SET version = ? WHERE id = ?", version, id);
 }
 
 bool CatalogueDb::ClearUpdated(const std::string& id) {
-  return Run(database_, "UPDATE widgetinfo SET is_updated = 0 WHERE id = ?", id) == 1;
+  return ChangesOne("UPDATE widgetinfo SET is_updated = 0 WHERE id = ?", id);
 }
 
 }  // namespace simulator

@@ -27,11 +27,13 @@ enum AppType { kWebApp = 2, kNativeApp = 4, kAndroidApp = 8, kHbbtvApp = 16 };
 
 class CatalogueDb {
  public:
-  // Opens the database, creates it when missing, and adds the columns that an older one lacks.
+  // Every error names the file. Opens the database, creates it when missing, and adds the columns that an older one
+  // lacks.
   explicit CatalogueDb(const std::string& path);
 
   // No application was there when the database was opened.
   bool was_empty() const { return was_empty_; }
+  std::size_t Count();
   // Adds the applications, in place of those with the same id, and the settings.
   void Load(const Catalogue& catalogue);
 
@@ -45,9 +47,15 @@ class CatalogueDb {
   bool ClearUpdated(const std::string& id);
 
  private:
+  template <typename Work>
+  auto Named(const Work& work);  // with the file's name on each error
+  template <typename... Texts>
+  bool ChangesOne(const char* sql, const Texts&... texts);  // an application, and not none
+  void SetUp();
   void CreateTables();
   void AddMissingColumns();
 
+  std::string path_;
   SQLite::Database database_;
   bool was_empty_ = false;
 };

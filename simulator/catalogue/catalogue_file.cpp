@@ -34,6 +34,13 @@ Catalogue::App ReadApp(const Json& object) {
 
 }  // namespace
 
+std::string TextOf(const Catalogue::App& app, const std::string& column) {
+  for (const auto& [given, value] : app) {
+    if (column == given->name && std::holds_alternative<std::string>(value)) return std::get<std::string>(value);
+  }
+  return "";
+}
+
 Catalogue ReadCatalogue(const std::string& path) {
   Catalogue catalogue;
   for (const auto& [key, value] : Json::ReadFile(path, "").Members()) {

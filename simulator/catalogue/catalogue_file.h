@@ -21,6 +21,9 @@ struct Catalogue {
   std::vector<std::pair<std::string, std::string>> config;
 };
 
+// A text column of the application; empty where the file does not give it.
+std::string TextOf(const Catalogue::App& app, const std::string& column);
+
 // Throws JsonError.
 Catalogue ReadCatalogue(const std::string& path);
 

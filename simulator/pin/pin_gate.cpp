@@ -38,6 +38,22 @@ PinGate::PinGate(const Options& options, ScenarioFile& scenario, CatalogueDb& ca
   applications_.OnEnded([this](pid_t pid, int) { Ended(pid); });
 }
 
+std::string PinGate::Sources() {
+  std::vector<std::string> sources;
+  if (scenario_.Current().AnswersPins()) sources.push_back("the scenario " + options_.scenario);
+  if (options_.pin_answer) {
+    sources.push_back("--pin-answer " + PinAnswerNames()[static_cast<std::size_t>(*options_.pin_answer)]);
+  } else if (terminal_.Available()) {
+    sources.emplace_back("the terminal");
+  } else if (const AppRecord asks = CommonUi(); !FindProgram(asks.install_path, asks.id).empty()) {
+    sources.push_back("the application " + asks.id);
+  }
+  if (sources.empty()) return "nobody: locked applications are refused";
+  std::string text = sources.front();
+  for (std::size_t i = 1; i < sources.size(); ++i) text += ", then " + sources[i];
+  return text;
+}
+
 AppRecord PinGate::CommonUi() {
   AppRecord record;
   record.platform_id = kCommonUiApp;

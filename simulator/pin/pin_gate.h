@@ -31,6 +31,9 @@ class PinGate {
   std::optional<bool> Enter(guint question, const std::string& pin);  // whether it was the right one
   bool Cancel(guint question);
 
+  // Who is asked, in words: in this order, the first that has an answer.
+  std::string Sources();
+
   // Of the dialog that shows or was the last to do so; 0 before the first.
   pid_t last_dialog() const { return last_dialog_; }
   // What is shown as the common-UI application: the catalogue's, or one of our own where it has none.

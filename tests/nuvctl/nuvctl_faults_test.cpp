@@ -98,7 +98,7 @@ TEST_F(NuvctlFaults, ABusThatDoesNotAnswerDoesNotHoldUpTheDeadline) {
 
 TEST_F(NuvctlFaults, ARequestThatRunsOutOfTimeIsATimeout) {
   StartSimulator(kDoesNotAnswer);
-  Process nuvctl({NUV_TEST_DIR "/hurried_nuvctl", "launch", kApp, "--json"}, directory_.path(),
+  Process nuvctl({NUV_TEST_DIR "/hurried_nuvctl", "launch", kApp, "--no-wait", "--json"}, directory_.path(),
                  {{"NUV_HOST_DIR", directory_ / "client"}});
   const NuvctlRun run = Finish(nuvctl);
   EXPECT_THAT(run.errors, HasSubstr("launch_app within 15000 ms\n"));
@@ -228,6 +228,7 @@ class NuvctlWithBrokenActivation : public NuvctlTest {
 TEST_F(NuvctlWithBrokenActivation, TheRequestFailed) {
   StartBus();
   const NuvctlRun run = Run({"launch", kApp, "--wait", "20"});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service does not run and could not be started\n");
+  EXPECT_EQ(run.status, 5);
+  EXPECT_THAT(run.errors, StartsWith("nuvctl: service gone: the service does not run and could not be started "
+                                     "(org.freedesktop.DBus.Error.Spawn.ChildExited: "));
 }

@@ -1,6 +1,7 @@
 // The verbs of nuvctl for the inner side of the database: inner, used, set, count, version and command.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <set>
 
 #include "distinct_row.h"
@@ -151,8 +152,42 @@ TEST_F(NuvctlInner, SetRefusesWhatIsNoFieldAndNoValue) {
   EXPECT_EQ(Ask({"set", "a.b", "is_updated", "1"}).status, 2);
 }
 
+TEST_F(NuvctlInner, SetTakesAFlagInWords) {
+  database_.Add("a.b");
+  for (const char* field : {"is_ispbound", "is_hybrid_tv", "is_lock"}) {
+    for (const auto& [word, number] : {std::pair("true", "1"), {"false", "0"}, {"1", "1"}, {"0", "0"}}) {
+      EXPECT_EQ(Ask({"set", "a.b", field, word}).status, 0) << field;
+      EXPECT_EQ(Column(field), number) << field;
+    }
+  }
+  EXPECT_EQ(Ask({"set", "a.b", "is_updated", "false"}).status, 0);
+}
+
+TEST_F(NuvctlInner, SetRefusesAValueThatTheFieldCannotHaveAndWritesNothing) {
+  database_.Add("a.b",
+                {{"is_lock", 0}, {"is_hybrid_tv", 0}, {"is_ispbound", 0}, {"is_updated", 1}, {"ait_appid", "o"}});
+  const std::vector<std::array<std::string, 3>> wrong = {
+      {"is_lock", "maybe", "VALUE: is_lock is a flag: true, false, 1 or 0: maybe"},
+      {"is_lock", "2", "is a flag"},
+      {"is_lock", "", "is a flag"},
+      {"is_hybrid_tv", "TRUE", "is a flag"},
+      {"is_ispbound", "1 ", "is a flag"},
+      {"is_updated", "true", "VALUE: is_updated can only be set to 0: true"},
+      {"ait_ids", "12", "VALUE: ait_ids is two ids with a comma between them: 12"},
+      {"ait_ids", ",34", "is two ids"},
+      {"ait_ids", "12,", "is two ids"},
+      {"ait_ids", "1,2,3", "is two ids"},
+  };
+  for (const auto& [field, value, says] : wrong) {
+    const NuvctlRun run = Ask({"set", "a.b", field, value});
+    EXPECT_EQ(run.status, 2) << field << " " << value;
+    EXPECT_THAT(run.errors, HasSubstr(says));
+  }
+  EXPECT_EQ(Column("is_lock || is_hybrid_tv || is_ispbound || is_updated || ait_appid"), "0001o");
+}
+
 TEST_F(NuvctlInner, ChangesOfUnknownApplicationsAreNotFound) {
-  const std::vector<Arguments> changes = {{"set", "x", "version", "1"}, {"count", "x"}, {"version", "x", "1"}};
+  const std::vector<Arguments> changes = {{"set", "x", "version", "1"}, {"count", "x"}, {"set-version", "x", "1"}};
   for (const Arguments& change : changes) {
     ExpectFailure(change, 3, "not found: the database has no application x");
   }
@@ -168,7 +203,7 @@ TEST_F(NuvctlInner, TheLibraryMakesAChangeWhenThereIsNoService) {
 
 TEST_F(NuvctlInner, VersionAndCommandNeedTheService) {
   database_.Add("a.b", {{"version", "1"}});
-  for (const Arguments& verb : {Arguments{"version", "a.b", "2"}, Arguments{"command", "7"}}) {
+  for (const Arguments& verb : {Arguments{"set-version", "a.b", "2"}, Arguments{"command", "7"}}) {
     const NuvctlRun run = Ask(verb);
     EXPECT_EQ(run.status, 5) << run.errors;
     EXPECT_THAT(run.errors, testing::StartsWith("nuvctl: service gone: "));
@@ -185,7 +220,7 @@ TEST_F(NuvctlChange, TheServiceMakesAChangeWhenItAnswers) {
   EXPECT_EQ(Asked("nuv_update_app_count"), "('a.b',)");
   EXPECT_EQ(Ask({"set", "a.b", "is_updated", "0"}).output, "changed by the service\n");
   EXPECT_EQ(Asked("nuv_update_app_by_key"), "('a.b', 0)");
-  EXPECT_EQ(Ask({"version", "a.b", "2.0"}).output, "changed by the service\n");
+  EXPECT_EQ(Ask({"set-version", "a.b", "2.0"}).output, "changed by the service\n");
   EXPECT_EQ(Asked("nuv_update_app_version"), "('a.b', '2.0')");
   EXPECT_EQ(Column("use_count || is_updated"), "41");
 }
@@ -195,7 +230,7 @@ TEST_F(NuvctlChange, AnotherAnswerOfTheServiceIsAFailureAndNothingIsWritten) {
   Answer("nuv_update_app_count", "(-2,)");
   Answer("nuv_update_app_version", "(7,)");
   ExpectFailure({"count", "a.b"}, 1, "failed: the service answered -2");
-  ExpectFailure({"version", "a.b", "2"}, 1, "failed: the service answered 7");
+  ExpectFailure({"set-version", "a.b", "2"}, 1, "failed: the service answered 7");
   EXPECT_EQ(Column("use_count"), "4");
 }
 

@@ -21,7 +21,7 @@ class NuvctlLaunchRequest : public NuvctlOnBusTest {
 
   LaunchRequest Request(Arguments arguments) {
     service_.Forget();
-    arguments.insert(arguments.begin(), "launch");
+    arguments.insert(arguments.begin(), {"launch", "--no-wait"});
     const NuvctlRun run = Run(arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "accepted\n");
@@ -107,7 +107,7 @@ TEST_F(NuvctlLaunch, IsDescribedInJson) {
 
 TEST_F(NuvctlLaunch, AcceptanceInJsonHasTheSameKeys) {
   StartSimulator();
-  const NuvctlRun run = Run({"launch", kApp, "--json"});
+  const NuvctlRun run = Run({"launch", kApp, "--no-wait", "--json"});
   EXPECT_EQ(run.Json(), Json::parse(R"({
       "verb": "launch", "outcome": "accepted", "status": 0, "app": "org.example.player",
       "function": "nuv_launch_webapp", "code": null, "name": null, "meaning": null, "events": []})"));
@@ -144,7 +144,9 @@ TEST_F(NuvctlLaunch, ARequestThatTheServiceRefusesIsAFailure) {
   for (const char* shape : {"--webapp", "--plain"}) {
     const NuvctlRun run = Launch({kApp, shape});
     EXPECT_EQ(run.status, 1) << shape;
-    EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request\n");
+    EXPECT_EQ(run.errors,
+              "nuvctl: failed: the service did not carry out the request "
+              "(org.freedesktop.DBus.Error.Failed: The scenario says so)\n");
     EXPECT_EQ(Run({"launch", kApp, shape}).status, 1) << shape;
   }
 }
@@ -194,4 +196,13 @@ TEST_F(NuvctlLaunch, AFailureWithAStatusThatHasNoNameIsAFailure) {
   EXPECT_EQ(json["status"], 1);
   EXPECT_EQ(json["code"], 499);
   EXPECT_EQ(json["name"], nullptr);
+}
+
+// What a client leaves unanswered reads like a fault in the log of the service. The answer leaves nuvctl late, and the
+// result itself has told it that the launch is over.
+TEST_F(NuvctlLaunchRequest, TheResultIsAnsweredBeforeItGoes) {
+  const auto nuvctl = Start({"launch", kApp, "--wait", "20"}, {{"LD_PRELOAD", SLOW_ANSWERS}});
+  ASSERT_TRUE(WaitUntil([this] { return service_.Launches().size() == 1; }));
+  EXPECT_TRUE(service_.SendResult(service_.Launches().front(), SentResult()));
+  EXPECT_EQ(Finish(*nuvctl).status, 0);
 }

@@ -10,6 +10,7 @@
 namespace {
 
 GVariant* AnyValue(const std::string& type) {
+  if (type == "b") return g_variant_new_boolean(TRUE);
   return type == "s" ? g_variant_new_string("text") : g_variant_new_int32(7);
 }
 
@@ -40,7 +41,7 @@ TEST(WatchLines, EachSignalOfTheSimulatorHasALineWithAllItsArguments) {
     ASSERT_TRUE(line) << (*signal)->name;
     size_t values = 0;
     const auto json = nlohmann::json::parse(ToJson(line->fields));
-    for (const auto& item : json) values += item == "text" || item == 7 ? 1 : 0;
+    for (const auto& item : json) values += item == "text" || item == 7 || item == true ? 1 : 0;
     EXPECT_EQ(values, g_variant_n_children(arguments.get())) << (*signal)->name;
   }
 }

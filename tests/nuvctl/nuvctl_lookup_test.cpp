@@ -13,13 +13,13 @@ class NuvctlLookup : public NuvctlCatalogueTest {};
 
 TEST_F(NuvctlLookup, ShowFindsByIdKelvoIdAndPackageName) {
   database_.Add("a.b", {{"kelvo_id", "k"}, {"pkgname", "p"}, {"run_title", "Run"}});
-  for (const char* name : {"a.b", "k", "p"}) {
+  for (const char* name : {"a.b", "k", "p", "Run"}) {
     const Json json = AskJson({"show", name});
     EXPECT_EQ(json["app"], name);
     EXPECT_EQ(json["record"]["app_id"], "a.b");
     EXPECT_EQ(json["record"].size(), 59u);
   }
-  ExpectFailure({"show", "Run"}, 3, "not found: the catalogue has no usable application with the id Run");
+  ExpectFailure({"show", "Title"}, 3, "not found: the catalogue has no usable application with the id Title");
 }
 
 TEST_F(NuvctlLookup, ShowFindsByRunTitle) {

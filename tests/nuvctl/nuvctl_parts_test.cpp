@@ -11,9 +11,11 @@
 
 #include "command/verb.h"
 #include "launch/launch_functions.h"
+#include "report/did_you_mean.h"
 #include "report/report.h"
 #include "report/text.h"
 #include "service/meanings.h"
+#include "service/round_trips.h"
 #include "temp_dir.h"
 
 namespace {
@@ -34,11 +36,12 @@ std::vector<std::string> SynopsisOf(const std::string& verb) {
   return lines;
 }
 
-// "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position.
+// "*--title* _RUNTITLE_" for an option, "*--force*" for a flag, "_ID_" for a position. A short name is left out.
 std::string InSynopsis(const Argument& argument) {
   if (argument.kind == Argument::Kind::kPosition) return std::string("_") + argument.name + "_";
   const std::string value_name = argument.value_name;
-  return std::string("*") + argument.name + "*" + (value_name.empty() ? "" : " _" + value_name + "_");
+  const std::string name = argument.name;
+  return "*" + name.substr(name.find(',') + 1) + "*" + (value_name.empty() ? "" : " _" + value_name + "_");
 }
 
 // The arguments of the verb, and its own verbs with theirs.
@@ -174,6 +177,16 @@ TEST(Meanings, NumbersOfTheOtherShapeAndUnknownOnesDecideNothing) {
   for (const int code : {404, 412, 599, 613, 0, -1}) EXPECT_FALSE(Judge({kPlain, "a", 0, code})) << code;
 }
 
+TEST(RoundTripFigures, AreThoseOfTheNearestRank) {
+  RoundTrips times;
+  EXPECT_EQ(ToJson(times.ToFields()), R"({"min_us":null,"median_us":null,"p99_us":null,"max_us":null})");
+  EXPECT_EQ(times.InWords(), "");
+  times.Add(1500);
+  EXPECT_EQ(times.InWords(), "round trip min/median/p99/max = 1.500/1.500/1.500/1.500 ms");
+  for (int i = 200; i >= 2; --i) times.Add(i);  // and 1500: 200 times
+  EXPECT_EQ(ToJson(times.ToFields()), R"({"min_us":2,"median_us":101,"p99_us":199,"max_us":1500})");
+}
+
 TEST(PrintableText, KeepsWhatCanBePrinted) {
   EXPECT_EQ(Printable("org.example/äpp ☃"), "org.example/äpp ☃");
 }
@@ -288,20 +301,33 @@ TEST(ManPage, KeepsTheVerbsOfAGroupTogether) {
   for (const auto& [place, group] : group_at) {
     if (groups.empty() || groups.back() != group) groups.push_back(group);
   }
-  EXPECT_THAT(groups, testing::ElementsAre(Group::kLaunching, Group::kRunning, Group::kService, Group::kCatalogue,
-                                           Group::kInner));
+  EXPECT_THAT(groups, testing::ElementsAre(Group::kApplications, Group::kRunning, Group::kCatalogue, Group::kService,
+                                           Group::kDiagnosis));
 }
 
 TEST(Verbs, StandInTheOrderThatPeopleKnow) {
   const std::vector<std::string> known = {
-      "launch", "kpi",     "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
-      "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
-      "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch"};
+      "launch",  "preload",        "pin",       "terminate", "terminate-all", "ps",          "status",
+      "showing", "android-status", "extra-app", "list",      "show",          "locked",      "uninstallable",
+      "group",   "inner",          "used",      "set",       "count",         "set-version", "kpi",
+      "popup",   "command",        "explain",   "watch",     "ping"};
   std::vector<std::string> names;
   for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
   ASSERT_GE(names.size(), known.size());
   EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + static_cast<long>(known.size())), known);
   EXPECT_TRUE(std::is_sorted(names.begin() + static_cast<long>(known.size()), names.end()));
+}
+
+TEST(Suggestions, AreTheNearestAndNoneWhereNothingIsNear) {
+  const std::vector<std::string> known = {"launch", "list", "show", "org.kelvo.app.clock"};
+  EXPECT_EQ(DidYouMean("lanuch", known), "; did you mean launch?");
+  EXPECT_EQ(DidYouMean("LIST", known), "; did you mean list?");
+  EXPECT_EQ(DidYouMean("shwo", known), "; did you mean show?");
+  EXPECT_EQ(DidYouMean("org.kelvo.app.clokc", known), "; did you mean org.kelvo.app.clock?");
+  for (const char* far : {"", "terminate", "xy", "org.kelvo.other"}) EXPECT_EQ(DidYouMean(far, known), "") << far;
+  EXPECT_EQ(DidYouMean("shwo", {"show", "shxx"}), "; did you mean show?");
+  EXPECT_EQ(DidYouMean("a1", {"a2", "a3", "b2"}), "; did you mean a2 or a3?");
+  EXPECT_EQ(DidYouMean("ab", {"a\x1b"}), "; did you mean a\\u001b?");
 }
 
 TEST(SlowHeaders, AreSeenByTheSourcesThatNeedThemOnly) {

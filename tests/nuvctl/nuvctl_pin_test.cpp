@@ -50,7 +50,7 @@ class NuvctlPin : public NuvctlHostTest {
 
   SentRequest Request(Arguments arguments) const {
     service_->Forget();
-    arguments.insert(arguments.begin(), "pin");
+    arguments.insert(arguments.begin(), {"pin", "--no-wait"});
     const NuvctlRun run = Run(arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "accepted\n");
@@ -182,7 +182,7 @@ TEST_F(NuvctlPinOnHost, StartsTheCommonUiApplicationOfTheCatalogue) {
   StartHost(R"({"apps": [{"id": "org.example.player", "is_lock": 1},
                          {"id": "org.kelvo.corvane-commui", "app_type": 4, "install_path": ")" +
             program + R"("}]})");
-  const NuvctlRun run = Run({"pin", "org.example.player", "--caller", "me"});
+  const NuvctlRun run = Run({"pin", "org.example.player", "--no-wait", "--caller", "me"});
   EXPECT_EQ(run.status, 0) << run.errors;
   ASSERT_TRUE(WaitUntil([&] { return !ReadFile(program + ".data").empty(); }));
   const Json given = Json::parse(ReadFile(program + ".data"));

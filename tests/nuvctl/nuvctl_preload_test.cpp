@@ -30,7 +30,7 @@ TEST_F(NuvctlPreload, EndsInPreloaded) {
   EXPECT_EQ(run.status, 0) << run.errors;
   EXPECT_EQ(run.output, "launched: 904 NUV_NOTIFY_PRELOADED: the application was started without being shown\n");
   EXPECT_EQ(run.errors, "");
-  EXPECT_EQ(Run({"status", "org.example.player"}).output, "running\n");
+  EXPECT_EQ(Run({"status", "org.example.player"}).output, "running (stand-in)\n");
   EXPECT_EQ(Run({"showing"}).status, 3);
 }
 
@@ -48,7 +48,7 @@ TEST_F(NuvctlPreload, AsksForTheApplicationThatTheCatalogueHas) {
   StartHost(kCatalogue);
   StopHost();
   RecordingService service(bus_.address());
-  const NuvctlRun run = Run({"preload", "kv.player", "--payload", "[x]=\"1\"&y=ä"});
+  const NuvctlRun run = Run({"preload", "kv.player", "--no-wait", "--payload", "[x]=\"1\"&y=ä"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.output, "accepted\n");
   ASSERT_EQ(service.Launches().size(), 1u);
@@ -58,7 +58,7 @@ TEST_F(NuvctlPreload, AsksForTheApplicationThatTheCatalogueHas) {
   EXPECT_EQ(request.flags[0], 0);
   EXPECT_EQ(request.flags[1], 1);
   service.Forget();
-  EXPECT_EQ(Run({"preload", "org.example.player"}).status, 0);
+  EXPECT_EQ(Run({"preload", "org.example.player", "--no-wait"}).status, 0);
   EXPECT_EQ(service.Launches().at(0).texts[1], "");
 }
 
@@ -84,7 +84,9 @@ TEST_F(NuvctlPreload, ARequestThatTheServiceRefusesIsAFailure) {
   StartHost(kCatalogue, R"([{"method": "launch_app", "answer": "error"}])");
   const NuvctlRun run = Preload({"org.example.player"});
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request\n");
+  EXPECT_EQ(run.errors,
+            "nuvctl: failed: the service did not carry out the request "
+            "(org.freedesktop.DBus.Error.Failed: The scenario says so)\n");
 }
 
 TEST_F(NuvctlPreload, AResultThatDoesNotComeIsATimeout) {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "records/record_fields.h"
+#include "report/fitted_columns.h"
 #include "report/text.h"
 
 using Json = nlohmann::ordered_json;
@@ -113,4 +114,16 @@ TEST(SqlLists, QuoteEachIdAndDoubleTheQuotesInside) {
   EXPECT_EQ(SqlList({"a"}), "'a'");
   EXPECT_EQ(SqlList({"a", "b.c", ""}), "'a','b.c',''");
   EXPECT_EQ(SqlList({"it's", "''", "') or 1=1 --", "%s\\'"}), "'it''s','''''',''') or 1=1 --','%s\\'''");
+}
+
+TEST(FittedTables, ATitleGivesWayBeforeAnyColumnIsDroppedInItsOrder) {
+  using testing::ElementsAre;
+  const std::vector<ColumnNeed> needs = {{10, false, 0}, {20, true, 0}, {5, false, 2}, {5, false, 1}};
+  EXPECT_THAT(FittedColumns(needs, 2, 100), ElementsAre(10, 20, 5, 5));
+  EXPECT_THAT(FittedColumns(needs, 2, 46), ElementsAre(10, 20, 5, 5));
+  EXPECT_THAT(FittedColumns(needs, 2, 45), ElementsAre(10, 19, 5, 5));
+  EXPECT_THAT(FittedColumns(needs, 2, 34), ElementsAre(10, 8, 5, 5));
+  EXPECT_THAT(FittedColumns(needs, 2, 33), ElementsAre(10, 14, 5, 0));
+  EXPECT_THAT(FittedColumns(needs, 2, 26), ElementsAre(10, 14, 0, 0));
+  EXPECT_THAT(FittedColumns(needs, 2, 5), ElementsAre(10, 8, 0, 0));
 }

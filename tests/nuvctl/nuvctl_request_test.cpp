@@ -64,7 +64,7 @@ class NuvctlRequestSent : public NuvctlRequest {
  protected:
   LaunchRequest Sent(const std::string& content) {
     service_.Forget();
-    const NuvctlRun run = Launch(content);
+    const NuvctlRun run = Launch(content, {"--no-wait"});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "accepted\n");
     return TheLaunch();
@@ -126,7 +126,7 @@ TEST_F(NuvctlRequestSent, ExtraDataSetTheOptionsOfTheLaunch) {
 
 TEST_F(NuvctlRequestSent, MayComeFromTheStandardInputStream) {
   WriteFile(file(), R"({"app": "a.b", "uri": "u"})");
-  Process shell({"sh", "-c", NUV_BIN_DIR "/nuvctl launch --request - < " + file()}, directory_.path());
+  Process shell({"sh", "-c", NUV_BIN_DIR "/nuvctl launch --no-wait --request - < " + file()}, directory_.path());
   EXPECT_EQ(shell.Wait(), 0) << shell.Errors();
   EXPECT_EQ(TheLaunch().texts[2], "u");
 }

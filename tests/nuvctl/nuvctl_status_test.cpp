@@ -39,7 +39,7 @@ TEST_F(NuvctlStatus, TellsWhetherTheApplicationRuns) {
   StartHost(kCatalogue);
   ExpectStatus("org.example.player", "stopped");
   ExpectLaunched("org.example.player");
-  ExpectStatus("org.example.player", "running");
+  ExpectStatus("org.example.player", "running (stand-in)");
   EXPECT_EQ(Run({"terminate-all"}).status, 0);
   EXPECT_TRUE(WaitUntil([this] { return Run({"status", "org.example.player"}).output == "stopped\n"; }));
 }
@@ -47,27 +47,27 @@ TEST_F(NuvctlStatus, TellsWhetherTheApplicationRuns) {
 TEST_F(NuvctlStatus, TakesTheKelvoIdAndTheRunTitle) {
   StartHost(kCatalogue);
   ExpectLaunched("org.example.player");
-  ExpectStatus("kv.player", "running");
-  ExpectStatus("Player", "running");
+  ExpectStatus("kv.player", "running (stand-in)");
+  ExpectStatus("Player", "running (stand-in)");
 }
 
 TEST_F(NuvctlStatus, AsksForTheHybridPartOfAHybridApplication) {
   StartHost(kCatalogue);
   ExpectLaunched("org.example.hybrid");
-  ExpectStatus("org.example.hybrid", "running");
+  ExpectStatus("org.example.hybrid", "running (stand-in)");
 }
 
 TEST_F(NuvctlStatus, AnApplicationBehindTheScreenRunsToo) {
   StartHost(kCatalogue);
   EXPECT_EQ(Run({"launch", "org.example.player", "--background", "--wait", "20"}).status, 0);
-  ExpectStatus("org.example.player", "running");
+  ExpectStatus("org.example.player", "running (stand-in)");
 }
 
 TEST_F(NuvctlStatus, IsDescribedInJson) {
   StartHost(kCatalogue, kAndroidStatusIsMinus7);
   EXPECT_EQ(Run({"status", "org.example.player", "--json"}).Json(),
             Json::parse(R"({"verb": "status", "outcome": "done", "status": 0, "app": "org.example.player",
-                            "state": 0, "running": false})"));
+                            "state": 0, "running": false, "stand_in": null})"));
   ExpectLaunched("org.example.player");
   const Json running = Run({"status", "Player", "--json"}).Json();
   EXPECT_EQ(running["state"], 1);
@@ -87,7 +87,9 @@ TEST_F(NuvctlStatus, AServiceThatDoesNotTellOfAnAndroidApplicationIsAFailure) {
   StartHost(kCatalogue, R"([{"method": "get_android_app_status", "answer": "error"}])");
   const NuvctlRun run = Run({"status", "org.example.android"});
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request\n");
+  EXPECT_EQ(run.errors,
+            "nuvctl: failed: the service did not carry out the request "
+            "(org.freedesktop.DBus.Error.Failed: The scenario says so)\n");
   EXPECT_EQ(Run({"status", "org.example.android", "--json"}).Json()["state"], nullptr);
 }
 
@@ -117,7 +119,7 @@ TEST_F(NuvctlStatus, AnApplicationThatTheCatalogueDoesNotHaveIsNotFound) {
   }
   EXPECT_EQ(Run({"status", "org.example.nosuch", "--json"}).Json(),
             Json::parse(R"({"verb": "status", "outcome": "not found", "status": 3, "app": "org.example.nosuch",
-                            "state": null, "running": null, "error": {"message":
+                            "state": null, "running": null, "stand_in": null, "error": {"message":
   "not found: the catalogue has no usable application with the id or run title org.example.nosuch"}})"));
 }
 
@@ -165,11 +167,12 @@ TEST_F(NuvctlShowing, ShowsTheApplicationOnTheScreen) {
   StartHost(kCatalogue);
   ExpectNothingShows();
   ExpectLaunched("org.example.player");
-  ExpectShowing("org.example.player");
+  ExpectShowing("org.example.player (stand-in)");
   ExpectLaunched("org.example.hybrid");
-  ExpectShowing("org.example.hybrid");
+  ExpectShowing("org.example.hybrid (stand-in)");
   EXPECT_EQ(Run({"showing", "--json"}).Json(),
-            Json::parse(R"({"verb": "showing", "outcome": "done", "status": 0, "app": "org.example.hybrid"})"));
+            Json::parse(R"({"verb": "showing", "outcome": "done", "status": 0, "app": "org.example.hybrid",
+                            "stand_in": true})"));
 }
 
 TEST_F(NuvctlShowing, WhatRunsUnseenDoesNotShow) {

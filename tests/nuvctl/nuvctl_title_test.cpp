@@ -26,8 +26,10 @@ class NuvctlByName : public NuvctlCatalogueTest {
     EXPECT_EQ(run.output + run.errors, "");
   }
 
-  LaunchRequest Request(const Arguments& arguments) {
+  LaunchRequest Request(const Arguments& given) {
     service_.Forget();
+    Arguments arguments = given;
+    arguments.emplace_back("--no-wait");
     const NuvctlRun run = Ask(arguments);
     EXPECT_EQ(run.output, "accepted\n") << run.errors;
     const auto launches = service_.Launches();
@@ -56,12 +58,12 @@ TEST_F(NuvctlByName, ALaunchByTitleHasThePlainShapeToo) {
 }
 
 TEST_F(NuvctlByName, ALaunchByTitleNamesItsFunction) {
-  const Json json = AskJson({"launch", "--title", "Run"});
+  const Json json = AskJson({"launch", "--no-wait", "--title", "Run"});
   EXPECT_EQ(json["title"], "Run");
   EXPECT_FALSE(json.contains("app"));
   EXPECT_EQ(json["function"], "nuv_launch_webapp_by_runtitle");
-  EXPECT_EQ(AskJson({"launch", "--title", "Run", "--plain"})["function"], "nuv_launch_app_by_runtitle");
-  EXPECT_EQ(AskJson({"launch", "--title", "Run", "--plain", "--caller", "x"})["function"],
+  EXPECT_EQ(AskJson({"launch", "--no-wait", "--title", "Run", "--plain"})["function"], "nuv_launch_app_by_runtitle");
+  EXPECT_EQ(AskJson({"launch", "--no-wait", "--title", "Run", "--plain", "--caller", "x"})["function"],
             "nuv_launch_app_by_runtitle_with_param");
 }
 
@@ -75,7 +77,8 @@ TEST_F(NuvctlByName, ALaunchOfAnUnknownTitleIsNotFound) {
 
 TEST_F(NuvctlByName, ALaunchByTitleThatTheServiceRefusesIsAFailure) {
   service_.AnswerTo("launch_app", {RecordingService::Answer::kError, "no", "org.kelvo.Error.Refused"});
-  ExpectFailure({"launch", "--title", "Run"}, 1, "failed: the service did not carry out the request");
+  ExpectFailure({"launch", "--title", "Run"}, 1,
+                "failed: the service did not carry out the request (org.kelvo.Error.Refused: no)");
 }
 
 TEST_F(NuvctlByName, ALaunchByTitleForcesAndHidesNothing) {
@@ -104,7 +107,7 @@ TEST_F(NuvctlByName, TerminateTakesOptionCallerAndReason) {
   ExpectQuietSuccess({"terminate", "a.b", "--caller", "", "--reason", ""});
   EXPECT_EQ(Asked("terminate_app"), "('a.b', 0, '', '')");
   EXPECT_EQ(AskJson({"terminate", "k"}), Json::parse(R"({"verb": "terminate", "outcome": "done", "status": 0,
-                                                         "app": "k"})"));
+                                                         "app": "k", "gone": true})"));
 }
 
 TEST_F(NuvctlByName, TerminateSendsTheRunTitleAsItIs) {
@@ -125,8 +128,10 @@ TEST_F(NuvctlByName, ATerminationThatTheServiceRefusesIsAFailure) {
   for (const char* method : {"terminate_app", "terminate_app_by_runtitle"}) {
     service_.AnswerTo(method, {RecordingService::Answer::kError, "no", "org.kelvo.Error.Refused"});
   }
-  ExpectFailure({"terminate", "a.b"}, 1, "failed: the service did not carry out the request");
-  ExpectFailure({"terminate", "--title", "Run"}, 1, "failed: the service did not carry out the request");
+  ExpectFailure({"terminate", "a.b"}, 1,
+                "failed: the service did not carry out the request (org.kelvo.Error.Refused: no)");
+  ExpectFailure({"terminate", "--title", "Run"}, 1,
+                "failed: the service did not carry out the request (org.kelvo.Error.Refused: no)");
 }
 
 TEST_F(NuvctlByName, TerminateRefusesWhatItsFunctionsCannotDo) {

@@ -1,6 +1,9 @@
 // The command line of nuvctl: what it refuses, how it says so, and what needs no service.
 #include <gmock/gmock.h>
 
+#include <regex>
+#include <sstream>
+
 #include "nuvctl_run.h"
 
 using testing::HasSubstr;
@@ -14,7 +17,7 @@ struct WrongLine {
 };
 
 const WrongLine kWrongLines[] = {
-    {{}, "a verb is needed: launch, kpi"},
+    {{}, "a verb is needed: launch, preload"},
     {{"frobnicate"}, "no such verb: frobnicate"},
     {{"--nosuch"}, "no such option: --nosuch"},
     {{"launch"}, "ID or --title is required"},
@@ -47,7 +50,21 @@ const WrongLine kWrongLines[] = {
 
 }  // namespace
 
-class NuvctlUsage : public NuvctlTest {};
+class NuvctlUsage : public NuvctlTest {
+ protected:
+  // The first words of the lines that stand below the headings of the groups.
+  std::vector<std::string> VerbsOfTheHelp() const {
+    std::vector<std::string> verbs;
+    std::string all = Run({"--help"}).output;
+    std::istringstream lines(all.substr(all.find("\nApplications:\n")));
+    const std::regex verb("  ([a-z-]+) .*");
+    std::smatch match;
+    for (std::string line; std::getline(lines, line);) {
+      if (std::regex_match(line, match, verb)) verbs.push_back(match[1]);
+    }
+    return verbs;
+  }
+};
 
 TEST_F(NuvctlUsage, AWrongCommandLineEndsInStatus2AndSaysWhatIsWrong) {
   for (const WrongLine& line : kWrongLines) {
@@ -119,4 +136,45 @@ TEST_F(NuvctlUsage, AnAnswerThatCannotBeWrittenIsAFailure) {
   Process shell({"sh", "-c", NUV_BIN_DIR "/nuvctl --help > /dev/full"}, directory_.path());
   EXPECT_EQ(shell.Wait(), 1);
   EXPECT_THAT(shell.Errors(), HasSubstr("cannot write"));
+}
+
+TEST_F(NuvctlUsage, NoLineOfTheHelpIsWiderThan80Columns) {
+  std::vector<Arguments> helps = {{"--help"}, {"inner", "show", "--help"}};
+  for (const std::string& verb : VerbsOfTheHelp()) helps.push_back({verb, "--help"});
+  EXPECT_GE(helps.size(), 26u);
+  for (const Arguments& help : helps) {
+    std::istringstream lines(Run(help).output);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+  }
+}
+
+TEST_F(NuvctlUsage, TheHelpHasTheVerbsInGroups) {
+  EXPECT_THAT(Run({"--help"}).output,
+              testing::ContainsRegex("\nApplications:\n  launch .*\nRunning:\n  ps .*\nCatalogue:\n  list "
+                                     ".*\nService:\n  kpi .*\nDiagnosis:\n  explain "));
+}
+
+TEST_F(NuvctlUsage, HelpOfAVerbIsThatOfItsOption) {
+  EXPECT_EQ(Run({"help"}).output, Run({"--help"}).output);
+  EXPECT_EQ(Run({"help", "launch"}).output, Run({"launch", "--help"}).output);
+  EXPECT_EQ(Run({"help", "inner", "show"}).output, Run({"inner", "show", "--help"}).output);
+  const NuvctlRun unknown = Run({"help", "lanuch"});
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.errors, HasSubstr("no such verb: lanuch; did you mean launch?"));
+}
+
+TEST_F(NuvctlUsage, WhatIsNearlyRightIsAnsweredWithASuggestion) {
+  const WrongLine lines[] = {
+      {{"lanuch"}, "no such verb: lanuch; did you mean launch?"},
+      {{"--jsno"}, "no such option: --jsno; did you mean --json?"},
+      {{"launch", "a", "--paylaod", "x"}, "; did you mean --payload?"},
+      {{"list", "--veiw=title"}, "; did you mean --view?"},
+      {{"inner", "show", "--any-sate", "a"}, "; did you mean --any-state?"},
+      {{"set", "a", "is_lokc", "1"}, "no such field: is_lokc; did you mean is_lock?"},
+  };
+  for (const WrongLine& line : lines) {
+    const NuvctlRun run = Run(line.arguments);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.errors, HasSubstr(line.says));
+  }
 }

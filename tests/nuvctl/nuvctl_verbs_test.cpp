@@ -109,7 +109,7 @@ TEST_F(NuvctlVerbs, ARefusalOfTheServiceIsAFailure) {
   const NuvctlRun run = Run({"popup", "4"});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.output, "");
-  EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request\n");
+  EXPECT_EQ(run.errors, "nuvctl: failed: the service did not carry out the request (org.kelvo.Error.Refused: no)\n");
 }
 
 TEST_F(NuvctlVerbs, AnAnswerOfAnotherTypeIsAFailure) {

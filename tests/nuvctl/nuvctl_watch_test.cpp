@@ -64,7 +64,7 @@ TEST_F(NuvctlWatch, ShowsALaunchFromTheRequestToTheEnd) {
                          testing::StrEq("reply method=\"launch_app\" app=\"org.example.player\" answer=\"reply\""),
                          testing::StrEq("front app=\"org.example.player\""),
                      }));
-  EXPECT_THAT(shown, testing::Contains(MatchesRegex("started app=\"org.example.player\" pid=[0-9]+")));
+  EXPECT_THAT(shown, testing::Contains(MatchesRegex("started app=\"org.example.player\" pid=[0-9]+ stand-in")));
   EXPECT_THAT(shown, testing::Contains(MatchesRegex("result app=\"org.example.player\" event=900 "
                                                     "\\(NUV_NOTIFY_LAUNCHED\\) result=0 index=[0-9]+ "
                                                     "delivery=\"delivered.*\"")));

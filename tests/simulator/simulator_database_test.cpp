@@ -123,7 +123,7 @@ struct BadCatalogue {
 
 TEST_F(SimulatorDatabaseTest, ABadCatalogueIsRefusedWithThePlace) {
   constexpr BadCatalogue kBad[] = {
-      {"{", "parse error"},
+      {"{", "bad.json: parse error at line 1"},
       {"[]", "has to be an object"},
       {R"({"applications": []})", "applications: neither"},
       {R"({"apps": {}})", "apps has to be a list"},

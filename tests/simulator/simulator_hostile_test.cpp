@@ -117,7 +117,7 @@ TEST_F(SimulatorHostileTest, ATextOfTheDatabaseThatIsNoUtf8IsAnErrorLikeAnyOther
   ChangeDatabase("CREATE TRIGGER t BEFORE UPDATE ON widgetinfo BEGIN SELECT RAISE(ABORT, 'no \xff\x9b way'); END");
   const Reply reply = CallCorvane("nuv_update_app_count", g_variant_new("(s)", "an.app"));
   EXPECT_EQ(reply.error, "org.freedesktop.DBus.Error.Failed");
-  EXPECT_EQ(reply.message, "no \xef\xbf\xbd\xef\xbf\xbd way");
+  EXPECT_EQ(reply.message, directory_ / ".corvane.db" + ": no \xef\xbf\xbd\xef\xbf\xbd way");
   EXPECT_TRUE(WaitUntil([&] { return !simulator_->Errors().empty(); }));
   EXPECT_THAT(simulator_->Errors(), HasSubstr("no \\xff\\x9b way\n"));
   EXPECT_EQ(Call("heartbeat").Text(), "()");

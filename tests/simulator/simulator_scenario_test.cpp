@@ -205,7 +205,7 @@ struct BadScenario {
 
 TEST_F(SimulatorScenarioTest, ABadScenarioIsRefusedWithThePlace) {
   constexpr BadScenario kBad[] = {
-      {"[", "parse error"},
+      {"[", ".json: parse error at line 1"},
       {"{}", "rules has to be a list"},
       {"[1]", "rules[0] has to be an object"},
       {R"x([{}, {"metod": "x"}])x", "rules[1].metod: there is no such key"},

@@ -1,6 +1,7 @@
 // The state directory: whose it has to be, and what in it is left alone.
 #include <gmock/gmock.h>
 #include <nuv/nuv_launch_codes.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -281,6 +282,75 @@ TEST_F(SimulatorStateTest, ALinkInPlaceOfTheDatabaseIsRefused) {
 TEST_F(SimulatorStateTest, ADatabaseThatIsNoFileIsRefused) {
   ASSERT_EQ(mkfifo((directory_ / ".corvane.db").c_str(), 0600), 0);
   EXPECT_THAT(Refusal(directory_.path()), HasSubstr("/.corvane.db is in the way"));
+}
+
+TEST_F(SimulatorStateTest, ASecondOneOnAnotherBusNamesTheFirstAndLeavesItsApplications) {
+  StartApps();
+  EXPECT_EQ(OutcomeOf({"a.app"}), kLaunched);
+  const std::string running = RunningFile("a.app");
+  const PrivateBus other;
+  Process second({NUV_BIN_DIR "/nuv-simulator", "--dir", directory_.path()}, files_.path());
+  EXPECT_EQ(second.Wait(), 1);
+  EXPECT_EQ(second.Errors(), "nuv-simulator: " + directory_.path() + " is in use by another nuv-simulator (process " +
+                                 std::to_string(simulator_->pid()) +
+                                 "): end that one, or choose another directory with --dir\n");
+  EXPECT_EQ(RunningFile("a.app"), running);
+}
+
+// Its applications are not what keeps the directory.
+TEST_F(SimulatorStateTest, TheDirectoryIsFreeAgainOnceItsSimulatorWasKilled) {
+  const std::string survivor =
+      WriteScript("survivor.sh", "setsid sleep 1000 & echo $! > '" + (files_ / "pid") + "'; exec sleep 1000");
+  Start({}, R"({"apps": [{"id": "a.app", "install_path": ")" + survivor + R"("}]})");
+  EXPECT_EQ(OutcomeOf({"a.app"}), kLaunched);
+  ASSERT_TRUE(WaitUntil([&] { return !ReadFile(files_ / "pid").empty(); }));
+  simulator_->KillAndWait();
+  StartPlain();
+  EXPECT_TRUE(WaitForOutput("ready")) << simulator_->Errors();
+  kill(std::stoi(ReadFile(files_ / "pid")), SIGKILL);
+}
+
+TEST_F(SimulatorStateTest, SaysAtTheStartWhereItIsAndWhatItHas) {
+  StartIn(directory_.path());
+  ASSERT_TRUE(WaitForOutput("ready")) << simulator_->Errors();
+  EXPECT_EQ(simulator_->Errors(), "nuv-simulator: on " + bus_.address() + ", in " + directory_.path() +
+                                      ": 1 application, PINs from nobody: locked applications are refused\n");
+}
+
+TEST_F(SimulatorStateTest, SaysWhereThePinsComeFrom) {
+  WriteFile(files_ / "rules.json", R"([{"method": "pin_dialog", "pin": "wrong"}])");
+  WriteFile(files_ / "two.json", R"({"apps": [{"id": "a.app"}, {"id": "b.app"}]})");
+  Process simulator({NUV_BIN_DIR "/nuv-simulator", "--print-ready", "--dir", directory_.path(), "--seed",
+                     files_ / "two.json", "--scenario", files_ / "rules.json", "--pin-answer", "cancelled"},
+                    files_.path());
+  ASSERT_TRUE(WaitUntil([&] { return simulator.Output() == "ready\n" || !simulator.Running(); }));
+  EXPECT_THAT(simulator.Errors(), HasSubstr(": 2 applications, PINs from the scenario " + (files_ / "rules.json") +
+                                            ", then --pin-answer cancelled\n"));
+}
+
+TEST_F(SimulatorStateTest, SaysNothingAtTheStartWhenItIsToBeQuiet) {
+  Start({"--quiet"});
+  EXPECT_EQ(simulator_->Errors(), "");
+}
+
+TEST_F(SimulatorStateTest, PublishesItsDirectoryAndVersion) {
+  Start();
+  const Reply reply =
+      CallObject("org.kelvo.tv.corvane.server", "/org/kelvo/tv/NuvSimulator", "org.freedesktop.DBus.Properties",
+                 "GetAll", g_variant_new("(s)", "org.kelvo.tv.NuvSimulator1"));
+  EXPECT_THAT(reply.Text(), HasSubstr("'Directory': <'" + directory_.path() + "'>"));
+  EXPECT_THAT(reply.Text(), HasSubstr("'Version': <'" NUV_TEST_VERSION "'>"));
+}
+
+TEST_F(SimulatorStateTest, ADatabaseThatIsNoneIsNamedWithTheReason) {
+  WriteFile(directory_ / ".corvane.db", std::string(4096, 'x'));
+  EXPECT_EQ(Refusal(directory_.path()),
+            "nuv-simulator: " + (directory_ / ".corvane.db") + ": file is not a database\n");
+}
+
+TEST_F(SimulatorStateTest, AReadyFileThatCannotBeWrittenIsNamedWithTheReason) {
+  Start({"--ready-fd", "77"});
+  EXPECT_EQ(simulator_->Errors(), "nuv-simulator: --ready-fd 77 cannot be written: Bad file descriptor\n");
 }
 
 }  // namespace

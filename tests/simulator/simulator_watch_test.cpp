@@ -39,7 +39,7 @@ TEST_F(SimulatorWatchTest, ALaunchIsSeenFromTheRequestToTheResult) {
   const std::string pid = std::to_string(RunningNumber("a.app", "pid"));
   EXPECT_TRUE(Hears("Request('launch_app', 'a.app', 'the.caller')"));
   EXPECT_TRUE(Hears("Reply('launch_app', 'a.app', 'reply')"));
-  EXPECT_TRUE(Hears("AppStarted('a.app', " + pid + ")"));
+  EXPECT_TRUE(Hears("AppStarted('a.app', " + pid + ", true)"));
   EXPECT_TRUE(Hears("ForegroundChanged('a.app',)"));
   EXPECT_TRUE(Hears("Result('a.app', 900, 0, 5, 'delivered')"));
 }

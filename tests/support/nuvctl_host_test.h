@@ -6,13 +6,20 @@
 class NuvctlHostTest : public NuvctlOnBusTest {
  protected:
   // nuv-simulator, ready, with the catalogue. Once at most.
-  void StartHost(const std::string& catalogue, const std::string& scenario = "[]") {
+  void StartHost(const std::string& catalogue, const std::string& scenario = "[]", const Arguments& options = {}) {
     WriteFile(directory_ / "catalogue.json", catalogue);
     WriteFile(directory_ / "rules.json", scenario);
-    host_ = std::make_unique<Process>(
-        Arguments{NUV_BIN_DIR "/nuv-simulator", "--dir", state(), "--seed", directory_ / "catalogue.json", "--scenario",
-                  directory_ / "rules.json", "--print-ready", "--verbose"},
-        directory_.path());
+    Arguments command{NUV_BIN_DIR "/nuv-simulator",
+                      "--dir",
+                      state(),
+                      "--seed",
+                      directory_ / "catalogue.json",
+                      "--scenario",
+                      directory_ / "rules.json",
+                      "--print-ready",
+                      "--verbose"};
+    command.insert(command.end(), options.begin(), options.end());
+    host_ = std::make_unique<Process>(command, directory_.path());
     ASSERT_TRUE(WaitUntil([this] { return HostSaid("ready") || !host_->Running(); }));
     ASSERT_TRUE(host_->Running()) << host_->Errors();
   }

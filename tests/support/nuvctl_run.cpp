@@ -35,7 +35,7 @@ void NuvctlTest::StartSimulator(const std::string& scenario) {
   WriteFile(directory_ / "seed.json", std::string(R"({"apps": [{"id": ")") + kApp + R"("}]})");
   WriteFile(directory_ / "scenario.json", scenario);
   simulator_ = std::make_unique<Process>(
-      Arguments{NUV_BIN_DIR "/nuv-simulator", "--dir", directory_ / "service", "--seed", directory_ / "seed.json",
+      Arguments{NUV_BIN_DIR "/nuv-simulator", "--dir", directory_ / "client", "--seed", directory_ / "seed.json",
                 "--scenario", directory_ / "scenario.json", "--print-ready", "--verbose"},
       directory_.path());
   ASSERT_TRUE(WaitUntil([this] { return SimulatorSaid("ready") || !simulator_->Running(); }));

@@ -130,7 +130,7 @@ void SimulatorTest::Start(const std::vector<std::string>& options, const std::st
 }
 
 void SimulatorTest::StartPlain(const std::vector<std::string>& options) {
-  std::vector<std::string> command = {kSimulator, "--dir", directory_.path(), "--print-ready", "-v"};
+  std::vector<std::string> command = {kSimulator, "--dir", directory_.path(), "--print-ready", "-v", "--quiet"};
   command.insert(command.end(), options.begin(), options.end());
   // What GLib calls a programming error ends it.
   simulator_ = std::make_unique<Process>(command, files_.path(), Process::Environment{{"G_DEBUG", "fatal-criticals"}});

@@ -26,6 +26,18 @@ using CancellableOwner = GlibOwner<GCancellable>;
 using VariantOwner = GlibOwner<GVariant>;
 using TextOwner = GlibOwner<char>;
 
+// Has the loop of the default main context call the function. For any thread; never called where the loop has ended.
+inline void InMainLoop(std::function<void()> action) {
+  g_idle_add_full(
+      G_PRIORITY_DEFAULT,
+      [](gpointer data) -> gboolean {
+        (*static_cast<std::function<void()>*>(data))();
+        return G_SOURCE_REMOVE;
+      },
+      new std::function<void()>(std::move(action)),
+      [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+}
+
 // A one-shot timer of the default main context.
 class Timer {
  public:

@@ -7,6 +7,8 @@
 #include <variant>
 
 #include "command/command_line.h"
+#include "command/guard.h"
+#include "report/terminal.h"
 #include "report/text.h"
 
 namespace {
@@ -19,6 +21,7 @@ void SetUpLog(bool verbose) {
 
 int RunCommand(const Command& command) {
   SetUpLog(command.values.Flag("-v,--verbose"));
+  ChooseColour(command.values.Text("--color", "auto"));
   return Print(command.Run(), command.values.Flag("--json"));
 }
 
@@ -40,12 +43,15 @@ int WithOutputWritten(int status) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  int status = 0;
   try {
-    return WithOutputWritten(Run(argc, argv));
+    status = WithOutputWritten(Run(argc, argv));
   } catch (const std::exception& error) {
     Report report;
     report.outcome = Outcome::kFailed;
     report.error = Printable(error.what());
-    return Print(report, AsksForJson(argc, argv));
+    status = Print(report, AsksForJson(argc, argv));
   }
+  if (WorkIsAbandoned()) std::_Exit(status);
+  return status;
 }

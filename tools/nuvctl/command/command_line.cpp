@@ -7,12 +7,18 @@
 #include <cmath>
 #include <deque>
 #include <limits>
+#include <utility>
 
+#include "command/guard.h"
+#include "command/help_text.h"
+#include "report/did_you_mean.h"
 #include "report/text.h"
+#include "service/simulator_state.h"
 
 namespace {
 
 constexpr double kMostSeconds = 1e6;
+constexpr char kHelpVerb[] = "help";
 
 // More than a command line can hold.
 constexpr int kMostValues = 1 << 24;
@@ -47,6 +53,7 @@ struct Slot {
 
 Value Slot::Result() const {
   if (argument->kind == Argument::Kind::kFlag) return flag;
+  if (option == nullptr) return text.empty() ? Value() : Value(text);  // it stands with several verbs
   if (option->empty()) return nullptr;
   switch (argument->type) {
     case Argument::Type::kText:
@@ -94,14 +101,24 @@ CLI::Option* Add(CLI::App& app, Slot& slot) {
   return option->required(argument.required);
 }
 
-// "A or B", "A, B or C"
-std::string EitherOf(const std::vector<const char*>& names) {
-  std::string text;
-  for (const char* const& name : names) {
-    if (!text.empty()) text += &name == &names.back() ? " or " : ", ";
-    text += name;
+std::vector<std::string> VerbNames() {
+  std::vector<std::string> names;
+  for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
+  return names;
+}
+
+std::string NoSuchVerb(const std::string& name) {
+  return "no such verb: " + name + DidYouMean(name, VerbNames()) + "; the verbs are " + Joined(VerbNames());
+}
+
+// The long names of options and flags.
+std::vector<std::string> OptionNames(const std::vector<Argument>& arguments) {
+  std::vector<std::string> names;
+  for (const Argument& argument : arguments) {
+    const std::string name = argument.name;
+    if (argument.kind != Argument::Kind::kPosition) names.push_back(name.substr(name.find(',') + 1));
   }
-  return text;
+  return names;
 }
 
 // The command line, and what the user has given on it.
@@ -127,6 +144,7 @@ class Line {
   Values ValuesOf(const Place& place) const;
   const Place* Reached() const;
   std::string NoVerb() const;
+  std::string MeantOption(const Place& place) const;
 
   CLI::App app_{"Launches applications through the Nuv service and talks to it.", "nuvctl"};
   std::deque<Slot> common_;
@@ -139,12 +157,12 @@ Line::Line() {
   app_.set_help_flag("-h,--help", "Show this help and exit");
   app_.require_subcommand(1);
   app_.get_formatter()->label("SUBCOMMAND", "VERB");
-  app_.get_formatter()->label("Subcommands", "Verbs");
-  app_.footer(ExitStatusHelp());
+  app_.footer("nuvctl help VERB tells more of a verb.\n\n" + ExitStatusHelp());
   AddCommonFlags(app_);
   for (const Verb& verb : Verbs()) {
     CLI::App* app = AddVerb(app_, verb, verb);
     AddCommonFlags(*app);
+    app->group(HeadingOf(verb.group));
     app->footer(ExitStatusHelp());
   }
 }
@@ -179,7 +197,7 @@ void Line::Check(const Place& place) const {
   const Values values = ValuesOf(place);
   const auto given = [&values](const char* name) { return values.Given(name); };
   if (!verb.one_of.empty() && std::none_of(verb.one_of.begin(), verb.one_of.end(), given)) {
-    throw CLI::RequiredError(EitherOf(verb.one_of));
+    throw CLI::RequiredError(EitherOf({verb.one_of.begin(), verb.one_of.end()}));
   }
   const std::string wrong = verb.check != nullptr ? verb.check(values) : "";
   if (!wrong.empty()) throw CLI::ValidationError(wrong);
@@ -203,13 +221,23 @@ const Line::Place* Line::Reached() const {
 
 // What the parser says of a line without a verb is about "subcommands".
 std::string Line::NoVerb() const {
-  std::vector<std::string> names;
-  for (const Verb& verb : Verbs()) names.emplace_back(verb.name);
-  const std::string verbs = Joined(names);
+  const std::string verbs = Joined(VerbNames());
   const std::vector<std::string> unknown = app_.remaining();
   if (unknown.empty()) return "a verb is needed: " + verbs;
   const bool option = unknown.front().rfind('-', 0) == 0;
-  return std::string("no such ") + (option ? "option" : "verb") + ": " + unknown.front() + "; the verbs are " + verbs;
+  if (!option) return NoSuchVerb(unknown.front());
+  return "no such option: " + unknown.front() + DidYouMean(unknown.front(), OptionNames(CommonFlags())) +
+         "; the verbs are " + verbs;
+}
+
+// For the first option that the verb does not have: it may lie with the verb that the verb belongs to.
+std::string Line::MeantOption(const Place& place) const {
+  std::vector<std::string> names = OptionNames(CommonFlags());
+  for (std::string& name : OptionNames(place.chosen->arguments)) names.push_back(std::move(name));
+  for (const std::string& unknown : app_.remaining(true)) {
+    if (unknown.rfind("--", 0) == 0) return DidYouMean(unknown.substr(0, unknown.find('=')), names);
+  }
+  return "";
 }
 
 ParsedCommandLine Line::Parse(std::vector<std::string> arguments) {
@@ -217,12 +245,13 @@ ParsedCommandLine Line::Parse(std::vector<std::string> arguments) {
     std::reverse(arguments.begin(), arguments.end());  // the order the parser takes them in
     app_.parse(std::move(arguments));
   } catch (const CLI::CallForHelp&) {
-    return app_.help();
+    return FittedHelp(app_.help());
   } catch (const CLI::CallForVersion& version) {
     return std::string(version.what()) + "\n";
   } catch (const CLI::ParseError& error) {
     const Place* place = Reached();
-    return place != nullptr ? UsageError(place->named->name, error.what()) : UsageError("", NoVerb());
+    if (place == nullptr) return UsageError("", NoVerb());
+    return UsageError(place->named->name, error.what() + MeantOption(*place));
   }
   const Place& place = *Reached();
   return Command{place.named, place.chosen, ValuesOf(place)};
@@ -240,8 +269,26 @@ std::optional<Report> RefuseInvalidText(const std::vector<std::string>& argument
 
 }  // namespace
 
+namespace {
+
+// Where the bus or the service is gone, nobody is there to differ from.
+bool ServiceAnswers(Outcome outcome) {
+  return outcome != Outcome::kUsage && outcome != Outcome::kServiceGone && outcome != Outcome::kBusGone &&
+         outcome != Outcome::kInterrupted;
+}
+
+Report RunVerb(const Verb& verb, const Values& values) {
+  Report report = verb.run(values);
+  if (verb.sides == Sides::kOne || !ServiceAnswers(report.outcome)) return report;
+  if (const std::string why = WhyOtherDirectory(); !why.empty()) report.warnings.push_back(why);
+  return report;
+}
+
+}  // namespace
+
 Report Command::Run() const {
-  Report report = chosen->run(values);
+  // The work has its own copy of all that it needs: it may go on when nobody waits for it any more.
+  Report report = RunGuarded([verb = chosen, given = values] { return RunVerb(*verb, given); });
   report.verb = named->name;
   return report;
 }
@@ -249,6 +296,13 @@ Report Command::Run() const {
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
   if (auto refused = RefuseInvalidText(arguments)) return *refused;
+  if (!arguments.empty() && arguments.front() == kHelpVerb) {
+    const std::vector<std::string> names = VerbNames();
+    const bool known = arguments.size() == 1 || std::find(names.begin(), names.end(), arguments[1]) != names.end();
+    if (!known) return UsageError("", NoSuchVerb(arguments[1]));
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+  }
   return Line().Parse(std::move(arguments));
 }
 

@@ -2,20 +2,21 @@
 
 #include <algorithm>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 namespace {
 
-// The order that people know. A verb that is not here comes behind these, by its name.
+// The order of a group is this one. A verb that is not here comes behind these, by its name.
 constexpr const char* kKnownOrder[] = {
-    "launch", "kpi",     "popup",         "android-status", "terminate", "terminate-all", "extra-app", "list",
-    "show",   "locked",  "uninstallable", "group",          "explain",   "inner",         "used",      "set",
-    "count",  "version", "command",       "status",         "showing",   "preload",       "pin",       "watch",
+    "launch",    "preload",     "pin",  "terminate", "terminate-all", "ps",      "status", "showing", "android-status",
+    "extra-app", "list",        "show", "locked",    "uninstallable", "group",   "inner",  "used",    "set",
+    "count",     "set-version", "kpi",  "popup",     "command",       "explain", "watch",  "ping",
 };
 
 auto PlaceOf(const Verb& verb) {
   const std::string name = verb.name;
-  return std::pair(std::find(std::begin(kKnownOrder), std::end(kKnownOrder), name), name);
+  return std::tuple(verb.group, std::find(std::begin(kKnownOrder), std::end(kKnownOrder), name), name);
 }
 
 std::vector<Verb>& Registered() {
@@ -97,10 +98,25 @@ Argument TitleOption() {
   return Option("--title", "RUNTITLE", "Name the application by its run title instead").From(Live::kRunTitles);
 }
 
+Argument TimeoutOption() {
+  return Option("--timeout", "SECONDS", "Give the service so long to answer (default: the library's limit)").Seconds();
+}
+
+namespace {
+
+std::string ReadWhen(std::string& when) {
+  const bool known = when == "auto" || when == "always" || when == "never";
+  return known ? "" : "not one of auto, always, never: " + when;
+}
+
+}  // namespace
+
 const std::vector<Argument>& CommonFlags() {
   static const std::vector<Argument> flags = {
       Flag("--json", "Answer with one JSON object, errors included"),
       Flag("-v,--verbose", "Show the library's log on the standard error stream"),
+      Option("--color", "WHEN", "Colour of states: auto (default), always, never")
+          .Words({"auto", "always", "never"}, ReadWhen),
   };
   return flags;
 }
@@ -145,8 +161,14 @@ std::optional<unsigned> Values::Milliseconds(const char* name) const {
   return Get<int>(name);
 }
 
-RegisteredVerb::RegisteredVerb(Verb verb) {
+RegisteredVerb::RegisteredVerb(Verb verb, Sides sides) {
+  verb.sides = sides;
   Registered().push_back(std::move(verb));
+}
+
+const char* HeadingOf(Group group) {
+  constexpr const char* kHeadings[] = {"Applications", "Running", "Catalogue", "Service", "Diagnosis"};
+  return kHeadings[static_cast<int>(group)];
 }
 
 const std::vector<Verb>& Verbs() {

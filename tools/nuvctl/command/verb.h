@@ -50,7 +50,10 @@ Argument Flag(const char* name, std::string meaning);
 Argument AppPosition(std::string meaning);
 Argument TitleOption();
 
-// "--json" and "--verbose", which go with every verb.
+// "--timeout", of every verb that calls the service.
+Argument TimeoutOption();
+
+// "--json", "--verbose" and "--color", which go with every verb.
 const std::vector<Argument>& CommonFlags();
 
 // What the user gave for each of a verb's arguments. Asking for another one is a fault of the program.
@@ -73,8 +76,13 @@ class Values {
   Fields values_;  // null where the user gave none
 };
 
-// What belongs together in the man page.
-enum class Group { kLaunching, kRunning, kService, kCatalogue, kInner };
+// What belongs together in the help and in the man page.
+enum class Group { kApplications, kRunning, kCatalogue, kService, kDiagnosis };
+
+const char* HeadingOf(Group group);
+
+// Whether the answer of a verb, or what it asks for, rests on the service and on the state directory.
+enum class Sides { kOne, kBoth };
 
 struct Verb {
   const char* name;
@@ -85,11 +93,12 @@ struct Verb {
   std::vector<const char*> one_of = {};           // arguments of which one is needed
   std::string (*check)(const Values&) = nullptr;  // says what does not go together, or nothing
   std::vector<Verb> verbs = {};                   // of which one is needed; in place of arguments
+  Sides sides = Sides::kOne;
 };
 
 // Puts a verb into the table: the one thing that a source of verbs/ is for.
 struct RegisteredVerb {
-  explicit RegisteredVerb(Verb verb);
+  explicit RegisteredVerb(Verb verb, Sides sides = Sides::kOne);
 };
 
 const std::vector<Verb>& Verbs();

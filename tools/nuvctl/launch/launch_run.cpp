@@ -1,13 +1,12 @@
 #include "launch/launch_run.h"
 
-#include <glib-unix.h>
-#include <signal.h>
-
 #include <optional>
 #include <thread>
 #include <utility>
 
+#include "bus/service_talk.h"
 #include "bus/system_bus.h"
+#include "command/guard.h"
 #include "launch/launch_wait.h"
 #include "report/text.h"
 #include "service/meanings.h"
@@ -17,7 +16,7 @@ namespace {
 constexpr unsigned kGraceMs = 100;
 constexpr unsigned kClientNameTimeMs = 1000;
 
-// One launch through the library, with all that can happen to it brought to the main thread.
+// One launch through the library, with all that can happen to it brought to one thread.
 class LaunchSession {
  public:
   struct Listener {
@@ -25,9 +24,12 @@ class LaunchSession {
     std::function<void(const std::string&)> on_hopeless;    // the wait is in vain, and why
   };
 
-  // Without a time to wait, acceptance is the end.
-  LaunchSession(std::optional<unsigned> wait_ms, Listener listener);
-  ~LaunchSession();
+  struct Limits {
+    std::optional<unsigned> result_ms;  // without it, acceptance is the end
+    std::optional<unsigned> answer_ms;  // until the service has accepted the launch
+  };
+
+  LaunchSession(const Limits& limits, Listener listener);
   LaunchSession(const LaunchSession&) = delete;
   LaunchSession& operator=(const LaunchSession&) = delete;
 
@@ -36,7 +38,7 @@ class LaunchSession {
 
   const std::vector<LaunchReport>& reports() const { return wait_.reports(); }
 
-  // For the threads that have something to tell; the event is handled on the main thread.
+  // For the threads that have something to tell; the event is handled on that of the loop.
   using Event = std::function<void(LaunchWait&)>;
   static void Post(LaunchSession* session, Event event);
 
@@ -48,9 +50,7 @@ class LaunchSession {
   void ConnectToBus();
   void WatchBus(GDBusConnection* bus);
 
-  static gboolean OnSignal(gpointer session);
-
-  const std::optional<unsigned> wait_ms_;
+  const Limits limits_;
   const Listener listener_;
   LaunchWait wait_;
   std::function<void()> launch_;
@@ -60,8 +60,8 @@ class LaunchSession {
   std::optional<LiveBus> bus_;
   std::optional<NameWatch> service_watch_;
   std::optional<NameWatch> client_watch_;
-  guint signal_source_ = 0;
   Timer deadline_;
+  Timer answer_deadline_;
   Timer grace_;
   Timer client_name_time_;
 };
@@ -99,6 +99,7 @@ Conclusion WhyNotAccepted(const LaunchTask& task, int status) {
 
 // May block for as long as the library's calls may.
 void Launch(const LaunchTask& task, LaunchSession* session) {
+  ListenToServiceTalk();
   t_in_flight = {true, 0};
   const int result = task.call({OnWebAppEvent, OnPlainResult, session});
   t_in_flight.active = false;
@@ -107,26 +108,20 @@ void Launch(const LaunchTask& task, LaunchSession* session) {
                       [why = WhyNotAccepted(task, t_in_flight.status)](LaunchWait& wait) { wait.OnNotAccepted(why); });
 }
 
-struct Letter {
-  LaunchSession* session;
-  LaunchSession::Event event;
-};
-
-LaunchSession::LaunchSession(std::optional<unsigned> wait_ms, Listener listener)
-    : wait_ms_(wait_ms),
+LaunchSession::LaunchSession(const Limits& limits, Listener listener)
+    : limits_(limits),
       listener_(std::move(listener)),
-      wait_(wait_ms.has_value()),
+      wait_(limits.result_ms.has_value()),
       loop_(g_main_loop_new(nullptr, FALSE)) {}
 
-LaunchSession::~LaunchSession() {
-  if (signal_source_ != 0) g_source_remove(signal_source_);
-}
-
 Conclusion LaunchSession::Run(LaunchTask task) {
-  signal_source_ = g_unix_signal_add(SIGINT, OnSignal, this);
+  const InterruptHandler handler([this] { Post(this, [](LaunchWait& wait) { wait.OnInterrupt(); }); });
   launch_ = [this, task = std::move(task)] { Launch(task, this); };
-  if (wait_ms_) {
-    deadline_.Start(*wait_ms_, [this] { Handle([](LaunchWait& wait) { wait.OnDeadline(); }); });
+  if (limits_.answer_ms) {
+    answer_deadline_.Start(*limits_.answer_ms, [this] { Handle([](LaunchWait& wait) { wait.OnAnswerDeadline(); }); });
+  }
+  if (limits_.result_ms) {
+    deadline_.Start(*limits_.result_ms, [this] { Handle([](LaunchWait& wait) { wait.OnDeadline(); }); });
     ConnectToBus();
   } else {
     StartLaunch();
@@ -139,16 +134,10 @@ void LaunchSession::StartLaunch() {
   std::thread(launch_).detach();
 }
 
-// The session is looked at on the main thread only, and only while the loop runs: a late event is never dispatched.
+// The session is looked at on the thread of the loop only, and only while the loop runs: a late event is never
+// dispatched.
 void LaunchSession::Post(LaunchSession* session, Event event) {
-  g_idle_add_full(
-      G_PRIORITY_DEFAULT,
-      [](gpointer data) -> gboolean {
-        const auto* letter = static_cast<Letter*>(data);
-        letter->session->Handle(letter->event);
-        return G_SOURCE_REMOVE;
-      },
-      new Letter{session, std::move(event)}, [](gpointer data) { delete static_cast<Letter*>(data); });
+  InMainLoop([session, event = std::move(event)] { session->Handle(event); });
 }
 
 void LaunchSession::Handle(const Event& event) {
@@ -201,11 +190,6 @@ void LaunchSession::WatchBus(GDBusConnection* bus) {
   });
   client_watch_.emplace(bus, ClientName(),
                         [this](bool owned) { Handle([owned](LaunchWait& wait) { wait.OnClientName(owned); }); });
-}
-
-gboolean LaunchSession::OnSignal(gpointer session) {
-  static_cast<LaunchSession*>(session)->Handle([](LaunchWait& wait) { wait.OnInterrupt(); });
-  return G_SOURCE_CONTINUE;
 }
 
 // "600 NUV_LAUNCH_RESULT_LAUNCHED: the application was started"
@@ -264,8 +248,14 @@ Argument LaunchCallerOption() {
   return Option("--caller", "ID", "Id of the caller").From(Live::kAppIds);
 }
 
-Argument WaitOption() {
-  return Option("--wait", "SECONDS", "Wait for the result of the launch, so long at most").Seconds();
+Argument WaitOption(const char* otherwise) {
+  return Option("--wait", "SECONDS",
+                std::string("Wait for the result of the launch, so long at most (default ") + otherwise + ")")
+      .Seconds();
+}
+
+Argument NoWaitFlag() {
+  return Flag("--no-wait", "End as soon as the service has accepted the request").Excludes({"--wait"});
 }
 
 Report RunLaunchTask(const Values& values, LaunchTask task, Fields details) {
@@ -274,7 +264,12 @@ Report RunLaunchTask(const Values& values, LaunchTask task, Fields details) {
     if (!json) PrintLine(Describe(report));
   };
   listener.on_hopeless = [](const std::string& why) { PrintError(why); };
-  LaunchSession session(values.Milliseconds("--wait"), std::move(listener));
+  LaunchSession::Limits limits;
+  limits.answer_ms = values.Milliseconds("--timeout");
+  if (!values.Flag("--no-wait")) limits.result_ms = values.Milliseconds("--wait").value_or(task.wait_ms);
+  LaunchSession session(limits, std::move(listener));
   const Conclusion end = session.Run(std::move(task));
+  // The service waits for an answer to its result, which the process must not take with it.
+  if (ExitStatusOf(end.outcome) == 0) FlushServiceTalk();
   return MakeReport(session, end, std::move(details));
 }

@@ -8,10 +8,11 @@
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
 
-// "--payload", "--caller" and "--wait".
+// "--payload", "--caller", "--wait" with its default, and "--no-wait".
 Argument PayloadOption();
 Argument LaunchCallerOption();
-Argument WaitOption();
+Argument WaitOption(const char* otherwise = "10");
+Argument NoWaitFlag();
 
 // Of the two callbacks a launch function takes the one of its own shape.
 struct LaunchCallbacks {
@@ -25,6 +26,7 @@ struct LaunchCallbacks {
 struct LaunchTask {
   std::function<int(const LaunchCallbacks&)> call;  // 0 when the request was accepted
   std::function<Diagnosis()> diagnose = DiagnoseFailure;
+  unsigned wait_ms = 10000;  // for the result, where the user says nothing
 };
 
 // The details are the keys of the answer that come before those of the outcome.

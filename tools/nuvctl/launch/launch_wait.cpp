@@ -68,6 +68,10 @@ void LaunchWait::OnDeadline() {
                       : "the service did not answer in time"});
 }
 
+void LaunchWait::OnAnswerDeadline() {
+  if (!accepted_) OnDeadline();
+}
+
 void LaunchWait::OnInterrupt() {
   Conclude({Outcome::kInterrupted, std::nullopt, "interrupted"});
 }

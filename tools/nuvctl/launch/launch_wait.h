@@ -26,6 +26,7 @@ class LaunchWait {
   void OnClientName(bool owned);  // whether the name that receives the results has an owner
   void OnBusClosed();
   void OnDeadline();
+  void OnAnswerDeadline();  // the end of the time for the acceptance
   void OnInterrupt();
 
   // A result may be under way when its sender is gone already: the time to let it arrive runs.

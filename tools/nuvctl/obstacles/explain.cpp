@@ -3,6 +3,10 @@
 #include <nuv/nuv_app_records.h>
 
 #include <algorithm>
+#include <filesystem>
+
+#include "report/text.h"
+#include "service/simulator_state.h"
 
 namespace {
 
@@ -146,6 +150,31 @@ std::vector<Reason> ReasonsOf(AppCounter& counter) {
   return reasons;
 }
 
+// The file that the simulator runs for an application: its own words are in its manual.
+bool HasProgram(const std::string& install_path, const std::string& app_id) {
+  if (install_path.empty()) return false;
+  std::error_code ignored;
+  const std::filesystem::path root(install_path);
+  const bool plain_id = app_id.find('/') == std::string::npos;
+  for (const auto& path : {root, plain_id ? root / "bin" / app_id : root, root / "bin" / "run"}) {
+    if (std::filesystem::is_regular_file(path, ignored)) return true;
+  }
+  return false;
+}
+
+// Only the simulator runs programs of this machine; where another service does, nothing can be said.
+void AddProgram(const std::string& name, std::vector<Reason>& reasons) {
+  _APPS_INNER_INFO_T record;
+  if (GetAppInnerInfo(name, &record) != 0 || HasProgram(record.install_path, record.id)) return;
+  const std::optional<SimulatorState> simulator = AskSimulator();
+  if (!simulator) return;
+  const std::string path = record.install_path.empty() ? "the catalogue gives no install_path"
+                                                       : "none is in " + Printable(record.install_path);
+  const std::string then = simulator->has_stand_ins ? "a stand-in runs in its place" : "there are no stand-ins";
+  reasons.push_back(MakeReason("no-program", Outcome::kFailed, "it has no program (" + path + "): " + then));
+  reasons.back().stops_launch = !simulator->has_stand_ins;
+}
+
 Obstacle CountFailed(int result) {
   if (const auto obstacle = DatabaseObstacle()) return *obstacle;
   if (result == -2) return DatabaseIsBusy();
@@ -165,6 +194,7 @@ bool AddCatalogue(const std::string& app_id, std::vector<Reason>& reasons) {
     return false;
   }
   reasons.insert(reasons.end(), found.begin(), found.end());
+  AddProgram(app_id, reasons);
   return true;
 }
 

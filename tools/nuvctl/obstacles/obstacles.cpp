@@ -3,16 +3,22 @@
 #include <fcntl.h>
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_records.h>
+#include <nuv/nuv_inner_database.h>
 #include <nuv_platform/platform_path.h>
 #include <nuv_platform/platform_settings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <memory>
 #include <utility>
 
+#include "bus/service_talk.h"
 #include "bus/system_bus.h"
+#include "report/did_you_mean.h"
 #include "report/text.h"
 
 namespace {
@@ -67,6 +73,16 @@ ServiceState AskForService() {
   return {false, Diagnosis{Outcome::kServiceGone, gone}};
 }
 
+// What the bus itself answers in place of a service.
+bool IsOutOfReach(const std::string& error) {
+  constexpr const char* kErrors[] = {"org.freedesktop.DBus.Error.AccessDenied", "org.freedesktop.DBus.Error.NoReply",
+                                     "org.freedesktop.DBus.Error.NameHasNoOwner",
+                                     "org.freedesktop.DBus.Error.ServiceUnknown",
+                                     "org.freedesktop.DBus.Error.Disconnected"};
+  constexpr char kSpawn[] = "org.freedesktop.DBus.Error.Spawn.";
+  return std::find(std::begin(kErrors), std::end(kErrors), error) != std::end(kErrors) || error.rfind(kSpawn, 0) == 0;
+}
+
 constexpr int kBusy = -2;
 constexpr char kFactoryResetKey[] = "db/nuv/factory_reset";
 constexpr char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
@@ -119,6 +135,15 @@ std::vector<Obstacle> InnerGuardObstacles() {
   return repair ? std::vector<Obstacle>{*repair} : std::vector<Obstacle>();
 }
 
+// Those that are installed; none where they cannot be read.
+std::vector<_APPSINFO_T> AllApps() {
+  _APPSINFO_T* list = nullptr;
+  int count = 0;
+  const int result = nuv_inner_get_all_app_list(&list, &count);
+  const std::unique_ptr<_APPSINFO_T[]> owned(list);
+  return result == 0 && list != nullptr ? std::vector<_APPSINFO_T>(list, list + count) : std::vector<_APPSINFO_T>();
+}
+
 int LookUp(const AppName& app) {
   nuv_app_info_s record = {};
   return app.run_title ? nuv_get_app_info_by_runtitle(app.run_title->c_str(), &record)
@@ -144,10 +169,19 @@ std::optional<Diagnosis> WhyOutOfReach() {
 }
 
 Diagnosis DiagnoseFailure() {
+  const std::optional<CallError> error = LastCallError();
+  const bool unanswered = CallIsUnanswered();
   const ServiceState service = AskForService();
-  if (service.out_of_reach) return *service.out_of_reach;
-  return {Outcome::kFailed, service.runs ? "the service did not carry out the request"
-                                         : "the service does not run and could not be started"};
+  const std::string reason = error ? " (" + Printable(error->name + ": " + error->text) + ")" : "";
+  if (service.out_of_reach) return {service.out_of_reach->outcome, service.out_of_reach->message + reason};
+  if (unanswered) return {Outcome::kTimedOut, "the service did not answer in time"};
+  if (!service.runs) return {Outcome::kServiceGone, "the service does not run and could not be started" + reason};
+  if (error && IsOutOfReach(error->name)) return {Outcome::kServiceGone, "the service is not to be reached" + reason};
+  return {Outcome::kFailed, "the service did not carry out the request" + reason};
+}
+
+ServiceCall::ServiceCall(const Values& values) : limit_(values.Milliseconds("--timeout")) {
+  ListenToServiceTalk();
 }
 
 Report ReportOfCall(int result, Fields details) {
@@ -198,9 +232,55 @@ Fields FieldsOf(const AppName& app) {
   return {{"app", app.id}};
 }
 
+std::string IdOf(const std::string& name) {
+  nuv_app_info_s record = {};
+  int result = m_nuv_get_app_info(name.c_str(), &record);
+  if (result != 0 && result != kBusy) result = nuv_get_app_info_by_runtitle(name.c_str(), &record);
+  const std::string id = record.app_id;
+  const bool cut = id.size() + 1 == sizeof record.app_id;
+  return result == 0 && !cut ? id : name;
+}
+
+std::string MeantApp(const std::string& name) {
+  std::vector<std::string> names;
+  for (const _APPSINFO_T& app : AllApps()) {
+    for (const std::string& text : {app.id, app.kelvo_id, app.pkgname, app.run_title}) {
+      if (!text.empty() && std::find(names.begin(), names.end(), text) == names.end()) names.push_back(text);
+    }
+  }
+  return DidYouMean(name, names);
+}
+
+std::string MeantTitle(const std::string& run_title) {
+  std::vector<std::string> titles;
+  for (const _APPSINFO_T& app : AllApps()) {
+    if (app.title == run_title && !app.run_title.empty()) {
+      return "; the application with this title has the run title " + Printable(app.run_title);
+    }
+    titles.push_back(app.run_title);
+  }
+  return DidYouMean(run_title, titles);
+}
+
+Diagnosis Suggesting(Diagnosis diagnosis, std::string (*meant)(const std::string&), const std::string& name) {
+  if (diagnosis.outcome == Outcome::kNotFound) diagnosis.message += meant(name);
+  return diagnosis;
+}
+
 Diagnosis DiagnoseLookup(int result, const AppName& app) {
   const std::string name = app.run_title ? "run title " + Printable(*app.run_title) : "id " + Printable(app.id);
-  return DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+  const Diagnosis why =
+      DiagnoseCatalogue(result, {Outcome::kNotFound, "the catalogue has no usable application with the " + name});
+  return app.run_title ? Suggesting(why, MeantTitle, *app.run_title) : Suggesting(why, MeantApp, app.id);
+}
+
+std::optional<Diagnosis> WhyUnknown(const std::string& app_id) {
+  _APPSINFO_T record;
+  if (nuv_inner_get_app_info_by_id(app_id, record, false) == 0 || RepairIsRunning() || DatabaseObstacle()) {
+    return std::nullopt;
+  }
+  return Diagnosis{Outcome::kNotFound, "the catalogue has no application with the id, platform id or run title " +
+                                           Printable(app_id) + MeantApp(app_id)};
 }
 
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "command/guard.h"
+#include "command/verb.h"
 #include "report/report.h"
 
 struct Diagnosis {
@@ -22,6 +24,16 @@ Diagnosis BusUnreachable();
 // reach the service, or nothing where it runs or can be started; the second why one that was made has failed.
 std::optional<Diagnosis> WhyOutOfReach();
 Diagnosis DiagnoseFailure();
+
+// As long as it lives, calls of the service have the time that the user gives it, and what is answered to them is known
+// to the second of those.
+class ServiceCall {
+ public:
+  explicit ServiceCall(const Values& values);
+
+ private:
+  const AnswerLimit limit_;
+};
 
 // The report of a call of the service that gave the result.
 Report ReportOfCall(int result, Fields details = {});
@@ -55,8 +67,23 @@ struct AppName {
 // The key "app" or "title".
 Fields FieldsOf(const AppName& app);
 
+// The id of the application that goes by the name, which may be its id, kelvo id, package name or run title; the name
+// itself where the catalogue has none.
+std::string IdOf(const std::string& name);
+
+// What may have been meant by a name, or a run title, that the catalogue does not have; empty where nothing is like it.
+std::string MeantApp(const std::string& name);
+std::string MeantTitle(const std::string& run_title);
+
+// With what may have been meant, where it says that something is not found: a database that is busy is not asked again.
+Diagnosis Suggesting(Diagnosis diagnosis, std::string (*meant)(const std::string&), const std::string& name);
+
 // Why a lookup of the application gave the result.
 Diagnosis DiagnoseLookup(int result, const AppName& app);
+
+// That the catalogue has no application with the id, platform id or run title, in whatever state; nothing where it has
+// one, and where it cannot be read.
+std::optional<Diagnosis> WhyUnknown(const std::string& app_id);
 
 // Why the library does not find the run title, which it did not a moment ago; nothing where it does now.
 std::optional<Diagnosis> WhyTitleNotFound(const std::string& run_title);

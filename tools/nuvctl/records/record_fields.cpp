@@ -1,7 +1,14 @@
 #include "records/record_fields.h"
 
-#include <cstring>
+#include <glib.h>
 
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "report/did_you_mean.h"
+#include "report/fitted_columns.h"
+#include "report/terminal.h"
 #include "report/text.h"
 
 namespace {
@@ -143,8 +150,12 @@ Fields FieldsOf(const _APPSINFO_T& record) {
   return AllFields(record);
 }
 
-std::string RecordTable(const List& records, const std::vector<FieldColumn>& columns) {
-  std::vector<std::vector<std::string>> rows(1);
+namespace {
+
+using Rows = std::vector<std::vector<std::string>>;
+
+Rows RowsOf(const List& records, const std::vector<FieldColumn>& columns) {
+  Rows rows(1);
   for (const FieldColumn& column : columns) rows.front().emplace_back(column.heading);
   for (const Value& record : records) {
     rows.emplace_back();
@@ -152,7 +163,95 @@ std::string RecordTable(const List& records, const std::vector<FieldColumn>& col
       rows.back().push_back(Shortened(TextOf(std::get<Fields>(record).at(column.field)), column.widest));
     }
   }
-  return FormatTable(rows);
+  return rows;
+}
+
+size_t WidestOf(const Rows& rows, size_t column) {
+  size_t widest = 0;
+  for (const auto& row : rows) widest = std::max(widest, WidthOf(row[column]));
+  return widest;
+}
+
+std::vector<FieldColumn> Fit(const Rows& rows, const std::vector<FieldColumn>& columns, size_t width) {
+  std::vector<ColumnNeed> needs;
+  for (size_t i = 0; i < columns.size(); ++i) {
+    needs.push_back({WidestOf(rows, i), columns[i].gives_way, columns[i].dropped});
+  }
+  const std::vector<size_t> widths = FittedColumns(needs, kColumnGap, width);
+  std::vector<FieldColumn> fitted;
+  for (size_t i = 0; i < columns.size(); ++i) {
+    if (widths[i] == 0) continue;
+    fitted.push_back(columns[i]);
+    fitted.back().widest = std::min(columns[i].widest, widths[i]);
+  }
+  return fitted;
+}
+
+std::string Cut(const std::string& table, size_t width) {
+  std::istringstream lines(table);
+  std::string cut;
+  for (std::string line; std::getline(lines, line);) cut += (cut.empty() ? "" : "\n") + Shortened(line, width);
+  return cut;
+}
+
+std::string NameOf(const FieldColumn& column) {
+  std::string name;
+  for (const char* at = column.heading; *at != '\0'; ++at) {
+    name += *at == ' ' ? '-' : static_cast<char>(g_ascii_tolower(*at));
+  }
+  return name;
+}
+
+}  // namespace
+
+std::string RecordTable(const List& records, const std::vector<FieldColumn>& columns,
+                        const std::optional<size_t>& width) {
+  const Rows rows = RowsOf(records, columns);
+  const std::vector<FieldColumn> fitted = width ? Fit(rows, columns, *width) : columns;
+  const auto paint = [&fitted](size_t column, const std::string& cell) {
+    return fitted[column].state ? PaintedState(cell) : cell;
+  };
+  const Rows fitted_rows = RowsOf(records, fitted);
+  size_t total = 0;
+  for (size_t i = 0; i < fitted.size(); ++i) total += WidestOf(fitted_rows, i) + (i == 0 ? 0 : kColumnGap);
+  return width && total > *width ? Cut(FormatTable(fitted_rows), *width) : FormatTable(fitted_rows, paint);
+}
+
+Argument ColumnsOption() {
+  return Option("--columns", "NAMES", "Only these columns, with commas between them; any field of a record");
+}
+
+Argument WideFlag() {
+  return Flag("--wide", "Do not fit the table to the terminal");
+}
+
+ChosenTable TableOf(const List& records, const std::vector<FieldColumn>& columns, const Fields& blank,
+                    const Values& values) {
+  std::vector<FieldColumn> chosen;
+  std::vector<std::string> names;
+  for (const FieldColumn& column : columns) names.push_back(NameOf(column));
+  for (const Field& field : blank) names.push_back(field.key);
+  std::istringstream rest(values.Text("--columns"));
+  for (std::string name; std::getline(rest, name, ',');) {
+    const size_t place = static_cast<size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+    if (place == names.size()) return {"no such column: " + Printable(name) + DidYouMean(name, names), ""};
+    if (place < columns.size()) {
+      chosen.push_back(columns[place]);
+      chosen.back().dropped = 0;
+    } else {
+      const char* field = (blank.begin() + static_cast<long>(place - columns.size()))->key.c_str();
+      chosen.push_back({field, field});
+    }
+  }
+  const std::optional<size_t> width = values.Flag("--wide") ? std::nullopt : TerminalColumns();
+  return {"", RecordTable(records, chosen.empty() ? columns : chosen, width)};
+}
+
+Report WrongColumns(const ChosenTable& table) {
+  Report report;
+  report.outcome = Outcome::kUsage;
+  report.error = table.error;
+  return report;
 }
 
 std::string RecordSheet(const Fields& record) {

@@ -5,9 +5,11 @@
 #include <nuv/nuv_app_types.h>
 #include <nuv/nuv_inner_database.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "command/verb.h"
 #include "report/report.h"
 
 // Texts are the catalogue's bytes, which need not be UTF-8.
@@ -21,12 +23,32 @@ struct FieldColumn {
   const char* heading;
   const char* field;
   size_t widest = kUnlimited;
+  int dropped = 0;         // where the terminal is too narrow: 1 first, 0 never
+  bool gives_way = false;  // before any is dropped
+  bool state = false;      // in colour
 
   static constexpr size_t kUnlimited = static_cast<size_t>(-1);
 };
 
-// Fields of many records, a row each, below the headings.
-std::string RecordTable(const List& records, const std::vector<FieldColumn>& columns);
+// Fields of many records, a row each, below the headings; made to fit the width where there is one.
+std::string RecordTable(const List& records, const std::vector<FieldColumn>& columns,
+                        const std::optional<size_t>& width = std::nullopt);
+
+// "--columns" and "--wide", of the verbs that write a table.
+Argument ColumnsOption();
+Argument WideFlag();
+
+// What is wrong with the columns that the user has chosen, or the table with them. A column may be any field of the
+// record; its heading names it, too.
+struct ChosenTable {
+  std::string error;
+  std::string text;
+};
+ChosenTable TableOf(const List& records, const std::vector<FieldColumn>& columns, const Fields& blank,
+                    const Values& values);
+
+// The report of a wrong choice.
+Report WrongColumns(const ChosenTable& table);
 
 // All fields of one record, a row each.
 std::string RecordSheet(const Fields& record);

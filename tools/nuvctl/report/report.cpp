@@ -123,11 +123,13 @@ std::string ToJson(const Report& report) {
                    {"outcome", WordOf(report.outcome)},
                    {"status", status}};
   object.Update(report.details);
+  if (!report.warnings.empty()) object["warnings"] = ListOf(report.warnings);
   if (status != 0) object["error"] = Fields{{"message", report.error}};
   return ToJson(object);
 }
 
 int Print(const Report& report, bool as_json) {
+  for (const std::string& warning : report.warnings) PrintError("warning: " + warning);
   if (as_json) {
     PrintLine(ToJson(report));
   } else if (!report.text.empty()) {

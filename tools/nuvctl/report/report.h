@@ -63,9 +63,10 @@ std::string ExitStatusHelp();
 struct Report {
   std::string verb;  // empty when the command line names none
   Outcome outcome = Outcome::kDone;
-  std::string text;   // the answer in words; may be empty
-  std::string error;  // why it did not work; said where there is no text
-  Fields details;     // the verb's own keys
+  std::string text;                   // the answer in words; may be empty
+  std::string error;                  // why it did not work; said where there is no text
+  std::vector<std::string> warnings;  // what may make the answer another one than the user thinks
+  Fields details;                     // the verb's own keys
 };
 
 // The object, on one line, in ASCII.

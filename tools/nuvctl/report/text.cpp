@@ -24,7 +24,6 @@ void WriteLine(std::FILE* stream, const std::string& line) {
   std::fflush(stream);
 }
 
-constexpr size_t kGap = 2;
 constexpr char kEllipsis[] = "…";
 constexpr size_t kEllipsisWidth = 1;
 
@@ -51,14 +50,14 @@ std::vector<size_t> ColumnWidths(const std::vector<Row>& rows) {
   return widths;
 }
 
-std::string FormatRow(const Row& row, const std::vector<size_t>& widths) {
+std::string FormatRow(const Row& row, const std::vector<size_t>& widths, const Paint& paint) {
   std::string line;
   size_t owed = 0;  // blanks before the next cell that has a text
   for (size_t i = 0; i < row.size(); ++i) {
     if (!row[i].empty()) line.append(owed, ' ');
     if (!row[i].empty()) owed = 0;
-    line += row[i];
-    owed += widths[i] - ::WidthOf(row[i]) + kGap;
+    line += paint != nullptr ? paint(i, row[i]) : row[i];
+    owed += widths[i] - ::WidthOf(row[i]) + kColumnGap;
   }
   return line;
 }
@@ -108,13 +107,13 @@ std::string Shortened(const std::string& text, size_t columns) {
   return shortened + kEllipsis;
 }
 
-std::string FormatTable(const std::vector<std::vector<std::string>>& rows) {
+std::string FormatTable(const std::vector<std::vector<std::string>>& rows, const Paint& paint) {
   const std::vector<Row> printable = PrintableRows(rows);
   const std::vector<size_t> widths = ColumnWidths(printable);
   std::string table;
   for (const Row& row : printable) {
     if (&row != &printable.front()) table += '\n';
-    table += FormatRow(row, widths);
+    table += FormatRow(row, widths, paint);
   }
   return table;
 }
@@ -123,6 +122,15 @@ std::string Joined(const std::vector<std::string>& texts) {
   std::string joined;
   for (const std::string& text : texts) joined += (&text == &texts.front() ? "" : ", ") + text;
   return joined;
+}
+
+std::string EitherOf(const std::vector<std::string>& texts) {
+  std::string text;
+  for (const std::string& one : texts) {
+    if (!text.empty()) text += &one == &texts.back() ? " or " : ", ";
+    text += one;
+  }
+  return text;
 }
 
 std::string SqlList(const std::vector<std::string>& texts) {

@@ -1,6 +1,7 @@
 // Text that came from elsewhere, made fit for a terminal: printable, in columns.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,16 @@ std::string Shortened(const std::string& text, size_t columns);
 
 // The cells, made printable, in columns of the width that they need: a line for each row, without a line end after the
 // last. A row may have fewer cells than others.
-std::string FormatTable(const std::vector<std::vector<std::string>>& rows);
+using Paint = std::function<std::string(size_t column, const std::string& cell)>;  // may add colour, and nothing else
+std::string FormatTable(const std::vector<std::vector<std::string>>& rows, const Paint& paint = nullptr);
+
+constexpr size_t kColumnGap = 2;
 
 // The texts with commas between them, for a person.
 std::string Joined(const std::vector<std::string>& texts);
+
+// "A or B", "A, B or C"
+std::string EitherOf(const std::vector<std::string>& texts);
 
 // The texts as a list for a statement: each in single quotes, with a single quote inside doubled.
 std::string SqlList(const std::vector<std::string>& texts);

@@ -1,12 +1,14 @@
 #include "service/watch_lines.h"
 
+#include <algorithm>
+
 #include "glib_handles.h"
 #include "report/text.h"
 #include "service/meanings.h"
 
 namespace {
 
-enum class FieldType { kText, kNumber, kNamedNumber };
+enum class FieldType { kText, kNumber, kNamedNumber, kMark };
 
 struct SignalField {
   const char* key;  // null: there is no such field
@@ -25,6 +27,7 @@ struct Signal {
 constexpr FieldType kText = FieldType::kText;
 constexpr FieldType kNumber = FieldType::kNumber;
 constexpr FieldType kNamed = FieldType::kNamedNumber;
+constexpr FieldType kMark = FieldType::kMark;
 
 constexpr Signal kSignals[] = {
     {"Request", "request", "(sss)", {{"method", kText}, {"app", kText}, {"caller", kText}}},
@@ -33,7 +36,7 @@ constexpr Signal kSignals[] = {
      "result",
      "(siiis)",
      {{"app", kText}, {"event", kNamed}, {"result", kNamed}, {"index", kNumber}, {"delivery", kText}}},
-    {"AppStarted", "started", "(si)", {{"app", kText}, {"pid", kNumber}}},
+    {"AppStarted", "started", "(sib)", {{"app", kText}, {"pid", kNumber}, {"stand_in", kMark}}},
     {"AppStopped", "stopped", "(sii)", {{"app", kText}, {"pid", kNumber}, {"exit_status", kNumber}}},
     {"LaunchDelivered",
      "delivered",
@@ -65,7 +68,16 @@ void AddNumber(WatchLine& line, const SignalField& field, int value) {
   line.fields[std::string(field.key) + "_name"] = meaning != nullptr ? Value(meaning->name) : Value();
 }
 
+// A word where it holds, and nothing where it does not.
+void AddMark(WatchLine& line, const SignalField& field, bool holds) {
+  std::string word = field.key;
+  std::replace(word.begin(), word.end(), '_', '-');
+  if (holds) line.text += " " + word;
+  line.fields[field.key] = holds;
+}
+
 void AddField(WatchLine& line, const SignalField& field, GVariant* value) {
+  if (field.type == FieldType::kMark) return AddMark(line, field, g_variant_get_boolean(value) != FALSE);
   line.text += std::string(" ") + field.key + "=";
   if (field.type == FieldType::kText) {
     AddText(line, field, g_variant_get_string(value, nullptr));

@@ -1,24 +1,57 @@
-// nuvctl set, count, version, command: change an application's row, or have the service do it.
+// nuvctl set, count, set-version, command: change an application's row, or have the service do it.
 #include <nuv/nuv_inner_database.h>
 
+#include <utility>
+
+#include "bus/service_talk.h"
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
+#include "report/did_you_mean.h"
 #include "report/text.h"
 
 namespace {
 
 constexpr int kNotForwarded = -1;
 
+// Says what is wrong with a value, or nothing, and puts what the database has for it in its place. The database itself
+// takes any text for any field.
+using ReadValue = const char* (*)(std::string& value);
+
+const char* ReadFlag(std::string& value) {
+  constexpr std::pair<const char*, const char*> kWords[] = {{"true", "1"}, {"1", "1"}, {"false", "0"}, {"0", "0"}};
+  for (const auto& [word, number] : kWords) {
+    if (value != word) continue;
+    value = number;
+    return nullptr;
+  }
+  return "is a flag: true, false, 1 or 0";
+}
+
+const char* ReadCleared(std::string& value) {
+  return ReadFlag(value) == nullptr && value == "0" ? nullptr : "can only be set to 0";
+}
+
+const char* ReadPair(std::string& value) {
+  const size_t comma = value.find(',');
+  const bool two = comma != std::string::npos && comma > 0 && comma + 1 < value.size();
+  return two && value.find(',', comma + 1) == std::string::npos ? nullptr : "is two ids with a comma between them";
+}
+
+const char* ReadText(std::string&) {
+  return nullptr;
+}
+
 struct UpdateField {
   const char* name;
   APPSINFO_UPDATE_KEY_e key;
+  ReadValue read;
 };
 
 constexpr UpdateField kFields[] = {
-    {"is_updated", APPSINFO_UPDATE_IS_UPDATED},   {"ait_ids", APPSINFO_UPDATE_AIT_IDS},
-    {"cp_name", APPSINFO_UPDATE_CP_NAME},         {"version", APPSINFO_UPDATE_VERSION},
-    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND}, {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV},
-    {"is_lock", APPSINFO_UPDATE_IS_LOCK},         {"run_title", APPSINFO_UPDATE_RUN_TITLE},
+    {"is_updated", APPSINFO_UPDATE_IS_UPDATED, ReadCleared}, {"ait_ids", APPSINFO_UPDATE_AIT_IDS, ReadPair},
+    {"cp_name", APPSINFO_UPDATE_CP_NAME, ReadText},          {"version", APPSINFO_UPDATE_VERSION, ReadText},
+    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND, ReadFlag},  {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV, ReadFlag},
+    {"is_lock", APPSINFO_UPDATE_IS_LOCK, ReadFlag},          {"run_title", APPSINFO_UPDATE_RUN_TITLE, ReadText},
 };
 
 const UpdateField* FindField(const std::string& name) {
@@ -35,14 +68,20 @@ std::vector<std::string> FieldNames() {
 }
 
 std::string ReadField(std::string& name) {
-  return FindField(name) != nullptr ? "" : "no such field: " + name + "; the fields are " + Joined(FieldNames());
+  return FindField(name) != nullptr
+             ? ""
+             : "no such field: " + name + DidYouMean(name, FieldNames()) + "; the fields are " + Joined(FieldNames());
 }
 
 // A field is set to a value, but for the one that can only be cleared.
 std::string CheckValue(const Values& values) {
-  const bool cleared = FindField(values.Text("FIELD"))->key == APPSINFO_UPDATE_IS_UPDATED;
-  if (cleared && values.Text("VALUE", "0") != "0") return "VALUE: is_updated can only be set to 0";
-  return cleared || values.Given("VALUE") ? "" : "VALUE is required";
+  const UpdateField& field = *FindField(values.Text("FIELD"));
+  const bool cleared = field.key == APPSINFO_UPDATE_IS_UPDATED;
+  if (!cleared && !values.Given("VALUE")) return "VALUE is required";
+  const std::string given = values.Text("VALUE", "0");
+  std::string value = given;
+  const char* wrong = field.read(value);
+  return wrong != nullptr ? std::string("VALUE: ") + field.name + " " + wrong + ": " + given : "";
 }
 
 // Who made a change, null where nobody did, and with which result.
@@ -91,7 +130,7 @@ Report ReportChange(const std::string& app_id, Make make) {
   const int found = nuv_inner_get_app_info_by_id(app_id, record, false);
   if (found != 0) {
     const Diagnosis unknown = {Outcome::kNotFound, "the database has no application " + Printable(app_id)};
-    return ReportOf(DiagnoseInner(found, unknown), details);
+    return ReportOf(Suggesting(DiagnoseInner(found, unknown), MeantApp, app_id), details);
   }
   const Change change = make(record.id);
   details["app"] = record.id;
@@ -110,48 +149,59 @@ Argument ChangedApp() {
 }
 
 Report Set(const Values& values) {
+  const ServiceCall call(values);
   const UpdateField& field = *FindField(values.Text("FIELD"));
-  return ReportChange(values.Text("ID"),
-                      [&](const std::string& id) { return SetField(field, id, values.Text("VALUE")); });
+  std::string value = values.Text("VALUE", "0");
+  field.read(value);
+  return ReportChange(values.Text("ID"), [&](const std::string& id) { return SetField(field, id, value); });
 }
 
 const RegisteredVerb kSet(
     {"set",
-     Group::kInner,
+     Group::kCatalogue,
      "Set a field of an application",
      {ChangedApp(),
       Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
-      Position("VALUE", "Its new value; for ait_ids two with a comma between; none or 0 for is_updated")},
+      Position(
+          "VALUE",
+          "Its new value: true or false of a flag, two with a comma between for ait_ids; none or 0 for is_updated"),
+      TimeoutOption()},
      Set,
      {},
-     CheckValue});
+     CheckValue},
+    Sides::kBoth);
 
 Report Count(const Values& values) {
+  const ServiceCall call(values);
   return ReportChange(values.Text("ID"), CountLaunch);
 }
 
-const RegisteredVerb kCount(
-    {"count",
-     Group::kInner,
-     "Count one more launch of an application",
-     {AppPosition("Application that was launched: its id, platform id or run title").Required()},
-     Count});
+const RegisteredVerb kCount({"count",
+                             Group::kCatalogue,
+                             "Count one more launch of an application",
+                             {AppPosition("Application that was launched: its id, platform id or run title").Required(),
+                              TimeoutOption()},
+                             Count},
+                            Sides::kBoth);
 
 Report Version(const Values& values) {
+  const ServiceCall call(values);
   return ReportChange(values.Text("ID"), [&](const std::string& id) {
     const int answer = nuv_inner_update_app_version(id, values.Text("VERSION"));
     return Change{answer != kNotForwarded ? "service" : nullptr, answer};
   });
 }
 
-const RegisteredVerb kVersion({"version",
-                               Group::kInner,
+const RegisteredVerb kVersion({"set-version",
+                               Group::kCatalogue,
                                "Have the service set an application's version",
-                               {ChangedApp(), Position("VERSION", "Its new version").Required()},
-                               Version});
+                               {ChangedApp(), Position("VERSION", "Its new version").Required(), TimeoutOption()},
+                               Version},
+                              Sides::kBoth);
 
 // The library says only whether a command could be sent, and the bus takes it even where nobody is there to read it.
 Report SendCommand(const Values& values) {
+  const ServiceCall call(values);
   const int number = values.Number("N");
   const std::string app_id = values.Text("ID");
   const Fields details = {{"command", number}, {"app", app_id}};
@@ -159,6 +209,7 @@ Report SendCommand(const Values& values) {
     const std::optional<Obstacle> repair = RepairObstacle();
     return ReportOf(repair ? repair->why : DiagnoseFailure(), details);
   }
+  if (LastCallError() || CallIsUnanswered()) return ReportOf(DiagnoseFailure(), details);
   if (const std::optional<Diagnosis> out_of_reach = WhyOutOfReach()) return ReportOf(*out_of_reach, details);
   Report report;
   report.details = details;
@@ -166,12 +217,13 @@ Report SendCommand(const Values& values) {
 }
 
 const RegisteredVerb kCommand({"command",
-                               Group::kInner,
+                               Group::kService,
                                "Send the service a command",
                                {Position("N", "The service's number of the command").Number().Required(),
                                 AppPosition("Application that it is about (default none)"),
                                 Position("PATH", "Package that it is about (default none)").From(Live::kFiles),
-                                Position("DATA", "What else the service is to know (default nothing)")},
+                                Position("DATA", "What else the service is to know (default nothing)"),
+                                TimeoutOption()},
                                SendCommand});
 
 }  // namespace

@@ -73,9 +73,10 @@ Report ExplainApp(const Values& values) {
 }
 
 const RegisteredVerb kExplain({"explain",
-                               Group::kCatalogue,
+                               Group::kDiagnosis,
                                "Tell why a lookup or a launch of an application fails",
                                {AppPosition("Application to explain: its id, kelvo id or package name").Required()},
-                               ExplainApp});
+                               ExplainApp},
+                              Sides::kBoth);
 
 }  // namespace

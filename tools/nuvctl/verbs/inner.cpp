@@ -13,17 +13,18 @@
 namespace {
 
 constexpr size_t kWidestTitle = 32;
+constexpr size_t kWhole = FieldColumn::kUnlimited;
 
 const std::vector<FieldColumn>& Columns() {
   static const std::vector<FieldColumn> columns = {{"ID", "id"},
-                                                   {"TITLE", "title", kWidestTitle},
-                                                   {"VERSION", "version"},
-                                                   {"TYPE", "app_type"},
-                                                   {"INDEX", "app_index"},
-                                                   {"USED", "use_count"},
-                                                   {"LAST", "launch_date"},
-                                                   {"LOCKED", "is_lock"},
-                                                   {"HIDDEN", "is_hidden"}};
+                                                   {"TITLE", "title", kWidestTitle, 0, true},
+                                                   {"VERSION", "version", kWhole, 6},
+                                                   {"TYPE", "app_type", kWhole, 1},
+                                                   {"INDEX", "app_index", kWhole, 2},
+                                                   {"USED", "use_count", kWhole, 4},
+                                                   {"LAST", "launch_date", kWhole, 5},
+                                                   {"LOCKED", "is_lock", kWhole, 7},
+                                                   {"HIDDEN", "is_hidden", kWhole, 3}};
   return columns;
 }
 
@@ -93,12 +94,14 @@ Report WhyNoList(int result) {
   return ReportOf(DiagnoseInner(result, {Outcome::kFailed, "the list could not be read"}), {{"records", nullptr}});
 }
 
-Report ShowAll(const Values&) {
+Report ShowAll(const Values& values) {
   const AllApps all = ReadAll();
   if (all.result != 0) return WhyNoList(all.result);
   const List records = FieldsOfAll(all.apps);
+  const ChosenTable table = TableOf(records, Columns(), FieldsOf(_APPSINFO_T()), values);
+  if (!table.error.empty()) return WrongColumns(table);
   Report report;
-  report.text = RecordTable(records, Columns());
+  report.text = table.text;
   report.details["records"] = records;
   return report;
 }
@@ -143,6 +146,7 @@ Report ShowUsed() {
 }
 
 Report CheckUsed(const std::string& app_id) {
+  if (const auto unknown = WhyUnknown(app_id)) return ReportOf(*unknown, {{"app", app_id}});
   Report report;
   report.details["app"] = app_id;
   for (const UsageQuestion& question : kUsage) {
@@ -164,14 +168,14 @@ Report Used(const Values& values) {
 
 const RegisteredVerb kInner(
     {"inner",
-     Group::kInner,
+     Group::kCatalogue,
      "Show what the inner side of the database says",
      {},
      nullptr,
      {},
      nullptr,
      {{"show",
-       Group::kInner,
+       Group::kCatalogue,
        "Show one application, with all that the database says about it",
        {AppPosition("Its id, platform id or run title"),
         Option("--platform-id", "ID", "Name it by its platform id instead")
@@ -181,11 +185,11 @@ const RegisteredVerb kInner(
         Flag("--any-state", "Also when it is not installed")},
        Show,
        {"ID", "--platform-id", "--title"}},
-      {"list", Group::kInner, "List all installed applications", {}, ShowAll}}});
+      {"list", Group::kCatalogue, "List all installed applications", {ColumnsOption(), WideFlag()}, ShowAll}}});
 
 const RegisteredVerb kUsed(
     {"used",
-     Group::kInner,
+     Group::kCatalogue,
      "Show the most and the recently used applications",
      {Option("--check", "ID", "Only tell whether this application is among them").From(Live::kAppIds)},
      Used});

@@ -1,4 +1,5 @@
 // nuvctl launch: by options, or by an app-control request from a file.
+#include <nuv/nuv_launch_codes.h>
 #include <nuv_platform/platform_app_control.h>
 
 #include <memory>
@@ -78,26 +79,33 @@ LaunchChoice ChoiceOf(const Values& values) {
   return choice;
 }
 
+bool IsUnknownApp(const Value& code) {
+  const int* number = std::get_if<int>(&code);
+  return number != nullptr && (*number == NUV_LAUNCH_STATUS_UNKNOWN_APP || *number == NUV_LAUNCH_RESULT_UNKNOWN_APP);
+}
+
 Report Launch(const Values& values) {
   if (const auto path = values.MaybeText("--request")) return LaunchRequest(values, *path);
   const AppName app = {values.Text("ID"), values.MaybeText("--title")};
   LaunchArguments arguments;
-  arguments.app = app.run_title.value_or(app.id);
+  arguments.app = app.run_title ? *app.run_title : IdOf(app.id);
   arguments.payload = values.MaybeText("--payload");
   arguments.caller_id = values.MaybeText("--caller");
   const LaunchFunction* function = FindLaunchFunction(ChoiceOf(values), arguments.caller_id.has_value());
   if (function == nullptr) return WrongUsage("the library has no such launch; it has: " + LaunchCombinations());
   Fields details = FieldsOf(app);
   details["function"] = function->name;
-  return RunLaunchTask(values, TaskOf(*function, arguments), std::move(details));
+  Report report = RunLaunchTask(values, TaskOf(*function, arguments), std::move(details));
+  if (!app.run_title && IsUnknownApp(report.details.at("code"))) report.error += MeantApp(app.id);
+  return report;
 }
 
 const RegisteredVerb kLaunch(
     {"launch",
-     Group::kLaunching,
+     Group::kApplications,
      "Launch an application",
-     {AppPosition("Application to launch"), TitleOption().Excludes({"ID"}), PayloadOption(), LaunchCallerOption(),
-      Flag("--force", "Launch where the service would otherwise decline"),
+     {AppPosition("Application to launch: its id, kelvo id, package name or run title"), TitleOption().Excludes({"ID"}),
+      PayloadOption(), LaunchCallerOption(), Flag("--force", "Launch where the service would otherwise decline"),
       Flag("--background", "Leave the current application in front"),
       Flag("--deep-link", "Launch as a deep link (always forces)"),
       Flag("--webapp", "Use the web-application functions (default)"),
@@ -106,8 +114,9 @@ const RegisteredVerb kLaunch(
           .From(Live::kFiles)
           .Excludes({"ID", "--title", "--payload", "--caller", "--force", "--background", "--deep-link", "--webapp",
                      "--plain"}),
-      WaitOption()},
+      WaitOption(), NoWaitFlag(), TimeoutOption()},
      Launch,
-     {"--request", "ID", "--title"}});
+     {"--request", "ID", "--title"}},
+    Sides::kBoth);
 
 }  // namespace

@@ -155,40 +155,47 @@ ListResult ReadForService(const Choice& choice) {
 }
 
 constexpr size_t kWidestTitle = 32;
+constexpr size_t kWhole = FieldColumn::kUnlimited;
+
+template <typename Record>
+Fields Blank() {
+  return FieldsOf(Record());
+}
 
 struct ListKind {
   const char* flag;
   ListResult (*read)(const Choice& choice);
   std::vector<FieldColumn> columns;
+  Fields (*blank)();
 };
 
 const ListKind& KindOf(const Values& values) {
   static const std::vector<FieldColumn> app_columns = {{"ID", "app_id"},
-                                                       {"TITLE", "app_title", kWidestTitle},
-                                                       {"RUN TITLE", "app_runtitle", kWidestTitle},
-                                                       {"VERSION", "app_version"},
-                                                       {"TYPE", "app_type"},
-                                                       {"FEATURED", "app_featured"},
-                                                       {"INDEX", "app_index"},
-                                                       {"USED", "use_count"},
-                                                       {"LOCKED", "is_lock"}};
+                                                       {"TITLE", "app_title", kWidestTitle, 0, true},
+                                                       {"RUN TITLE", "app_runtitle", kWidestTitle, 7, true},
+                                                       {"VERSION", "app_version", kWhole, 5},
+                                                       {"TYPE", "app_type", kWhole, 2},
+                                                       {"FEATURED", "app_featured", kWhole, 1},
+                                                       {"INDEX", "app_index", kWhole, 3},
+                                                       {"USED", "use_count", kWhole, 4},
+                                                       {"LOCKED", "is_lock", kWhole, 6}};
   static const std::vector<FieldColumn> service_columns = {{"ID", "id"},
-                                                           {"TITLE", "title", kWidestTitle},
-                                                           {"RUN TITLE", "run_title", kWidestTitle},
-                                                           {"VERSION", "version"},
-                                                           {"TYPE", "app_type"},
-                                                           {"FEATURED", "app_featured"},
-                                                           {"INDEX", "app_index"},
-                                                           {"USED", "use_count"},
-                                                           {"LOCKED", "is_lock"},
-                                                           {"HIDDEN", "is_hidden"}};
+                                                           {"TITLE", "title", kWidestTitle, 0, true},
+                                                           {"RUN TITLE", "run_title", kWidestTitle, 7, true},
+                                                           {"VERSION", "version", kWhole, 5},
+                                                           {"TYPE", "app_type", kWhole, 2},
+                                                           {"FEATURED", "app_featured", kWhole, 1},
+                                                           {"INDEX", "app_index", kWhole, 3},
+                                                           {"USED", "use_count", kWhole, 4},
+                                                           {"LOCKED", "is_lock", kWhole, 6},
+                                                           {"HIDDEN", "is_hidden", kWhole, 6}};
   static const ListKind kinds[] = {
-      {"--ms", ReadMultiScreen, {{"ID", "app_id"}, {"MULTI-SCREEN", "is_multi_screen2"}}},
-      {"--hybrid", ReadMarked<nuv_get_hybrid_widget_list>, app_columns},
-      {"--isp-bound", ReadMarked<nuv_get_isp_bound_widget_list>, app_columns},
-      {"--service", ReadForService, service_columns},
+      {"--ms", ReadMultiScreen, {{"ID", "app_id"}, {"MULTI-SCREEN", "is_multi_screen2"}}, Blank<nuv_app_ms_s>},
+      {"--hybrid", ReadMarked<nuv_get_hybrid_widget_list>, app_columns, Blank<nuv_app_info_s>},
+      {"--isp-bound", ReadMarked<nuv_get_isp_bound_widget_list>, app_columns, Blank<nuv_app_info_s>},
+      {"--service", ReadForService, service_columns, Blank<_APPS_INNER_INFO_T>},
   };
-  static const ListKind all = {nullptr, ReadApps, app_columns};
+  static const ListKind all = {nullptr, ReadApps, app_columns, Blank<nuv_app_info_s>};
   for (const ListKind& kind : kinds) {
     if (values.Flag(kind.flag)) return kind;
   }
@@ -208,8 +215,10 @@ Report ListApps(const Values& values) {
   if (list.result != 0) {
     return ReportOf(DiagnoseCatalogue(list.result, WhyNoList(choice)), {{"records", nullptr}});
   }
+  const ChosenTable table = TableOf(list.records, kind.columns, kind.blank(), values);
+  if (!table.error.empty()) return WrongColumns(table);
   Report report;
-  report.text = RecordTable(list.records, kind.columns);
+  report.text = table.text;
   report.details["records"] = list.records;
   return report;
 }
@@ -241,7 +250,7 @@ const RegisteredVerb kList(
       Flag("--hybrid", "List the hybrid-TV applications").Excludes(With(kNotForMarked, {"--isp-bound"})),
       Flag("--isp-bound", "List those bound to the internet provider").Excludes(kNotForMarked),
       Flag("--service", "List the service's records").Excludes(kNotForService),
-      Flag("--hidden", "With --service: hidden applications, too").Needs("--service")},
+      Flag("--hidden", "With --service: hidden applications, too").Needs("--service"), ColumnsOption(), WideFlag()},
      ListApps});
 
 }  // namespace

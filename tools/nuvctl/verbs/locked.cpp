@@ -20,7 +20,9 @@ constexpr YesNoQuestion kUninstallable = {
     "the catalogue has no usable application with these ids that needs uninstalling"};
 
 Report Ask(const YesNoQuestion& question, const std::vector<std::string>& ids) {
-  const int result = question.ask(SqlList(ids).c_str());
+  std::vector<std::string> own_ids;
+  for (const std::string& name : ids) own_ids.push_back(IdOf(name));
+  const int result = question.ask(SqlList(own_ids).c_str());
   Report report;
   if (result != 0) report = ReportOf(DiagnoseCatalogue(result, {Outcome::kNotFound, question.no}));
   report.details = {{"apps", ListOf(ids)}, {question.key, nullptr}};
@@ -39,7 +41,7 @@ Report Uninstallable(const Values& values) {
 }
 
 Argument IdsPosition() {
-  return AppPosition("Ids of the applications, of which one is enough").Many().Required();
+  return AppPosition("Applications, of which one is enough: id, kelvo id, package name or run title").Many().Required();
 }
 
 const RegisteredVerb kLockedVerb(

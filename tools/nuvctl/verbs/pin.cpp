@@ -7,6 +7,7 @@
 namespace {
 
 constexpr int kReserved = 0;
+constexpr unsigned kWaitForUserMs = 60000;
 
 _NUV_LAUNCHER_DATA MakeRecord(const Values& values, const char* app_id) {
   _NUV_LAUNCHER_DATA record;
@@ -39,6 +40,7 @@ LaunchTask TaskOf(const Values& values, const nuv_app_info_s& app) {
     return nuv_launch_Pin_Popup(kReserved, type, record);
   };
   task.diagnose = DiagnosePin;
+  task.wait_ms = kWaitForUserMs;
   return task;
 }
 
@@ -46,22 +48,24 @@ Report Pin(const Values& values) {
   const std::string app_id = values.Text("ID");
   const Fields details = {{"app", app_id}, {"function", "nuv_launch_Pin_Popup"}};
   nuv_app_info_s app = {};
-  const int lookup = m_nuv_get_app_info(app_id.c_str(), &app);
+  const int lookup = m_nuv_get_app_info(IdOf(app_id).c_str(), &app);
   if (lookup != 0) return ReportOf(DiagnoseLookup(lookup, {app_id, {}}), details);
   return RunLaunchTask(values, TaskOf(values, app), details);
 }
 
-const RegisteredVerb kPin({"pin",
-                           Group::kLaunching,
-                           "Have the user asked for the PIN before a launch",
-                           {AppPosition("Application to launch: its id, kelvo id or package name").Required(),
-                            PayloadOption(), LaunchCallerOption(), Option("--uri", "URI", "URI of the launch"),
-                            Option("--entry", "TEXT", "Entry of the launch"),
-                            Option("--below", "ID", "Application below which it is to be placed").From(Live::kAppIds),
-                            Option("--requestor", "TEXT", "Requesting component"),
-                            Flag("--force", "Launch where the service would otherwise decline"),
-                            Flag("--background", "Leave the current application in front"),
-                            Flag("--deep-link", "Launch as a deep link"), WaitOption()},
-                           Pin});
+const RegisteredVerb kPin(
+    {"pin",
+     Group::kApplications,
+     "Have the user asked for the PIN before a launch",
+     {AppPosition("Application to launch: its id, kelvo id, package name or run title").Required(), PayloadOption(),
+      LaunchCallerOption(), Option("--uri", "URI", "URI of the launch"),
+      Option("--entry", "TEXT", "Entry of the launch"),
+      Option("--below", "ID", "Application below which it is to be placed").From(Live::kAppIds),
+      Option("--requestor", "TEXT", "Requesting component"),
+      Flag("--force", "Launch where the service would otherwise decline"),
+      Flag("--background", "Leave the current application in front"), Flag("--deep-link", "Launch as a deep link"),
+      WaitOption("60"), NoWaitFlag(), TimeoutOption()},
+     Pin},
+    Sides::kBoth);
 
 }  // namespace

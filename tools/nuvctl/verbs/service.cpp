@@ -10,6 +10,7 @@
 namespace {
 
 Report Kpi(const Values& values) {
+  const ServiceCall call(values);
   const std::string app_id = values.Text("--app");
   const std::optional<std::string> caller = values.MaybeText("--caller");
   return ReportOfCall(
@@ -25,7 +26,7 @@ const RegisteredVerb kKpi({"kpi",
                             Option("--app", "ID", "Application that the event is about").From(Live::kAppIds).Required(),
                             Option("--caller", "ID", "Id of who started it").From(Live::kAppIds),
                             Option("--preload-type", "N", "The service's preload type (default 0)").Number(),
-                            Option("--text", "TEXT", "The service's event text")},
+                            Option("--text", "TEXT", "The service's event text"), TimeoutOption()},
                            Kpi});
 
 const std::map<std::string, int>& PopupKinds() {
@@ -57,6 +58,7 @@ std::string ReadPopupKind(std::string& text) {
 }
 
 Report Popup(const Values& values) {
+  const ServiceCall call(values);
   const int kind = values.Number("KIND");
   return ReportOfCall(nuv_launch_systempopup_client(static_cast<LAUNCH_ERROR_POPUP_TYPE>(kind)), {{"kind", kind}});
 }
@@ -67,11 +69,14 @@ const RegisteredVerb kPopup({"popup",
                              {Position("KIND", "Kind of popup: unknown-title, type-1 to type-3, no-app-id or a number")
                                   .Number()
                                   .Words(PopupNames(), ReadPopupKind)
-                                  .Required()},
+                                  .Required(),
+                              TimeoutOption()},
                              Popup});
 
 Report AndroidStatus(const Values& values) {
   const std::string app_id = values.Text("ID");
+  if (const auto unknown = WhyUnknown(app_id)) return ReportOf(*unknown, {{"app", app_id}, {"state", nullptr}});
+  const ServiceCall call(values);
   int state = 0;
   Report report =
       ReportOfCall(nuv_get_android_app_status_client(app_id.c_str(), state), {{"app", app_id}, {"state", nullptr}});
@@ -82,9 +87,9 @@ Report AndroidStatus(const Values& values) {
 }
 
 const RegisteredVerb kAndroidStatus({"android-status",
-                                     Group::kService,
+                                     Group::kRunning,
                                      "Show the running state of an Android application",
-                                     {AppPosition("Application to ask about").Required()},
+                                     {AppPosition("Application to ask about").Required(), TimeoutOption()},
                                      AndroidStatus});
 
 Report ShowExtraApp() {
@@ -102,6 +107,7 @@ Report ShowExtraApp() {
 }
 
 Report ExtraApp(const Values& values) {
+  const ServiceCall call(values);
   const std::optional<std::string> app_id = values.MaybeText("--set");
   if (!app_id) return ShowExtraApp();
   return ReportOfCall(nuv_notify_extra_app_changed(*app_id), {{"app", *app_id}});
@@ -109,9 +115,9 @@ Report ExtraApp(const Values& values) {
 
 const RegisteredVerb kExtraApp(
     {"extra-app",
-     Group::kService,
+     Group::kRunning,
      "Show or announce the extra application",
-     {Option("--set", "ID", "Announce that this is the extra application now").From(Live::kAppIds)},
+     {Option("--set", "ID", "Announce that this is the extra application now").From(Live::kAppIds), TimeoutOption()},
      ExtraApp});
 
 }  // namespace

@@ -20,7 +20,7 @@ Lookup MakeLookup(int result, const Record& record) {
 
 Lookup LookUpForService(const std::string& app_id) {
   _APPS_INNER_INFO_T record;
-  const int result = GetAppInnerInfo(app_id, &record);
+  const int result = GetAppInnerInfo(app_id, &record) == 0 ? 0 : GetAppInnerInfo(IdOf(app_id), &record);
   return MakeLookup(result, record);
 }
 
@@ -28,7 +28,7 @@ Lookup LookUpForService(const std::string& app_id) {
 Lookup LookUp(const AppName& app) {
   nuv_app_info_s record = {};
   const int result = app.run_title ? nuv_get_app_info_by_runtitle(app.run_title->c_str(), &record)
-                                   : m_nuv_get_app_info(app.id.c_str(), &record);
+                                   : m_nuv_get_app_info(IdOf(app.id).c_str(), &record);
   return MakeLookup(result, record);
 }
 
@@ -43,13 +43,14 @@ Report Show(const Values& values) {
   return report;
 }
 
-const RegisteredVerb kShow(
-    {"show",
-     Group::kCatalogue,
-     "Show all that the catalogue says of an application",
-     {AppPosition("Application to show: its id, kelvo id or package name"), TitleOption().Excludes({"ID", "--service"}),
-      Flag("--service", "Show the service's record, whose texts are whole; also finds a hybrid application")},
-     Show,
-     {"ID", "--title"}});
+const RegisteredVerb kShow({"show",
+                            Group::kCatalogue,
+                            "Show all that the catalogue says of an application",
+                            {AppPosition("Application to show: its id, kelvo id, package name or run title"),
+                             TitleOption().Excludes({"ID", "--service"}),
+                             Flag("--service",
+                                  "Show the service's record, whose texts are whole; also finds a hybrid application")},
+                            Show,
+                            {"ID", "--title"}});
 
 }  // namespace

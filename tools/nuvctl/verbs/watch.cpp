@@ -1,7 +1,4 @@
 // nuvctl watch
-#include <glib-unix.h>
-#include <signal.h>
-
 #include <cstdio>
 #include <functional>
 #include <optional>
@@ -9,6 +6,7 @@
 #include <vector>
 
 #include "bus/system_bus.h"
+#include "command/guard.h"
 #include "command/verb.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
@@ -22,7 +20,6 @@ class WatchSession {
   using Show = std::function<bool(const WatchLine&)>;  // false ends the session
 
   explicit WatchSession(Show show) : show_(std::move(show)), loop_(g_main_loop_new(nullptr, FALSE)) {}
-  ~WatchSession();
   WatchSession(const WatchSession&) = delete;
   WatchSession& operator=(const WatchSession&) = delete;
 
@@ -36,11 +33,8 @@ class WatchSession {
   void Tell(const WatchLine& line);
   void End(const Diagnosis& end);
 
-  static gboolean OnEndSignal(gpointer session);
-
   const Show show_;
   GlibOwner<GMainLoop> loop_;
-  std::vector<guint> end_signals_;
   Timer time_;
   std::optional<LiveBus> bus_;
   std::optional<SignalWatch> signals_;
@@ -49,12 +43,8 @@ class WatchSession {
   std::optional<Diagnosis> end_;
 };
 
-WatchSession::~WatchSession() {
-  for (const guint source : end_signals_) g_source_remove(source);
-}
-
 Diagnosis WatchSession::Run(std::optional<unsigned> limit_ms) {
-  for (const int number : {SIGINT, SIGTERM}) end_signals_.push_back(g_unix_signal_add(number, OnEndSignal, this));
+  const InterruptHandler handler([this] { InMainLoop([this] { End({Outcome::kDone, ""}); }); });
   if (limit_ms) time_.Start(*limit_ms, [this] { End({Outcome::kDone, ""}); });
   ConnectToBus();
   g_main_loop_run(loop_.get());
@@ -95,11 +85,6 @@ void WatchSession::End(const Diagnosis& end) {
   g_main_loop_quit(loop_.get());
 }
 
-gboolean WatchSession::OnEndSignal(gpointer session) {
-  static_cast<WatchSession*>(session)->End({Outcome::kDone, ""});
-  return G_SOURCE_CONTINUE;
-}
-
 bool CanBeWritten() {
   return std::ferror(stdout) == 0;
 }
@@ -114,7 +99,7 @@ Report Watch(const Values& values) {
 }
 
 const RegisteredVerb kWatch({"watch",
-                             Group::kRunning,
+                             Group::kDiagnosis,
                              "Show what the service does, line by line",
                              {Option("--for", "SECONDS", "End after so long (default: when interrupted)").Seconds()},
                              Watch});

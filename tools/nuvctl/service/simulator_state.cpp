@@ -1,0 +1,76 @@
+#include "service/simulator_state.h"
+
+#include <nuv_platform/platform_path.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "bus/system_bus.h"
+#include "report/text.h"
+#include "service/watch_lines.h"
+
+namespace {
+
+constexpr unsigned kLimitMs = 1000;
+
+VariantOwner Call(const char* interface, const char* method, GVariant* arguments, const char* reply_type) {
+  const VariantOwner owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
+  const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
+  if (bus == nullptr) return nullptr;
+  const VariantOwner reply(g_dbus_connection_call_sync(
+      bus.get(), kSimulatorName, kSimulatorPath, interface, method, owned.get(), G_VARIANT_TYPE(reply_type),
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kLimitMs), nullptr, nullptr));
+  return VariantOwner(reply == nullptr ? nullptr : g_variant_get_child_value(reply.get(), 0));
+}
+
+// One directory may have several paths.
+bool SameDirectory(const std::string& one, const std::string& other) {
+  struct stat first = {};
+  struct stat second = {};
+  if (stat(one.c_str(), &first) != 0 || stat(other.c_str(), &second) != 0) return one == other;
+  return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+}  // namespace
+
+std::optional<SimulatorState> AskSimulator() {
+  const VariantOwner properties =
+      Call("org.freedesktop.DBus.Properties", "GetAll", g_variant_new("(s)", kSimulatorInterface), "(a{sv})");
+  if (properties == nullptr) return std::nullopt;
+  SimulatorState state;
+  const char* directory = nullptr;
+  if (g_variant_lookup(properties.get(), "Directory", "&s", &directory) != FALSE) state.directory = directory;
+  gboolean has_stand_ins = TRUE;
+  g_variant_lookup(properties.get(), "HasStandIns", "b", &has_stand_ins);
+  state.has_stand_ins = has_stand_ins != FALSE;
+  return state;
+}
+
+std::optional<std::vector<std::string>> StandIns() {
+  const VariantOwner apps = Call(kSimulatorInterface, "StandIns", nullptr, "(as)");
+  if (apps == nullptr) return std::nullopt;
+  std::vector<std::string> ids;
+  for (gsize i = 0; i < g_variant_n_children(apps.get()); ++i) {
+    const VariantOwner app(g_variant_get_child_value(apps.get(), i));
+    ids.emplace_back(g_variant_get_string(app.get(), nullptr));
+  }
+  return ids;
+}
+
+bool Contains(const std::vector<std::string>& ids, const std::string& id) {
+  return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+std::optional<bool> IsStandIn(const std::string& app_id) {
+  const auto stand_ins = StandIns();
+  return stand_ins ? std::optional(Contains(*stand_ins, app_id)) : std::nullopt;
+}
+
+std::string WhyOtherDirectory() {
+  const char* own = nuv_platform_get_path(NUV_PATH_APP_DATABASE_DIR);
+  const std::optional<SimulatorState> simulator = AskSimulator();
+  if (own == nullptr || !simulator || simulator->directory.empty()) return "";
+  if (SameDirectory(own, simulator->directory)) return "";
+  return "the service works in " + Printable(simulator->directory) + ", and nuvctl in " + Printable(own) +
+         ": set NUV_HOST_DIR to the service's directory";
+}
