@@ -16,12 +16,13 @@ namespace simulator {
 namespace {
 
 constexpr const char* kMark = "NUV_SIMULATOR_TREE";
-constexpr int kNobodys = 0;  // the tree of what some application started, and nobody can tell which
+constexpr int kNobodys = 0;  // the tree of processes of which nobody can tell which application started them
 constexpr gint64 kPatienceUs = 2 * G_TIME_SPAN_SECOND;
 constexpr int kLookMs = 1000;
 constexpr int kLookWhileEndingMs = 50;
 
-// Whether the process descends from this one. The table is not of one moment, so its parents may go round in circles.
+// Whether the process descends from this one. The table is read while processes come and go, so its parents may go
+// round in circles.
 bool IsDescendant(const ProcessEntry& process, const ProcessTable& table) {
   const pid_t self = getpid();
   auto at = table.find(process.pid);
@@ -47,7 +48,7 @@ AppTrees::~AppTrees() {
   if (timer_ != 0) g_source_remove(timer_);
 }
 
-// Of this process only: what it runs may be a simulator, too.
+// The process id makes the mark this simulator's own: an application may start a second simulator.
 std::pair<std::string, std::string> AppTrees::MarkOf(int tree) const {
   return {kMark, std::to_string(getpid()) + "." + std::to_string(tree)};
 }
@@ -58,7 +59,8 @@ void AppTrees::Started(int tree, pid_t root) {
   LookLater();
 }
 
-// Those of its process group are known by the number of the group for the last time: it is free when they have gone.
+// Looks for the members of the root's process group once more before it forgets the group: the kernel may give the
+// number to another group as soon as the last member has gone.
 void AppTrees::RootEnded(int number) {
   trees_[number].root = 0;
   End(number);
@@ -78,14 +80,14 @@ void AppTrees::EndAll() {
   LookLater();
 }
 
-// Once: what a program starts because it is asked to end, to tidy up, is not asked.
+// Sends SIGTERM once. What a program starts after that, in order to tidy up, gets none and has until the deadline.
 void AppTrees::Begin(int number, Tree& tree) const {
   if (std::exchange(tree.ending, true)) return;
   tree.deadline = g_get_monotonic_time() + kPatienceUs;
   Signal(number, tree, SIGTERM);
 }
 
-// One that hid between two looks until its tree was empty.
+// Ends processes that were not seen before their tree was empty and forgotten.
 void AppTrees::EndLate() {
   for (const auto& [identity, number] : members_) {
     if (trees_.count(number) == 0) Begin(number, trees_[number]);
@@ -107,9 +109,9 @@ std::optional<int> AppTrees::TreeOfRoot(pid_t pid) const {
   return std::nullopt;
 }
 
-// A child that this process did not start and does not have from before descends from an application. Which one tells
-// the mark that it has inherited, or the group; where it has got rid of both, nobody does. With children from before,
-// it may be one of theirs as well, and is left alone.
+// The orphan is a child that this process neither started nor had at the beginning, so an application started it. The
+// mark in its environment, or else its process group, tells which one. An orphan without either belongs to nobody's
+// tree; if this process had children at the beginning, the orphan may be one of theirs, and is left alone.
 std::optional<int> AppTrees::TreeOfOrphan(const ProcessEntry& orphan) const {
   const std::string mark = ReadVariable(orphan.pid, kMark);
   const int marked = std::atoi(mark.c_str() + std::min(mark.size(), mark.find('.') + 1));
@@ -156,7 +158,7 @@ void AppTrees::Look() {
   DropEmpty();
 }
 
-// The roots are waited for by their watches.
+// All but the roots: their child watches wait for them.
 void AppTrees::Reap(const ProcessTable& table) const {
   for (const auto& [identity, number] : members_) {
     const ProcessEntry& process = table.at(identity.first);

@@ -108,9 +108,9 @@ Directory Directory::Make(const std::string& name) const {
   return made;
 }
 
-// The lock on the directory decides: nobody can put something else in its place. Who has it, only a record lock tells,
-// which needs a file. Where that cannot be had, the number is not told, and nothing else is missing. A file system that
-// knows no locks is worked in without.
+// The lock on the directory decides, because nobody can put something else in the directory's place. It does not tell
+// who holds it, so the holder locks a file in it as well, with a record lock, which names the process. Without that
+// file only the process id is missing. On a file system without locks the simulator works without one.
 bool Directory::Lock() {
   if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
   struct flock range = WholeFile();
@@ -126,7 +126,7 @@ pid_t Directory::Holder() const {
   return range.l_pid > 0 ? range.l_pid : 0;
 }
 
-// Of what is open, not of what has the name meanwhile.
+// Looks at the open directory: another one may have its name by now.
 void Directory::Check() const {
   struct stat self {};
   if (fstat(file_.get(), &self) != 0) Throw(path_, errno);

@@ -13,7 +13,7 @@ std::string TextArgument(GVariant* arguments, int position) {
   return position < 0 ? "" : TextOf(arguments, static_cast<gsize>(position));
 }
 
-// Ends at once, with what was sent on its way.
+// Ends the process at once, but not before what was sent has left it.
 [[noreturn]] void Die(GDBusConnection* connection) {
   g_dbus_connection_flush_sync(connection, nullptr, nullptr);
   _exit(kScriptedExit);

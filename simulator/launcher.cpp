@@ -62,7 +62,8 @@ void Launcher::Launch(const LaunchRequest& request, const Report& report) {
   }
 }
 
-// Whoever has asked for the PIN already says so in the request. A preload shows nothing, so nobody is asked.
+// The PIN is not asked for when the request says that this was done already, and not for a preload, which shows
+// nothing.
 void Launcher::Decide(const LaunchRequest& request, const Report& report) {
   const std::optional<AppRecord> record = catalogue_.Find(request.app_id);
   if (const std::optional<int> reason = Refusal(record)) {
@@ -129,7 +130,7 @@ void Launcher::Settle(pid_t pid, Settling settling) {
   settling_[pid] = std::move(settling);
 }
 
-// A program that ends well before the settle time has done all it wanted to do.
+// A program that ends with status 0 before the settle time has done all that it wanted to do.
 void Launcher::Ended(pid_t pid, int status) {
   const auto settled = settling_.extract(pid);
   if (settled.empty()) return;
@@ -158,7 +159,7 @@ pid_t Launcher::ShowOrStart(const AppRecord& record, const ProgramInput& input) 
   return pid;
 }
 
-// Its dialog may have ended by itself just before it is told to.
+// The request may tell the PIN dialog to end just after the dialog has ended by itself.
 pid_t Launcher::LaunchCommonUi(const ProgramInput& input, const ReportFor& report) {
   if (EndsPinDialog(input.extra_data)) {
     const Applications::App* running = applications_.Find(kCommonUiApp);

@@ -80,8 +80,9 @@ std::string ReadVariable(pid_t pid, const std::string& name) {
   return environment.c_str() + found + start.size();  // up to the NUL
 }
 
-// What is open stays the process that had the number before the second look. Older kernels and sandboxes do not open
-// processes; there the time between look and signal is short.
+// An open descriptor stays with the process that had the number when it was opened, and the second look tells whether
+// that is the one that is meant. Where the kernel or a sandbox opens no processes, the time between look and signal is
+// short.
 void SignalProcess(const ProcessEntry& process, int signal) {
   const File opened(OpenProcess(process.pid));
   const auto now = ReadProcess(process.pid);

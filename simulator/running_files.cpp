@@ -34,7 +34,7 @@ bool IsLine(const std::string& content) {
   return content.size() > 1 && content.size() <= kLongest && content.find('\n') == content.size() - 1;
 }
 
-// Whoever wrote it may have been killed before it was full.
+// The process that wrote it may have been killed before it had written all.
 bool IsFresh(const std::string& content) {
   return content.empty() || IsLine(content) || IsRunningFile(content);
 }
@@ -60,7 +60,7 @@ void RunningFiles::Clear() const {
   RemoveOwn(state_, kHbbtv, IsLine);
 }
 
-// SQLite would create it as well, but through whatever has the name.
+// SQLite would create the file as well, but would follow a link of that name.
 std::string RunningFiles::DatabasePath() const {
   const int error = state_.Create(kDatabase, "");
   std::string path = state_.PathOf(kDatabase);

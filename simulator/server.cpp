@@ -86,7 +86,7 @@ void Server::PrepareService() {
   dispatcher_ = std::make_unique<Dispatcher>(*service_, scenario_, journal_);
 }
 
-// Of a path that the catalogue gives: the sample, and an application without one, have a stand-in on purpose.
+// Counts only applications with an install_path: those without one, like all of the sample, have a stand-in on purpose.
 void Server::TellMissingPrograms(const Catalogue& catalogue) const {
   std::size_t missing = 0;
   for (const Catalogue::App& app : catalogue.apps) {

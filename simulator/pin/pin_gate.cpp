@@ -8,7 +8,7 @@
 namespace simulator {
 namespace {
 
-// A client closes the dialog of a launch that was refused; one that does not is not waited for any longer.
+// How long a client has to close the dialog of a launch that was refused.
 constexpr int kClosingMs = 1000;
 
 const char* NameOf(PinOutcome outcome) {
@@ -151,8 +151,8 @@ bool PinGate::Cancel(guint question) {
   return true;
 }
 
-// A dialog whose launch is refused stays until the client closes it: only then may the next one show, which the client
-// would close otherwise.
+// When a launch is refused, the client closes the dialog. Until then no other dialog may show: the client would close
+// that one instead.
 void PinGate::Answered(PinOutcome outcome) {
   const Done done = std::exchange(dialog_->question.done, nullptr);
   const auto close = [this] { applications_.Terminate(kCommonUiApp); };

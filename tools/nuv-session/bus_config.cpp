@@ -24,7 +24,7 @@ constexpr const char* kSystemBus = R"(
 </policy>
 )";
 
-// Whoever has started the bus may look at what passes, as root may on a system bus.
+// The user who has started the bus may monitor it, as root may monitor a system bus.
 constexpr const char* kMonitor =
     R"(<policy user="%u"><allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Monitoring"/>
 </policy>

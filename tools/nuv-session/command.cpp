@@ -29,7 +29,8 @@ int ErrorOfProgram(const std::string& path) {
   return access(path.c_str(), X_OK) == 0 ? 0 : errno;
 }
 
-// The terminal as it was before a command that was killed while another group of its had it.
+// Gives the terminal back as it was before the command: a command that is killed may leave one of its other process
+// groups in the foreground.
 class Terminal {
  public:
   Terminal() : file_(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)), own_(IsOurs()) {}
@@ -52,7 +53,7 @@ class Terminal {
   bool own_;
 };
 
-// Its wait status once it has ended. Others are what it has left.
+// The command's wait status once it has ended. Other children are processes that the command has left behind.
 std::optional<int> Reap(pid_t command) {
   std::optional<int> end;
   int status = 0;
@@ -95,7 +96,8 @@ void CheckCommand(const std::vector<std::string>& command) {
 
 int RunCommand(const Program& program, const Signals& signals, const CommandEvents& events) {
   const Terminal terminal;
-  // What it leaves behind comes to this process, and is found below it.
+  // As subreaper, this process becomes the parent of what the command leaves behind, so the keeper finds it below this
+  // one.
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   const Started started = Start(program);
   if (started.error != 0) throw CannotRun(program.arguments[0], started.error);

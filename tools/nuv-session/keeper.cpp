@@ -137,7 +137,8 @@ class Keeper {
     return started.pid;
   }
 
-  // Which of the file, the front's link and the signals there is something to read of. Gives up with the front.
+  // Whether there is something to read in the file. Hears nuv-session and the signals meanwhile, and throws Unwanted
+  // when nuv-session has gone or a signal asks to end.
   bool Poll(int file, bool wait = true) {
     pollfd watched[] = {{file, POLLIN, 0}, {link_.get(), POLLIN, 0}, {signals_.get(), POLLIN, 0}};
     const auto until = wait ? deadline_ : Clock::now();
@@ -264,7 +265,7 @@ class Keeper {
     }
   }
 
-  // Who uses a thing before the thing.
+  // First the processes that use the service, then the service, then the bus.
   void EndAll() {
     const auto reap = [this] { Reap(); };
     unlink(layout_.EnvironmentFile().c_str());  // nobody joins any more

@@ -48,7 +48,8 @@ void Describe(CLI::App& app, Options& options) {
       "126: the command cannot be run, 127: it is not found.");
 }
 
-// What makes a session has no say in one that runs, and a directory that is named stays anyway.
+// Options that make a session cannot go with --attach, and --keep not with --state: a directory that is named stays
+// anyway.
 void RefuseContradictions(const CLI::App& app) {
   if (app.count("--keep") != 0 && app.count("--state") != 0) throw CLI::ExcludesError("--keep", "--state");
   if (app.count("--policy") != 0 && app.count("--no-policy") != 0) throw CLI::ExcludesError("--policy", "--no-policy");

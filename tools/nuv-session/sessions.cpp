@@ -28,8 +28,7 @@ constexpr std::size_t kLongestName = 32;
 constexpr auto kLockLimit = std::chrono::seconds(10);
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
-// What the login gives each user for such things, where it is as it should be: a change of the user often keeps the
-// variable of the one before.
+// XDG_RUNTIME_DIR, where it belongs to this user: su and sudo often leave the variable of the user before.
 std::string PathOfSessions() {
   const char* runtime = getenv("XDG_RUNTIME_DIR");
   struct stat entry {};

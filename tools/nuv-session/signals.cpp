@@ -5,7 +5,7 @@
 namespace session {
 
 Signals::Signals() {
-  // Whoever ignores its children gets no exit status of them.
+  // A process that ignores SIGCHLD, as it may have inherited, gets no exit status of its children.
   signal(SIGCHLD, SIG_DFL);
   sigset_t mask;
   sigemptyset(&mask);
@@ -25,7 +25,7 @@ bool IsEnding(const signalfd_siginfo& signal) {
   return signal.ssi_signo != SIGCHLD;
 }
 
-// A hangup goes to the leader of the session alone, and two of them do no harm.
+// The kernel sends SIGHUP to the leader of the terminal's session only, so it is passed on; a second one does no harm.
 bool IsTerminals(const signalfd_siginfo& signal) {
   return signal.ssi_code > 0 && (signal.ssi_signo == SIGINT || signal.ssi_signo == SIGQUIT);
 }

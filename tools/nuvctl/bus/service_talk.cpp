@@ -7,7 +7,7 @@
 
 namespace {
 
-// A heartbeat precedes the calls that matter, and does not decide them.
+// The library sends a heartbeat before most calls; its answer says nothing about the call itself.
 constexpr char kHeartbeat[] = "heartbeat";
 constexpr char kServiceInterfaceEnd[] = ".server.interface";
 

@@ -1,12 +1,12 @@
-// What the service and the bus answer to the library's calls. The library's results only say that a call failed, so its
-// messages are read as they pass.
+// What the service and the bus answer to the library's calls. The library's results only say that a call failed, so
+// nuvctl reads the messages of the library's connection as they pass.
 #pragma once
 
 #include <optional>
 #include <string>
 
-// From now on. Makes the process's shared connection, on which the library calls, and may block for as long as the bus
-// does not answer.
+// Begins to read. Makes the process's shared connection, on which the library calls, and may block for as long as the
+// bus does not answer.
 void ListenToServiceTalk();
 
 struct CallError {
@@ -14,11 +14,11 @@ struct CallError {
   std::string text;
 };
 
-// The error that the last answer was.
+// The error with which the last call was answered; nothing where it was no error.
 std::optional<CallError> LastCallError();
 
 // Whether a call was made that has no answer.
 bool CallIsUnanswered();
 
-// Until what was answered to the bus has left this process; it was written by another thread.
+// Waits until the answers that this process owes, which GLib's thread writes, have left it.
 void FlushServiceTalk();

@@ -112,7 +112,7 @@ LiveBus::~LiveBus() {
   if (closed_handler_ != 0) g_signal_handler_disconnect(connection_.get(), closed_handler_);
 }
 
-// A cancelled attempt ends when the owner is gone already.
+// Where the attempt was cancelled, its owner no longer exists.
 void LiveBus::OnConnected(GObject*, GAsyncResult* result, gpointer bus) {
   GError* error = nullptr;
   ConnectionOwner connection(g_dbus_connection_new_for_address_finish(result, &error));
@@ -135,8 +135,9 @@ void LiveBus::OnClosed(GDBusConnection*, gboolean, GError*, gpointer bus) {
   static_cast<LiveBus*>(bus)->listener_.on_closed();
 }
 
-// The match rule is this watch's own: GLib's way to add one takes a closed connection for a programming error. For that
-// reason GLib is not told either of a sender whose owner it would have to follow: the bus keeps to the rule.
+// The watch adds its match rule itself, because GLib logs a critical when it adds one to a connection that has closed.
+// GLib would add another rule to follow the owner of a sender that it is told, so it is told none: the bus applies the
+// rule.
 SignalWatch::SignalWatch(GDBusConnection* bus, const SignalSource& source, SignalFunction on_signal)
     : bus_(bus), on_signal_(std::move(on_signal)) {
   subscription_ = g_dbus_connection_signal_subscribe(

@@ -12,7 +12,7 @@ TextOwner SystemBusAddress();
 // A new connection, or null when there is none within the limit, also where the bus takes the call and says nothing.
 ConnectionOwner ConnectToSystemBus(unsigned limit_ms);
 
-// The bus name that this process's requests go to.
+// The bus name to which this process's requests go.
 std::string ServiceName();
 
 // The bus name under which the library receives this process's launch results.
@@ -80,7 +80,8 @@ class NameWatch {
  public:
   using OwnerFunction = std::function<void(bool present)>;
 
-  // Calls on_owner from the default main context. A new owner in place of another is an absence and a presence.
+  // Calls on_owner from the default main context. When another owner takes the name over, it is called twice: with
+  // false, then with true.
   NameWatch(GDBusConnection* bus, const std::string& name, OwnerFunction on_owner);
   ~NameWatch();
   NameWatch(const NameWatch&) = delete;

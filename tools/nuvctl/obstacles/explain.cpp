@@ -15,7 +15,7 @@ struct State {
   int wanted;
 };
 
-// In what state the library wants an application for a lookup, in the order of its condition.
+// The states in which an application has to be for a lookup, in the order in which the library's condition names them.
 struct Filter {
   State state;
   const char* key;
@@ -31,7 +31,7 @@ constexpr Filter kFilters[] = {
 constexpr State kVisible = {"is_hidden", 0};
 constexpr State kLocked = {"is_lock", 1};
 
-// Where else a text can stand that is no id.
+// The other columns in which a text that is no id may be found.
 struct Hint {
   const char* column;
   const char* words;
@@ -42,7 +42,7 @@ constexpr Hint kHints[] = {
     {"hybrid_app", "; it is the hybrid application of another one"},
 };
 
-// Counts the applications that a text may name. One count that fails spoils them all.
+// Counts the applications that a text may name. Where one count fails, none is used.
 class AppCounter {
  public:
   explicit AppCounter(const std::string& name) : name_(name) {}
@@ -122,7 +122,8 @@ void AddFilters(AppCounter& counter, int all, std::vector<Reason>& reasons) {
   }
 }
 
-// What a lookup does not mind. Asked of the applications that it finds, or of all where it finds none.
+// States that do not stop a lookup. Looks at the applications that the lookup finds, or at all of that
+// name where it finds none.
 void AddStates(AppCounter& counter, std::vector<State> base, std::vector<Reason>& reasons) {
   std::vector<State> visible = base;
   visible.push_back(kVisible);
@@ -162,7 +163,7 @@ bool HasProgram(const std::string& install_path, const std::string& app_id) {
   return false;
 }
 
-// Only the simulator runs programs of this machine; where another service does, nothing can be said.
+// The simulator runs programs of this machine. Of another service it is not known what it runs.
 void AddProgram(const std::string& name, std::vector<Reason>& reasons) {
   _APPS_INNER_INFO_T record;
   if (GetAppInnerInfo(name, &record) != 0 || HasProgram(record.install_path, record.id)) return;

@@ -1,5 +1,5 @@
-// What is in the way of a request: the library's functions only say that it failed. Why, as far as the bus, the guards
-// and the database can tell.
+// What is in the way of a request. The library's functions only say that it failed; the bus, the guards and the
+// database may tell why.
 #pragma once
 
 #include <optional>
@@ -21,12 +21,12 @@ Report ReportOf(const Diagnosis& diagnosis, Fields details = {});
 Diagnosis BusUnreachable();
 
 // Both ask the bus, over a connection of their own, and take a few seconds at most. The first tells why no request can
-// reach the service, or nothing where it runs or can be started; the second why one that was made has failed.
+// reach the service, or nothing where the service runs or can be started; the second tells why a request has failed.
 std::optional<Diagnosis> WhyOutOfReach();
 Diagnosis DiagnoseFailure();
 
-// As long as it lives, calls of the service have the time that the user gives it, and what is answered to them is known
-// to the second of those.
+// While it lives, calls of the service are limited to the user's time, and DiagnoseFailure() knows how they were
+// answered.
 class ServiceCall {
  public:
   explicit ServiceCall(const Values& values);
