@@ -109,6 +109,32 @@ TEST_F(SessionEndTest, AServiceThatDiesIsToldOfAtTheEnd) {
   EXPECT_THAT(run.errors, HasSubstr("nuv-session: nuv-simulator ended before the command did, with status 70"));
 }
 
+TEST_F(SessionEndTest, AServiceWhoseDeathIsHeardOfAfterTheCommandsEndIsToldOf) {
+  const auto session = StartWaiting();
+  const pid_t keeper = Keeper();
+  ASSERT_NE(keeper, 0);
+  kill(keeper, SIGSTOP);
+  for (const pid_t pid : Processes("nuv-simulator")) kill(pid, SIGKILL);
+  session->Signal(SIGTERM);
+  // Left are nuv-session and its keeper, which have the words of the command as well.
+  EXPECT_TRUE(WaitUntil([this] { return Processes("echo ready").size() == 2; }));
+  kill(keeper, SIGCONT);
+  const SessionRun run = Finish(*session);
+  EXPECT_EQ(run.status, 128 + SIGTERM);
+  EXPECT_THAT(run.errors, HasSubstr("nuv-session: nuv-simulator ended before the command did, with signal 9"));
+}
+
+// It has left the bus, which the command may see, and is not over before it is asked to end.
+TEST_F(SessionEndTest, AServiceThatDiesWhileTheSessionEndsIsToldOf) {
+  std::filesystem::copy_file(kSession, files_ / "nuv-session");
+  WriteScript(files_ / "nuv-simulator",
+              "trap 'kill $!; wait; exit 70' TERM\n" NUV_BIN_DIR "/nuv-simulator \"$@\" &\nwait");
+  Process session({files_ / "nuv-session", "true"}, files_.path(), {{"XDG_RUNTIME_DIR", runtime_.path()}});
+  const SessionRun run = Finish(session);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.errors, HasSubstr("nuv-session: nuv-simulator ended before the command did, with status 70"));
+}
+
 TEST_F(SessionEndTest, TwoSessionsAtOnceAreTwoTelevisions) {
   const auto one = StartWaiting({"--name", "one"});
   const std::string other =

@@ -31,6 +31,7 @@ constexpr auto kServicePatience = std::chrono::seconds(6);  // it gives its appl
 constexpr auto kBusPatience = std::chrono::seconds(2);
 constexpr auto kPause = std::chrono::milliseconds(5);
 constexpr std::size_t kLongestMessage = 16384;
+constexpr char kServiceName[] = "nuv-simulator";
 
 void CloseAllBut(std::initializer_list<int> kept) {
   std::vector<int> open_files;
@@ -106,7 +107,7 @@ class Keeper {
                                       "--print-address=" + std::to_string(ready),
                                       "--config-file=" + layout_.BusConfigFile()};
     });
-    service_ = StartReady("nuv-simulator", layout_.ServiceLog(), [&](int ready) { return ServiceCommand(ready); });
+    service_ = StartReady(kServiceName, layout_.ServiceLog(), [&](int ready) { return ServiceCommand(ready); });
     Probe();
   }
 
@@ -237,11 +238,15 @@ class Keeper {
   }
 
   void TellLost() {
-    const std::pair<const char*, pid_t> parts[] = {{"the bus", bus_}, {"nuv-simulator", service_}};
+    const std::pair<const char*, pid_t> parts[] = {{"the bus", bus_}, {kServiceName, service_}};
     for (const auto& [name, pid] : parts) {
       if (ended_.count(pid) == 0 || !told_.insert(pid).second) continue;
-      Send(Word::kLost, std::string(name) + " ended before the command did, with " + Describe(ended_[pid]));
+      Tell(name, ended_[pid]);
     }
+  }
+
+  void Tell(const char* name, int status) const {
+    Send(Word::kLost, std::string(name) + " ended before the command did, with " + Describe(status));
   }
 
   std::vector<ProcessEntry> FindOwn() const {
@@ -254,15 +259,29 @@ class Keeper {
     return found;
   }
 
-  void End(pid_t pid, std::chrono::seconds patience) {
-    if (pid <= 0) return;
+  // True when it ended before it had to be killed.
+  bool End(pid_t pid, std::chrono::seconds patience) {
+    if (pid <= 0) return true;
     const auto deadline = Clock::now() + patience;
+    bool by_itself = true;
     if (ended_.count(pid) == 0) kill(pid, SIGTERM);
     while (ended_.count(pid) == 0) {
-      if (Clock::now() >= deadline) kill(pid, SIGKILL);
+      if (Clock::now() >= deadline) {
+        kill(pid, SIGKILL);
+        by_itself = false;
+      }
       std::this_thread::sleep_for(kPause);
       Reap();
     }
+    return by_itself;
+  }
+
+  // A service that dies leaves the bus before its parent hears of its death, and the command may be quicker than that.
+  // It ends with status 0 when it is asked to, so any other status is that of its own end.
+  void EndService() {
+    const bool by_itself = End(service_, kServicePatience);
+    if (service_ <= 0 || !by_itself || ended_[service_] == 0 || !told_.insert(service_).second) return;
+    Tell(kServiceName, ended_[service_]);
   }
 
   // First the processes that use the service, then the service, then the bus.
@@ -270,7 +289,7 @@ class Keeper {
     const auto reap = [this] { Reap(); };
     unlink(layout_.EnvironmentFile().c_str());  // nobody joins any more
     EndProcesses([this] { return belongings_.Find(); }, reap);
-    End(service_, kServicePatience);
+    EndService();
     End(bus_, kBusPatience);
     EndProcesses([this] { return FindOwn(); }, reap);
     std::error_code ignored;
@@ -334,6 +353,7 @@ std::optional<Message> KeeperLink::Receive() {
   if (size <= 0) return std::nullopt;
   Message message{static_cast<Word>(packet[0]), packet.substr(1, static_cast<std::size_t>(size) - 1)};
   done_ = done_ || message.word == Word::kDone;
+  if (message.word == Word::kLost) lost_.push_back(message.text);
   return message;
 }
 

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "file.h"
 #include "layout.h"
@@ -38,10 +39,13 @@ class KeeperLink {
   void TellCommand(pid_t command) const;
   // Asks for the end and waits for it. False when the keeper was killed before it was done.
   bool End();
+  // What of the session has ended before its time, as far as the keeper has said so.
+  const std::vector<std::string>& lost() const { return lost_; }
 
  private:
   File link_;
   bool done_ = false;
+  std::vector<std::string> lost_;
 };
 
 // In place of a keeper that was killed: ends what belongs to the session and takes its directory away.

@@ -127,9 +127,7 @@ class OwnSession {
  private:
   // While the command runs. A keeper that goes without a word was killed, and the bus and the service with it.
   bool Hear() {
-    const auto message = keeper_.Receive();
-    if (message && message->word == Word::kLost) lost_.push_back(message->text);
-    if (message) return true;
+    if (keeper_.Receive()) return true;
     if (!keeper_.End()) EndWithoutKeeper(layout_);
     return false;
   }
@@ -139,7 +137,7 @@ class OwnSession {
     // What the command had left was this process's in the end.
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
     }
-    for (const std::string& text : lost_) Say(text);
+    for (const std::string& text : keeper_.lost()) Say(text);
     if (!kept) {
       EndWithoutKeeper(layout_);
       Say("the process that keeps the session was killed, and the session with it");
@@ -154,7 +152,6 @@ class OwnSession {
   Claim claim_;
   Layout layout_;
   KeeperLink keeper_;
-  std::vector<std::string> lost_;
   bool started_ = true;
 };
 
