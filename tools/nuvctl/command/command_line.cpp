@@ -267,10 +267,6 @@ std::optional<Report> RefuseInvalidText(const std::vector<std::string>& argument
   return std::nullopt;
 }
 
-}  // namespace
-
-namespace {
-
 // Where the bus or the service is gone, nobody is there to differ from.
 bool ServiceAnswers(Outcome outcome) {
   return outcome != Outcome::kUsage && outcome != Outcome::kServiceGone && outcome != Outcome::kBusGone &&
