@@ -41,6 +41,9 @@ class CatalogueDb {
   std::optional<AppRecord> Find(const std::string& name);
   std::optional<AppRecord> FindByRunTitle(const std::string& run_title);
 
+  // Whether a call may name it: also by its run title.
+  bool Knows(const std::string& name) { return Find(name) || FindByRunTitle(name); }
+
   // Each is false when the application is unknown.
   bool CountLaunch(const std::string& id);  // one launch more, and now the last
   bool SetVersion(const std::string& id, const std::string& version);
