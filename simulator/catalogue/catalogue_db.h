@@ -27,8 +27,8 @@ enum AppType { kWebApp = 2, kNativeApp = 4, kAndroidApp = 8, kHbbtvApp = 16 };
 
 class CatalogueDb {
  public:
-  // Every error names the file. Opens the database, creates it when missing, and adds the columns that an older one
-  // lacks.
+  // Every error names the file. Opens the database, creates it when missing, and adds the columns
+  // and indexes that an older one lacks.
   explicit CatalogueDb(const std::string& path);
 
   // No application was there when the database was opened.
