@@ -16,6 +16,10 @@ NUMBERS = """app_index app_featured app_type size use_count install_state instal
  reserved_tinyint_2 reserved_tinyint_3 reserved_tinyint_4 reserved_tinyint_5 reserved_tinyint_7 reserved_tinyint_8
  reserved_tinyint_10 reserved_tinyint_11 reserved_tinyint_13 reserved_tinyint_14""".split()
 INDEXED = ("kelvo_id", "pkgname", "run_title")
+# Those of nuv-simulator's database for lists, which a TV's may not have.
+LISTED = "install_state, is_app_available, is_hidden, is_need_reset"
+LIST_INDEXES = {"count": "id", "index": "app_index", "used": "use_count DESC", "title": "upper(title)",
+                "date": "install_date DESC"}
 TITLES = ("Weather at a Glance", "Evening News", "Films & Series", "Radio Stations of the World", "Chess",
           "The Long Way Home", "Photo Frame", "Kitchen Timer and Recipes", "Yoga for Everyone", "Sports Live")
 CATEGORIES = ("video", "game", "sports", "information", "lifestyle", "education", "kids")
@@ -47,7 +51,7 @@ def numbers_of(number, index):
     return [numbers[column] for column in NUMBERS]
 
 
-def make_catalogue(path, rows):
+def make_catalogue(path, rows, list_indexes=False):
     """A database of that many applications, whose order of the index is not the one in which they were installed."""
     indices = list(range(rows))
     random.Random(rows).shuffle(indices)
@@ -58,6 +62,8 @@ def make_catalogue(path, rows):
         database.execute(f"CREATE TABLE widgetinfo ({', '.join(columns)})")
         for column in INDEXED:
             database.execute(f"CREATE INDEX widgetinfo_{column} ON widgetinfo ({column})")
+        for name, order in LIST_INDEXES.items() if list_indexes else ():
+            database.execute(f"CREATE INDEX widgetinfo_list_{name} ON widgetinfo ({LISTED}, {order})")
         marks = ",".join("?" * len(columns))
         database.executemany(f"INSERT INTO widgetinfo VALUES ({marks})",
                              (texts_of(number, TITLES[number % len(TITLES)]) + numbers_of(number, indices[number])

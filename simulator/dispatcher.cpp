@@ -13,8 +13,14 @@ std::string TextArgument(GVariant* arguments, int position) {
   return position < 0 ? "" : TextOf(arguments, static_cast<gsize>(position));
 }
 
+<<<<<<< HEAD
 // Ends the process at once, but not before what was sent has left it.
 [[noreturn]] void Die(GDBusConnection* connection) {
+=======
+// Ends at once, with what was sent on its way.
+[[noreturn]] void Die(GDBusConnection* connection, ScenarioFile& scenario) {
+  scenario.End();
+>>>>>>> next-simulator
   g_dbus_connection_flush_sync(connection, nullptr, nullptr);
   _exit(kScriptedExit);
 }
@@ -88,6 +94,9 @@ void Dispatcher::OnServiceCall(GDBusMethodInvocation* invocation) {
   call->app_id = TextArgument(arguments, method->app_argument);
   journal_.Request(method->name, call->app_id, TextArgument(arguments, method->caller_argument));
   call->rule = scenario_.Current().Match(method->name, call->app_id);
+  if (!call->rule.place.empty()) {
+    journal_.Note("rule    " + call->rule.place + " matches " + method->name + " app=\"" + call->app_id + "\"");
+  }
 
   const int delay = std::max(call->rule.delay_ms, SendEarlyResults(*call));
   if (delay == 0) {
@@ -111,7 +120,7 @@ int Dispatcher::SendEarlyResults(const Call& call) const {
 void Dispatcher::AnswerCall(const Call& call) {
   switch (call.rule.answer) {
     case Answer::kExit:
-      Die(call.connection.get());
+      Die(call.connection.get(), scenario_);
     case Answer::kNone:
       journal_.Reply(call.method->name, call.app_id, "none");
       g_object_unref(call.invocation);
@@ -126,7 +135,7 @@ void Dispatcher::AnswerCall(const Call& call) {
       Reply(call);
       break;
   }
-  if (call.rule.answer == Answer::kExitAfterReply) Die(call.connection.get());
+  if (call.rule.answer == Answer::kExitAfterReply) Die(call.connection.get(), scenario_);
   if (call.IsLaunch()) Launch(call);
 }
 

@@ -7,6 +7,7 @@
 #include "pin/pin_dialog.h"
 #include "scenario_file.h"
 #include "server.h"
+#include "service_methods.h"
 #include "stand_in.h"
 
 namespace {
@@ -17,7 +18,8 @@ int Serve(const simulator::Options& options) {
   std::optional<simulator::ScenarioFile> scenario;
   std::optional<simulator::Catalogue> seed;
   try {
-    scenario.emplace(options.scenario);
+    scenario.emplace(options.scenario,
+                     [](const std::string& name) { return simulator::FindServiceMethod(name) != nullptr; });
     if (!options.seed.empty()) seed = simulator::ReadCatalogue(options.seed);
   } catch (const std::exception& error) {
     simulator::Warn(error.what());

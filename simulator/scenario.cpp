@@ -111,10 +111,21 @@ void CheckPins(const Json& document, const std::vector<Rule>& rules) {
   }
 }
 
+// The places too, which nobody can read from a value afterwards.
+void CheckMethods(const Json& document, std::vector<Rule>& rules, const Scenario::IsMethod& is_method) {
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    Rule& rule = rules[i];
+    rule.place = document.place() + "[" + std::to_string(i) + "]";
+    if (!rule.method || !is_method || *rule.method == kPinDialog || is_method(*rule.method)) continue;
+    throw JsonError(rule.place + ".method: the service has no method \"" + *rule.method + "\"");
+  }
+}
+
 // Whether the rule is for the application, and, if so, one use of it.
 bool Use(Rule& rule, const std::string& app) {
   if (rule.app.value_or(app) != app || rule.count == 0) return false;
   if (rule.count) --*rule.count;
+  rule.matched = true;
   return true;
 }
 
@@ -158,7 +169,8 @@ bool Rule::TakesEffect() const {
   return start.value_or(answer == Answer::kNormal);
 }
 
-Scenario::Scenario(const Json& rules) : rules_(ReadList(rules, RuleReaders())) {
+Scenario::Scenario(const Json& rules, const IsMethod& is_method) : rules_(ReadList(rules, RuleReaders())) {
+  CheckMethods(rules, rules_, is_method);
   CheckPins(rules, rules_);
 }
 
@@ -175,7 +187,7 @@ bool Scenario::AnswersPins() const {
 
 std::optional<PinScript> Scenario::MatchPin(const std::string& app) {
   for (Rule& rule : rules_) {
-    if (rule.pin && Use(rule, app)) return PinScript{*rule.pin, rule.delay_ms};
+    if (rule.pin && Use(rule, app)) return PinScript{*rule.pin, rule.delay_ms, rule.place};
   }
   return std::nullopt;
 }

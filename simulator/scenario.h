@@ -1,6 +1,7 @@
 // What the service is to do wrong: a list of rules, the first that matches a call decides.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ struct ScriptedResult {
 };
 
 struct Rule {
+  std::string place;  // in its file; empty where no rule matched
+  bool matched = false;
+
   // Which calls: any where not given.
   std::optional<std::string> method;
   std::optional<std::string> app;
@@ -46,9 +50,13 @@ struct Rule {
 
 class Scenario {
  public:
+  using IsMethod = std::function<bool(const std::string& name)>;
+
   Scenario() = default;
-  // Throws JsonError.
-  explicit Scenario(const Json& rules);
+  // Throws JsonError, also for a method that there is not; without the question any name is one.
+  explicit Scenario(const Json& rules, const IsMethod& is_method = nullptr);
+
+  const std::vector<Rule>& rules() const { return rules_; }
 
   // The rule for a call of a method on an application, counted as used. A call without a rule gets the one that
   // changes nothing.

@@ -7,14 +7,24 @@
 namespace simulator {
 namespace {
 
-Scenario ReadScenario(const std::string& path) {
-  return path.empty() ? Scenario() : Scenario(Json::ReadFile(path, "rules"));
+Scenario ReadScenario(const std::string& path, const Scenario::IsMethod& is_method) {
+  return path.empty() ? Scenario() : Scenario(Json::ReadFile(path, "rules"), is_method);
 }
 
 }  // namespace
 
 // The stamp is taken before the file is read: a change in between is seen the next time.
-ScenarioFile::ScenarioFile(const std::string& path) : path_(path), stamp_(ReadStamp()), scenario_(ReadScenario(path)) {}
+ScenarioFile::ScenarioFile(const std::string& path, Scenario::IsMethod is_method)
+    : path_(path), is_method_(std::move(is_method)), stamp_(ReadStamp()), scenario_(ReadScenario(path, is_method_)) {}
+
+void ScenarioFile::OnRead(std::function<void(const Scenario&)> read) {
+  read_ = std::move(read);
+  read_(scenario_);
+}
+
+void ScenarioFile::End() {
+  if (done_) done_(scenario_);
+}
 
 bool ScenarioFile::Stamp::operator==(const Stamp& other) const {
   return exists == other.exists && device == other.device && inode == other.inode && size == other.size &&
@@ -32,7 +42,10 @@ Scenario& ScenarioFile::Current() {
   const Stamp now = ReadStamp();
   if (now == std::exchange(stamp_, now)) return scenario_;
   try {
-    scenario_ = ReadScenario(path_);
+    Scenario next = ReadScenario(path_, is_method_);
+    End();
+    scenario_ = std::move(next);
+    if (read_) read_(scenario_);
   } catch (const JsonError& error) {
     Warn(std::string(error.what()) + "; the scenario from before stays");
   }

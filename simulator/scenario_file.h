@@ -3,7 +3,9 @@
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "scenario.h"
 
@@ -12,7 +14,13 @@ namespace simulator {
 class ScenarioFile {
  public:
   // An empty path is a scenario without rules. Throws JsonError.
-  explicit ScenarioFile(const std::string& path);
+  explicit ScenarioFile(const std::string& path, Scenario::IsMethod is_method = nullptr);
+
+  // To be called with the scenario, and with each that takes its place.
+  void OnRead(std::function<void(const Scenario&)> read);
+  // To be called with a scenario that another takes the place of, and with the last one.
+  void OnDone(std::function<void(const Scenario&)> done) { done_ = std::move(done); }
+  void End();
 
   // The scenario of now. A changed file that cannot be used is reported, and the rules from before stay.
   Scenario& Current();
@@ -29,6 +37,9 @@ class ScenarioFile {
   Stamp ReadStamp() const;
 
   std::string path_;
+  Scenario::IsMethod is_method_;
+  std::function<void(const Scenario&)> read_;
+  std::function<void(const Scenario&)> done_;
   Stamp stamp_;
   Scenario scenario_;
 };

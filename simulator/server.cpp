@@ -38,6 +38,7 @@ Server::~Server() {
   journal_.Attach(nullptr);
   link_.reset();
   if (service_ != nullptr) service_->applications.ShutDown();
+  scenario_.End();
 }
 
 int Server::Run() {
@@ -84,6 +85,8 @@ void Server::PrepareService() {
   }
   service_ = std::move(service);
   dispatcher_ = std::make_unique<Dispatcher>(*service_, scenario_, journal_);
+  scenario_.OnRead([this](const Scenario& scenario) { TellUnknownApps(scenario); });
+  scenario_.OnDone([this](const Scenario& scenario) { TellUnmatched(scenario); });
 }
 
 // Counts only applications with an install_path: those without one, like all of the sample, have a stand-in on purpose.
@@ -99,6 +102,25 @@ void Server::TellMissingPrograms(const Catalogue& catalogue) const {
   if (missing == 0) return;
   Warn(options_.seed + ": " + std::to_string(missing) + (missing == 1 ? " application has" : " applications have") +
        " no program in the install_path" + (options_.verbose ? "" : "; --verbose names them"));
+}
+
+// The catalogue may get it yet, and a call may name what it does not have.
+void Server::TellUnknownApps(const Scenario& scenario) const {
+  for (const Rule& rule : scenario.rules()) {
+    if (!rule.app || rule.app->empty()) continue;
+    try {
+      if (service_->catalogue.Knows(*rule.app)) continue;
+    } catch (const DatabaseError& error) {
+      return Warn(std::string("the applications of the scenario are not checked: ") + error.what());
+    }
+    Warn(rule.place + ".app: the catalogue has no application \"" + *rule.app + "\"");
+  }
+}
+
+void Server::TellUnmatched(const Scenario& scenario) const {
+  for (const Rule& rule : scenario.rules()) {
+    if (!rule.matched) journal_.Note("unused  " + rule.place + " matched no call");
+  }
 }
 
 void Server::TellWhere() const {

@@ -30,6 +30,8 @@ class Server {
   void Connect();  // throws
   void PrepareService();
   void TellMissingPrograms(const Catalogue& catalogue) const;
+  void TellUnknownApps(const Scenario& scenario) const;
+  void TellUnmatched(const Scenario& scenario) const;
   void TellWhere() const;
   void TellReady();
   void TryAgainLater();

@@ -3,14 +3,12 @@
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 #include <SQLiteCpp/VariadicBind.h>
-#include <fcntl.h>
 #include <glib.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <set>
-
-#include "file.h"
 
 namespace simulator {
 namespace {
@@ -18,7 +16,25 @@ namespace {
 // Clients read, and may write, the same file; their locks are short.
 constexpr int kBusyTimeoutMs = 1000;
 
-constexpr const char* kIndexedColumns[] = {"kelvo_id", "pkgname", "run_title"};
+struct Index {
+  const char* name;
+  const char* columns;
+};
+
+// A list asks for four states and an order. One index for each order finds a page without reading what comes before it,
+// and the one that has the id, which the count asks for, counts without reading any row. A title's serves both ways.
+#define NUV_LISTED "install_state, is_app_available, is_hidden, is_need_reset, "
+constexpr Index kIndexes[] = {
+    {"widgetinfo_kelvo_id", "kelvo_id"},
+    {"widgetinfo_pkgname", "pkgname"},
+    {"widgetinfo_run_title", "run_title"},
+    {"widgetinfo_list_count", NUV_LISTED "id"},
+    {"widgetinfo_list_index", NUV_LISTED "app_index"},
+    {"widgetinfo_list_used", NUV_LISTED "use_count DESC"},
+    {"widgetinfo_list_title", NUV_LISTED "upper(title)"},
+    {"widgetinfo_list_date", NUV_LISTED "install_date DESC"},
+};
+#undef NUV_LISTED
 
 // What FirstRecord reads. An empty name is nobody's.
 constexpr const char* kSelectRecord =
@@ -91,8 +107,7 @@ int Run(SQLite::Database& database, const char* sql, const Texts&... texts) {
 
 // SQLite only says that it cannot open the file; the system says why.
 std::string WhyNotOpened(const std::string& path, const DatabaseError& error) {
-  const File file(open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  return file ? error.getErrorStr() : std::strerror(errno);
+  return access(path.c_str(), R_OK | W_OK) == 0 ? error.getErrorStr() : std::strerror(errno);
 }
 
 // Of a file that is there, through no link.
@@ -125,10 +140,8 @@ void CatalogueDb::SetUp() {
   SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
   CreateTables();
   AddMissingColumns();
-  for (const std::string column : kIndexedColumns) {
-    std::string statement = "CREATE INDEX IF NOT EXISTS widgetinfo_";
-    statement.append(column).append(" ON widgetinfo (").append(column).append(")");
-    database_.exec(statement);
+  for (const Index& index : kIndexes) {
+    database_.exec(std::string("CREATE INDEX IF NOT EXISTS ") + index.name + " ON widgetinfo (" + index.columns + ")");
   }
   transaction.commit();
   was_empty_ = !SQLite::Statement(database_, "SELECT 1 FROM widgetinfo LIMIT 1").executeStep();

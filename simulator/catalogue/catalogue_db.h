@@ -27,8 +27,8 @@ enum AppType { kWebApp = 2, kNativeApp = 4, kAndroidApp = 8, kHbbtvApp = 16 };
 
 class CatalogueDb {
  public:
-  // Every error names the file. Opens the database, creates it when missing, and adds the columns that an older one
-  // lacks.
+  // Every error names the file. Opens the database, creates it when missing, and adds the columns
+  // and indexes that an older one lacks.
   explicit CatalogueDb(const std::string& path);
 
   // No application was there when the database was opened.
@@ -40,6 +40,9 @@ class CatalogueDb {
   // By id, kelvo id, package name or hybrid application, in this order.
   std::optional<AppRecord> Find(const std::string& name);
   std::optional<AppRecord> FindByRunTitle(const std::string& run_title);
+
+  // Whether a call may name it: also by its run title.
+  bool Knows(const std::string& name) { return Find(name) || FindByRunTitle(name); }
 
   // Each is false when the application is unknown.
   bool CountLaunch(const std::string& id);  // one launch more, and now the last

@@ -65,8 +65,11 @@ AppRecord PinGate::CommonUi() {
 }
 
 std::optional<PinScript> PinGate::FindScript(const std::string& app_id) {
-  if (const auto script = scenario_.Current().MatchPin(app_id)) return script;
-  if (options_.pin_answer) return PinScript{*options_.pin_answer, 0};
+  if (const auto script = scenario_.Current().MatchPin(app_id)) {
+    journal_.Note("rule    " + script->place + " matches pin_dialog app=\"" + app_id + "\"");
+    return script;
+  }
+  if (options_.pin_answer) return PinScript{*options_.pin_answer, 0, ""};
   return std::nullopt;
 }
 

@@ -12,6 +12,7 @@ enum class PinAnswer { kRight, kWrong, kCancelled, kSilent };
 struct PinScript {
   PinAnswer answer = PinAnswer::kSilent;
   int delay_ms = 0;
+  std::string place = {};  // of the rule that says so, if one does
 };
 
 // The answers as scenarios and options name them.

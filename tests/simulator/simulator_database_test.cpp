@@ -10,6 +10,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 using SimulatorDatabaseTest = SimulatorTest;
 
@@ -230,6 +231,60 @@ TEST_F(SimulatorDatabaseTest, TheStateDirectoryIsMadeWhenItIsMissing) {
   ASSERT_TRUE(WaitUntil([&] { return fresh.Output() == "ready\n" || !fresh.Running(); }));
   EXPECT_TRUE(std::filesystem::exists(directory_ / "deep/er/.corvane.db"));
   EXPECT_TRUE(std::filesystem::is_directory(directory_ / "deep/er/running"));
+}
+
+// As the library asks.
+constexpr const char* kListed =
+    " from widgetinfo where is_app_available = 1 and install_state = 3 and is_hidden = 0 and is_need_reset = 0 ";
+
+class SimulatorListPlanTest : public SimulatorDatabaseTest {
+ protected:
+  // How SQLite goes about the statement, a line for each step.
+  std::string PlanOf(const std::string& sql) const {
+    sqlite3* database = nullptr;
+    EXPECT_EQ(sqlite3_open((directory_ / ".corvane.db").c_str(), &database), SQLITE_OK);
+    std::string plan;
+    const auto add = +[](void* text, int, char** columns, char**) {
+      *static_cast<std::string*>(text) += columns[3] + std::string("\n");
+      return 0;
+    };
+    EXPECT_EQ(sqlite3_exec(database, ("explain query plan " + sql).c_str(), add, &plan, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(database);
+    sqlite3_close(database);
+    return plan;
+  }
+
+  // A page costs what it has and a step for each row before it, a count no row.
+  void ExpectQuickLists() const {
+    constexpr std::pair<const char*, const char*> kOrders[] = {{"app_index asc", "index"},
+                                                               {"use_count desc", "used"},
+                                                               {"upper(title) asc", "title"},
+                                                               {"upper(title) desc", "title"},
+                                                               {"install_date desc", "date"}};
+    for (const auto& [order, index] : kOrders) {
+      const std::string plan = PlanOf(std::string("select *") + kListed + "order by " + order + " limit 40,20");
+      EXPECT_THAT(plan, HasSubstr(std::string("USING INDEX widgetinfo_list_") + index + " ")) << order;
+      EXPECT_THAT(plan, Not(HasSubstr("TEMP B-TREE"))) << order;
+    }
+    EXPECT_THAT(PlanOf(std::string("select count(id)") + kListed), HasSubstr("COVERING INDEX widgetinfo_list_count "));
+  }
+};
+
+TEST_F(SimulatorListPlanTest, EveryOrderOfAListAndItsCountHaveAnIndex) {
+  Start();
+  ExpectQuickLists();
+}
+
+TEST_F(SimulatorListPlanTest, AnOlderDatabaseGetsTheIndexesAtTheStart) {
+  Start({}, R"({"apps": [{"id": "a.app"}]})");
+  ASSERT_EQ(End(), 0);
+  for (const char* index : {"count", "index", "used", "title", "date"}) {
+    Execute(directory_ / ".corvane.db", (std::string("drop index if exists widgetinfo_list_") + index).c_str());
+  }
+  StartPlain();
+  ASSERT_TRUE(WaitForOutput("ready\n")) << simulator_->Errors();
+  ExpectQuickLists();
+  EXPECT_EQ(Query("select count(*) from widgetinfo"), "1");
 }
 
 }  // namespace

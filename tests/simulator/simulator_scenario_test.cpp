@@ -8,6 +8,7 @@
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 using Clock = std::chrono::steady_clock;
 using Outcome = std::pair<int, int>;
 
@@ -210,6 +211,7 @@ TEST_F(SimulatorScenarioTest, ABadScenarioIsRefusedWithThePlace) {
       {"[1]", "rules[0] has to be an object"},
       {R"x([{}, {"metod": "x"}])x", "rules[1].metod: there is no such key"},
       {R"x([{"method": 5}])x", "rules[0].method has to be a text"},
+      {R"x([{}, {"method": "lanch_app"}])x", "rules[1].method: the service has no method \"lanch_app\""},
       {R"x([{"app": null}])x", "rules[0].app has to be a text"},
       {R"x([{"count": -1}])x", "rules[0].count has to be an integer from 0"},
       {R"x([{"delay_ms": 1.5}])x", "rules[0].delay_ms has to be an integer"},
@@ -238,6 +240,50 @@ TEST_F(SimulatorScenarioTest, ABadScenarioIsRefusedWithThePlace) {
   StartPlain({"--scenario", files_ / "missing.json"});
   EXPECT_EQ(simulator_->Wait(), 2);
   EXPECT_THAT(simulator_->Errors(), HasSubstr("missing.json: No such file"));
+}
+
+TEST_F(SimulatorScenarioTest, AMethodThatThereIsNotLeavesTheScenarioFromBefore) {
+  StartScenario(R"x([{"method": "heartbeat", "answer": "error", "error_name": "com.example.Kept"}])x");
+  Replace(R"x([{"method": "hartbeat"}])x");
+  EXPECT_EQ(Call("heartbeat").error, "com.example.Kept");
+  EXPECT_THAT(simulator_->Errors(), HasSubstr("rules[0].method: the service has no method \"hartbeat\""));
+}
+
+TEST_F(SimulatorScenarioTest, AnApplicationThatTheCatalogueDoesNotHaveIsAWarningAtEachReading) {
+  StartScenario(R"x([{"app": "a.app"}, {"app": ""}, {"method": "launch_app", "app": "c.app"}])x");
+  const std::string file = "nuv-simulator: " + (files_ / "scenario.json") + ": ";
+  const std::string first = file + "rules[2].app: the catalogue has no application \"c.app\"\n";
+  EXPECT_EQ(simulator_->Errors(), first);
+  Replace(R"x([{"app": "d.app"}])x");
+  EXPECT_EQ(Call("heartbeat").Text(), "()");
+  EXPECT_EQ(simulator_->Errors(), first + file + "rules[0].app: the catalogue has no application \"d.app\"\n");
+}
+
+TEST_F(SimulatorScenarioTest, SaysWhichRuleMatchedWhichCallAndWhichNeverDid) {
+  StartScenario(R"x([{"method": "launch_app", "app": "b.app"}, {"method": "launch_app", "app": "a.app"},
+                     {"method": "pin_dialog", "pin": "right"}])x");
+  EXPECT_EQ(OutcomeOf({"a.app"}), Outcome(900, 0));
+  const std::string file = (files_ / "scenario.json") + ": ";
+  EXPECT_THAT(simulator_->Output(), HasSubstr("rule    " + file + "rules[1] matches launch_app app=\"a.app\"\n"));
+  EXPECT_THAT(simulator_->Output(), Not(HasSubstr("rules[0]")));
+  EXPECT_EQ(End(), 0);
+  EXPECT_THAT(simulator_->Output(), HasSubstr("unused  " + file + "rules[0] matched no call\n"));
+  EXPECT_THAT(simulator_->Output(), HasSubstr("unused  " + file + "rules[2] matched no call\n"));
+  EXPECT_THAT(simulator_->Output(), Not(HasSubstr("rules[1] matched no call")));
+}
+
+TEST_F(SimulatorScenarioTest, SaysWhichRulesNeverMatchedBeforeItDiesOfOne) {
+  StartScenario(R"x([{"method": "get_extra_app"}, {"method": "heartbeat", "answer": "exit"}])x");
+  Call("heartbeat");
+  EXPECT_EQ(simulator_->Wait(), 70);
+  EXPECT_THAT(simulator_->Output(), HasSubstr("rules[0] matched no call\n"));
+}
+
+TEST_F(SimulatorScenarioTest, SaysWhichRuleAnswersTheDialog) {
+  WriteFile(files_ / "scenario.json", R"x([{"method": "pin_dialog", "pin": "right"}])x");
+  Start({"--scenario", files_ / "scenario.json"}, R"({"apps": [{"id": "locked.app", "is_lock": 1}]})");
+  EXPECT_EQ(OutcomeOf({"locked.app"}), Outcome(900, 0));
+  EXPECT_THAT(simulator_->Output(), HasSubstr("rules[0] matches pin_dialog app=\"locked.app\"\n"));
 }
 
 }  // namespace
