@@ -80,6 +80,7 @@ TEST_F(SessionPlacesTest, ADirectoryOfSessionsThatOthersCanReachIsRefused) {
 
 TEST_F(SessionPlacesTest, ALinkInPlaceOfTheDirectoryOfSessionsIsRefused) {
   fs::create_directory(files_ / "elsewhere");
+  chmod((files_ / "elsewhere").c_str(), 0700);
   fs::create_symlink(files_ / "elsewhere", Sessions());
   EXPECT_EQ(Run({"true"}).status, 125);
   EXPECT_TRUE(fs::is_empty(files_ / "elsewhere"));
