@@ -157,6 +157,9 @@ TEST_F(OwnFileSystemTest, AFullDiskIsSaidAndNothingIsLeftOnIt) {
     const SessionRun run = Run({"true"});
     EXPECT_EQ(run.status, 125) << left;
     EXPECT_THAT(run.errors, testing::ContainsRegex("[Nn]o space|disk is full")) << left;
+    if (left == 0) {
+      EXPECT_THAT(run.errors, HasSubstr("cannot write " + Sessions() + "/1/"));
+    }
     EXPECT_FALSE(fs::exists(Sessions())) << left;
     fs::remove(filler);
   }
