@@ -53,7 +53,7 @@ TEST_F(SessionEndTest, ASessionThatIsKilledLeavesNeitherProcessNorDirectory) {
 
 TEST_F(SessionEndTest, ASessionThatIsKilledWhileItStartsLeavesNothing) {
   WriteScript(files_ / "dbus-daemon", "exec sleep 1000");
-  const auto session = Start({"true"}, {{"PATH", files_.path() + ":/usr/bin:/bin"}});
+  const auto session = Start({"--start-limit", "600", "true"}, {{"PATH", files_.path() + ":/usr/bin:/bin"}});
   ASSERT_TRUE(WaitUntil([this] { return !Processes("sleep 1000").empty(); }));
   session->KillAndWait();
   EXPECT_TRUE(WaitUntil([this] { return NothingIsLeft(); }, Milliseconds(30000)));
@@ -61,7 +61,7 @@ TEST_F(SessionEndTest, ASessionThatIsKilledWhileItStartsLeavesNothing) {
 
 TEST_F(SessionEndTest, ASignalWhileItStartsEndsIt) {
   WriteScript(files_ / "dbus-daemon", "exec sleep 1000");
-  const auto session = Start({"true"}, {{"PATH", files_.path() + ":/usr/bin:/bin"}});
+  const auto session = Start({"--start-limit", "600", "true"}, {{"PATH", files_.path() + ":/usr/bin:/bin"}});
   ASSERT_TRUE(WaitUntil([this] { return !Processes("sleep 1000").empty(); }));
   session->Signal(SIGINT);
   EXPECT_EQ(Finish(*session).status, 128 + SIGINT);
