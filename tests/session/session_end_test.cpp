@@ -130,6 +130,15 @@ TEST_F(SessionEndTest, ASessionWithinASessionEndsAlone) {
   EXPECT_EQ(run.output, "2\n3 1\n");
 }
 
+// A keeper ends its own session, for which it needs longer than it is given to those that are ended.
+TEST_F(SessionEndTest, ASessionWithinASessionThatIsKilledLeavesNothing) {
+  const auto outer =
+      Start({"--", kSession, "--", "sh", "-c", "trap '' TERM HUP; echo ready; while :; do sleep 0.05; done"});
+  ASSERT_TRUE(WaitForText(*outer, "ready")) << outer->Errors();
+  outer->KillAndWait();
+  EXPECT_TRUE(WaitUntil([this] { return NothingIsLeft(); }, Milliseconds(30000)));
+}
+
 TEST_F(SessionEndTest, ManySessionsAtOnceComeAndGo) {
   std::vector<std::unique_ptr<Process>> sessions;
   for (int i = 0; i < 6; ++i)
