@@ -297,13 +297,15 @@ class Keeper {
 [[noreturn]] void BecomeKeeper(const Layout& layout, const Options& options, Claim& claim, const Signals& signals,
                                Identity front, File link) {
   setsid();
-  const pid_t keeper = fork();
-  if (keeper != 0) _exit(keeper < 0 ? errno : 0);
+  const pid_t child = fork();
+  if (child != 0) _exit(child < 0 ? errno : 0);
   prctl(PR_SET_NAME, kKeeperName);
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   EmptyStandardStreams();
   CloseAllBut({link.get(), claim.lock(), signals.get()});
-  Keeper(layout, options, claim, signals, front, std::move(link)).Keep();
+  // Its end of the link closes with the process: when the front hears of that, there is no keeper any more.
+  Keeper keeper(layout, options, claim, signals, front, std::move(link));
+  keeper.Keep();
   _exit(0);
 }
 
