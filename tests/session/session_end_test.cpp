@@ -47,7 +47,7 @@ TEST_F(SessionEndTest, ASessionThatIsKilledLeavesNeitherProcessNorDirectory) {
   const auto session =
       Start({"--", "sh", "-c", "nuvctl launch org.kelvo.app.clock --wait 20; setsid sleep 1000 & sleep 1000"});
   ASSERT_TRUE(WaitForText(*session, "launched")) << session->Errors();
-  ASSERT_TRUE(WaitUntil([this] { return Processes("sleep 1000").size() >= 2; }));
+  ASSERT_TRUE(WaitUntil([this] { return Processes("sleep 1000").size() >= 4; }));
   ASSERT_FALSE(Processes("--stand-in").empty());
   session->KillAndWait();
   EXPECT_TRUE(WaitUntil([this] { return NothingIsLeft(); }, Milliseconds(30000)));

@@ -102,7 +102,7 @@ TEST_F(SessionTerminalTest, TheWholeSessionStopsAndGoesOnAsAJob) {
   terminal.Type("\032");
   ASSERT_TRUE(terminal.Shows("Stopped")) << terminal.screen();
   terminal.Type("fg\n");
-  ASSERT_TRUE(WaitUntil([&] { return terminal.Foreground() == getpgid(Processes(kSession)[0]); }));
+  ASSERT_TRUE(WaitUntil([&] { return terminal.Foreground() != terminal.pid(); }));
   terminal.Type("two\n");
   ASSERT_TRUE(terminal.Shows("two\r\n", 2)) << terminal.screen();
   terminal.Type("\004");

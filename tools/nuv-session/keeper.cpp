@@ -331,7 +331,11 @@ KeeperLink::KeeperLink(const Layout& layout, const Options& options, Claim& clai
 
 std::optional<Message> KeeperLink::Receive() {
   std::string packet(kLongestMessage, '\0');
-  const ssize_t size = recv(link_.get(), packet.data(), packet.size(), 0);
+  ssize_t size = 0;
+  do {
+    size = recv(link_.get(), packet.data(), packet.size(), 0);
+    // A keeper that ends without having read everything is told of once, in front of what it has said last.
+  } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
   if (size <= 0) return std::nullopt;
   Message message{static_cast<Word>(packet[0]), packet.substr(1, static_cast<std::size_t>(size) - 1)};
   done_ = done_ || message.word == Word::kDone;
