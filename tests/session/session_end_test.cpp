@@ -84,7 +84,8 @@ TEST_F(SessionEndTest, WhereItsKeeperIsKilledTheSessionEndsItself) {
 TEST_F(SessionEndTest, WhereTheKeeperIsAskedToEndTheSessionDoes) {
   const auto session = StartWaiting();
   kill(Keeper(), SIGTERM);
-  EXPECT_EQ(Finish(*session).status, 128 + SIGTERM);
+  // SIGHUP follows soon, and overtakes it where the command gets no time.
+  EXPECT_THAT(Finish(*session).status, testing::AnyOf(128 + SIGTERM, 128 + SIGHUP));
   EXPECT_TRUE(NothingIsLeft());
 }
 
