@@ -13,14 +13,9 @@ std::string TextArgument(GVariant* arguments, int position) {
   return position < 0 ? "" : TextOf(arguments, static_cast<gsize>(position));
 }
 
-<<<<<<< HEAD
 // Ends the process at once, but not before what was sent has left it.
-[[noreturn]] void Die(GDBusConnection* connection) {
-=======
-// Ends at once, with what was sent on its way.
 [[noreturn]] void Die(GDBusConnection* connection, ScenarioFile& scenario) {
   scenario.End();
->>>>>>> next-simulator
   g_dbus_connection_flush_sync(connection, nullptr, nullptr);
   _exit(kScriptedExit);
 }

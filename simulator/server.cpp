@@ -15,11 +15,16 @@ namespace {
 
 constexpr int kReconnectMs = 200;
 
-// The sample that comes with the system, or the one of the source tree where it is not installed.
+// The sample that was installed with this program, wherever that was moved to; or the one of the system, or that of the
+// source tree where none is installed.
 Catalogue SampleCatalogue() {
-  std::error_code ignored;
-  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE, ignored);
-  return ReadCatalogue(installed ? NUV_INSTALLED_CATALOGUE : NUV_SOURCE_CATALOGUE);
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  const std::string beside = (program.parent_path() / NUV_CATALOGUE_FROM_PROGRAM).lexically_normal().string();
+  for (const std::string& path : {beside, std::string(NUV_INSTALLED_CATALOGUE)}) {
+    if (std::filesystem::exists(path, error)) return ReadCatalogue(path);
+  }
+  return ReadCatalogue(NUV_SOURCE_CATALOGUE);
 }
 
 }  // namespace

@@ -80,6 +80,7 @@ TEST_F(SessionPlacesTest, ADirectoryOfSessionsThatOthersCanReachIsRefused) {
 
 TEST_F(SessionPlacesTest, ALinkInPlaceOfTheDirectoryOfSessionsIsRefused) {
   fs::create_directory(files_ / "elsewhere");
+  chmod((files_ / "elsewhere").c_str(), 0700);
   fs::create_symlink(files_ / "elsewhere", Sessions());
   EXPECT_EQ(Run({"true"}).status, 125);
   EXPECT_TRUE(fs::is_empty(files_ / "elsewhere"));
@@ -156,6 +157,9 @@ TEST_F(OwnFileSystemTest, AFullDiskIsSaidAndNothingIsLeftOnIt) {
     const SessionRun run = Run({"true"});
     EXPECT_EQ(run.status, 125) << left;
     EXPECT_THAT(run.errors, testing::ContainsRegex("[Nn]o space|disk is full")) << left;
+    if (left == 0) {
+      EXPECT_THAT(run.errors, HasSubstr("cannot write " + Sessions() + "/1/"));
+    }
     EXPECT_FALSE(fs::exists(Sessions())) << left;
     fs::remove(filler);
   }

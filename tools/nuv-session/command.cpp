@@ -85,7 +85,8 @@ void CheckCommand(const std::vector<std::string>& command) {
     return;
   }
   int worst = ENOENT;
-  std::istringstream directories(getenv("PATH") == nullptr ? "" : getenv("PATH"));
+  const char* path = getenv("PATH");
+  std::istringstream directories(path == nullptr ? "" : path);
   for (std::string directory; !name.empty() && std::getline(directories, directory, ':');) {
     const int error = ErrorOfProgram((directory.empty() ? "." : directory) + "/" + name);
     if (error == 0) return;

@@ -317,13 +317,15 @@ class Keeper {
 [[noreturn]] void BecomeKeeper(const Layout& layout, const Options& options, Claim& claim, const Signals& signals,
                                Identity front, File link) {
   setsid();
-  const pid_t keeper = fork();
-  if (keeper != 0) _exit(keeper < 0 ? errno : 0);
+  const pid_t child = fork();
+  if (child != 0) _exit(child < 0 ? errno : 0);
   prctl(PR_SET_NAME, kKeeperName);
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   EmptyStandardStreams();
   CloseAllBut({link.get(), claim.lock(), signals.get()});
-  Keeper(layout, options, claim, signals, front, std::move(link)).Keep();
+  // Its end of the link closes with the process: when the front hears of that, there is no keeper any more.
+  Keeper keeper(layout, options, claim, signals, front, std::move(link));
+  keeper.Keep();
   _exit(0);
 }
 
@@ -349,7 +351,11 @@ KeeperLink::KeeperLink(const Layout& layout, const Options& options, Claim& clai
 
 std::optional<Message> KeeperLink::Receive() {
   std::string packet(kLongestMessage, '\0');
-  const ssize_t size = recv(link_.get(), packet.data(), packet.size(), 0);
+  ssize_t size = 0;
+  do {
+    size = recv(link_.get(), packet.data(), packet.size(), 0);
+    // A keeper that ends without having read everything is told of once, in front of what it has said last.
+  } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
   if (size <= 0) return std::nullopt;
   Message message{static_cast<Word>(packet[0]), packet.substr(1, static_cast<std::size_t>(size) - 1)};
   done_ = done_ || message.word == Word::kDone;

@@ -83,7 +83,7 @@ std::vector<std::string> VariablesOf(const Layout& layout) {
 
 std::string PathWithTools() {
   const char* own = getenv("PATH");
-  const std::string path = own == nullptr ? "/usr/local/bin:/usr/bin:/bin" : own;
+  std::string path = own == nullptr ? "/usr/local/bin:/usr/bin:/bin" : own;
   const std::string tools = ToolsDirectory();
   // Where the tools are found already, the order of the others is the user's.
   std::istringstream directories(path);

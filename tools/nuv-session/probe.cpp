@@ -13,7 +13,7 @@ struct Unref {
 };
 
 std::string TextOf(GError* error) {
-  const std::string text = error == nullptr ? "unknown error" : error->message;
+  std::string text = error == nullptr ? "unknown error" : error->message;
   g_clear_error(&error);
   return text;
 }

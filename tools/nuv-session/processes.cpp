@@ -24,6 +24,10 @@ struct Step {
   std::chrono::milliseconds after;
   std::vector<int> signals;
 };
+struct Asked {
+  Clock::time_point first;
+  std::size_t steps = 0;
+};
 const Step kSteps[] = {
     {std::chrono::milliseconds(0), {SIGTERM, SIGCONT}},
     {std::chrono::milliseconds(300), {SIGHUP}},
@@ -94,13 +98,14 @@ bool DescendsFrom(const ProcessEntry& process, const ProcessTable& table,
 }
 
 void EndProcesses(const std::function<std::vector<ProcessEntry>()>& find, const std::function<void()>& tick) {
-  std::map<std::pair<pid_t, unsigned long long>, std::size_t> steps_taken;
+  std::map<std::pair<pid_t, unsigned long long>, Asked> asked;
   const auto start = Clock::now();
   for (auto left = find(); !left.empty() && Clock::now() < start + 2 * kPatience; left = find()) {
     for (const ProcessEntry& process : left) {
-      std::size_t& step = steps_taken[process.Identity()];
-      while (step < std::size(kSteps) && Clock::now() >= start + kSteps[step].after)
-        Signal(process, kSteps[step++].signals);
+      // From when it was asked first, however long the look took.
+      Asked& past = asked.insert({process.Identity(), {Clock::now(), 0}}).first->second;
+      if (past.steps == std::size(kSteps) || Clock::now() < past.first + kSteps[past.steps].after) continue;
+      Signal(process, kSteps[past.steps++].signals);
     }
     tick();
     std::this_thread::sleep_for(kPause);

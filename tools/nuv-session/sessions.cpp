@@ -132,17 +132,20 @@ class AllSessions {
   std::string path_;
 };
 
+Failure InUse(const AllSessions& sessions, const std::string& name) {
+  if (!sessions.Runs(name)) {
+    return Failure(sessions.PathOf(name) + " is in the way: move it away, or choose another --name");
+  }
+  return Failure("a session with the name " + name + " runs already: nuv-session --attach " + name +
+                 " joins it, another --name makes another");
+}
+
 std::string Make(const AllSessions& sessions, const std::string& wanted) {
   for (int number = 1;; ++number) {
-    const std::string name = wanted.empty() ? std::to_string(number) : wanted;
+    std::string name = wanted.empty() ? std::to_string(number) : wanted;
     if (mkdirat(sessions.get(), name.c_str(), kOwnerOnly) == 0) return name;
     if (errno != EEXIST) throw SystemFailure("cannot make " + sessions.PathOf(name));
-    if (!wanted.empty()) {
-      throw Failure(sessions.Runs(name)
-                        ? "a session with the name " + name + " runs already: nuv-session --attach " + name +
-                              " joins it, another --name makes another"
-                        : sessions.PathOf(name) + " is in the way: move it away, or choose another --name");
-    }
+    if (!wanted.empty()) throw InUse(sessions, name);
   }
 }
 
