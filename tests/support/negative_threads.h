@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <vector>
 
-// Fills the address space where thread stacks are put until the next one lies where a thread's id, cut to 32 bits, is
-// negative.
+// Fills the address space where thread stacks are put until the next ones lie where a thread's id, cut to 32 bits, is
+// negative. GLib's threads may take some of them first.
 class StacksOfNegativeThreads {
  public:
   StacksOfNegativeThreads() {
@@ -33,8 +33,10 @@ class StacksOfNegativeThreads {
  private:
   bool LastIsNegative() const {
     const auto start = reinterpret_cast<uintptr_t>(taken_.back());
-    return static_cast<int32_t>(start) < 0 && static_cast<int32_t>(start + size_ - 1) < 0;
+    const bool negative = static_cast<int32_t>(start) < 0 && static_cast<int32_t>(start + size_ - 1) < 0;
+    return negative && (sizeof(void*) == sizeof(int32_t) || static_cast<int32_t>(start) >= -kRoomBelow);
   }
+  static constexpr int32_t kRoomBelow = 1 << 30;  // stacks are put one below the other
   size_t size_ = 0;
   std::vector<void*> taken_;
 };
