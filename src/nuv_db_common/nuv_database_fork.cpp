@@ -19,7 +19,12 @@ constexpr int kSqliteMutexes[] = {
 constexpr int kAllSqliteMutexes = sizeof kSqliteMutexes / sizeof *kSqliteMutexes;
 constexpr timespec kPauseBetweenTries = {0, 200000};
 
+// Held by a thread that forks, so that no turn begins meanwhile. It takes it before the turns. Recursive, because
+// handlers of the host's, which run in fork() as well, may read the database.
+LeafMutex forking{kRecursiveMutex};
+
 // What the forking thread holds between BeforeFork() and LetGo().
+thread_local bool holdsForking = false;
 thread_local int heldTurns = 0;
 thread_local bool holdsSqlite = false;
 
@@ -70,11 +75,14 @@ void LetGo() NUV_UNANALYSED {
   if (holdsSqlite) LeaveSqliteMutexes(kAllSqliteMutexes);
   holdsSqlite = false;
   for (DatabaseSide* side = firstSide; heldTurns > 0; side = side->nextAtFork, --heldTurns) side->turn.unlock();
+  if (holdsForking) forking.unlock();
+  holdsForking = false;
 }
 
-void BeforeFork() {
+void BeforeFork() NUV_UNANALYSED {
   timespec deadline = MonotonicNow();
   deadline.tv_sec += 1;
+  holdsForking = forking.try_lock_until(deadline);
   holdsSqlite = HoldTurns(deadline) && HoldSqlite(deadline);
 }
 
@@ -83,6 +91,7 @@ void BeforeFork() {
 void InChild() NUV_UNANALYSED {
   if (!holdsSqlite) refused = true;
   LetGo();
+  forking.Renew(kRecursiveMutex);
   for (DatabaseSide* side = firstSide; side != nullptr; side = side->nextAtFork) {
     side->turn.Renew(kRecursiveMutex);
     side->connection = nullptr;
@@ -99,6 +108,10 @@ int LookAfterAtFork(DatabaseSide& side, void (*forgetMode)()) {
   side.nextAtFork = firstSide;
   firstSide = &side;
   return first ? pthread_atfork(BeforeFork, LetGo, InChild) : 0;
+}
+
+void WaitForForks() {
+  const LeafLock lock(forking);
 }
 
 bool DatabaseIsRefused(const LogOrigin& origin) {

@@ -11,5 +11,9 @@
 // forgetMode resets what the side keeps about one beside its handles.
 int LookAfterAtFork(DatabaseSide& side, void (*forgetMode)() = nullptr);
 
+// Returns once no other thread is forking. A mutex gives nobody his turn: without this, a thread that takes its next
+// turn as soon as it has given one back would keep fork() waiting to the end of its second.
+void WaitForForks();
+
 // Whether this process is a child that was refused the database; logged for the caller.
 bool DatabaseIsRefused(const LogOrigin& origin);

@@ -6,6 +6,9 @@
 
 namespace {
 
+// A fork may wait for a turn of this thread, so this thread must not wait for the fork before the turn is over.
+thread_local int turnsOfThisThread = 0;
+
 // A private cache, because a host may enable SQLite's shared cache: a connection for writing that shares a cache opened
 // for reading cannot write.
 constexpr int kOpenFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE;
@@ -94,6 +97,16 @@ void CloseFailedConnection(DatabaseSide& side, const LogOrigin& origin) NUV_REQU
 }
 
 }  // namespace
+
+DatabaseTurn::DatabaseTurn(DatabaseSide& side) : m_side(side) {
+  if (turnsOfThisThread++ == 0) WaitForForks();
+  side.turn.lock();
+}
+
+DatabaseTurn::~DatabaseTurn() {
+  m_side.turn.unlock();
+  --turnsOfThisThread;
+}
 
 int OpenDatabase(DatabaseSide& side, const char* path, int accessFlag, const LogOrigin& origin) {
   if (DatabaseIsRefused(origin)) return kDatabaseFailed;

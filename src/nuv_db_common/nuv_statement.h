@@ -47,8 +47,8 @@ const char* TextOfColumn(const DatabaseSide& side, unsigned column) NUV_REQUIRES
 // a turn. Cancellation is off during a turn: a cancelled thread would leave SQLite in the middle of a call.
 class NUV_SCOPED_CAPABILITY DatabaseTurn {
  public:
-  explicit DatabaseTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn) : m_side(side) { side.turn.lock(); }
-  ~DatabaseTurn() NUV_RELEASE() { m_side.turn.unlock(); }
+  explicit DatabaseTurn(DatabaseSide& side) NUV_ACQUIRE(side.turn);
+  ~DatabaseTurn() NUV_RELEASE();
   DatabaseTurn(const DatabaseTurn&) = delete;
   DatabaseTurn& operator=(const DatabaseTurn&) = delete;
 

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <functional>
 #include <future>
+#include <thread>
 
 #include "catalogue_log.h"
 #include "database_test.h"
@@ -294,6 +295,41 @@ TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
   rest_ = false;
   EXPECT_EQ(0, query_.get());
   release.get();
+}
+
+// A thread that takes its next turn as soon as it has given one back leaves no moment in which another could take it.
+TEST_F(CatalogueFork, GoesBeforeTheQueriesThatHaveNotBegun) {
+  std::atomic<bool> holds_first{false};
+  std::atomic<bool> go_on{false};
+  std::atomic<bool> gave_first_back{false};
+  std::atomic<bool> holds_second{false};
+  std::atomic<bool> forked{false};
+  std::thread reader([&] {
+    {
+      const DatabaseTurn turn(readSide);
+      holds_first = true;
+      WaitUntil([&] { return go_on.load(); });
+    }
+    gave_first_back = true;
+    const DatabaseTurn turn(readSide);
+    holds_second = true;
+    WaitUntil([&] { return forked.load(); });
+  });
+  ASSERT_TRUE(WaitUntil([&] { return holds_first.load(); }));
+  const std::function<void()> in_the_wait = [&] {
+    fork_clock.counts = false;
+    go_on = true;
+    WaitUntil([&] { return gave_first_back.load(); });
+    WaitUntil([&] { return holds_second.load(); }, Milliseconds(100));
+    fork_clock.counts = true;
+  };
+  fork_clock.event_at = 1;
+  fork_clock.event = &in_the_wait;
+  forks_are_clocked = true;
+  EXPECT_EQ(0, InChild([] { return Find("app"); }));
+  forked = true;
+  reader.join();
+  EXPECT_TRUE(go_on) << "fork() has waited";
 }
 
 // What SQLite notes of the parent's locks is in the child, the locks are not: it would read while others write. The two
