@@ -23,7 +23,7 @@ constexpr timespec kPauseBetweenTries = {0, 200000};
 // handlers of the host's, which run in fork() as well, may read the database.
 LeafMutex forking{kRecursiveMutex};
 
-// What the forking thread holds between BeforeFork() and LetGo().
+// What the forking thread holds from BeforeFork() to LetGo(). Each BeforeFork() sets it anew.
 thread_local bool holdsForking = false;
 thread_local int heldTurns = 0;
 thread_local bool holdsSqlite = false;
@@ -73,10 +73,8 @@ bool HoldTurns(const timespec& deadline) NUV_UNANALYSED {
 
 void LetGo() NUV_UNANALYSED {
   if (holdsSqlite) LeaveSqliteMutexes(kAllSqliteMutexes);
-  holdsSqlite = false;
   for (DatabaseSide* side = firstSide; heldTurns > 0; side = side->nextAtFork, --heldTurns) side->turn.unlock();
   if (holdsForking) forking.unlock();
-  holdsForking = false;
 }
 
 void BeforeFork() NUV_UNANALYSED {
