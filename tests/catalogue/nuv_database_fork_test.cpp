@@ -343,6 +343,7 @@ TEST_F(CatalogueFork, BehindAQueryThatDoesNotEndForSecondsGivesAChildThatIsRefus
               const int refused = ExpectASecondAndRefused();
               return refused != 0 ? refused : InChild([] { return ExpectRefused(); });
             }));
+  locker->KillAndWait();  // the child could only tell it to end
   go_on_ = true;
   EXPECT_EQ(0, query_.get());
   EXPECT_EQ(0, Find("app")) << "the parent is not refused anything";
