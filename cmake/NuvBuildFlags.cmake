@@ -41,11 +41,9 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(NUV_HOST_DEFINITIONS _FILE_OFFSET_BITS=64)
 endif()
 
-# Where the loader does not look by itself, what is installed finds the libraries beside it, and the linker finds the
-# platform library that the client library needs.
-string(REGEX MATCH "^/(usr)?/?$" NUV_SYSTEM_PREFIX "${CMAKE_INSTALL_PREFIX}")
-if(NUV_BUILD_HOST AND NOT NUV_SYSTEM_PREFIX)
-  set(NUV_INSTALL_RPATH ON)
+# What is installed finds the libraries beside it, and the linker finds the platform library that the client library
+# needs. Where the loader looks by itself, install/loader.cmake takes that away.
+if(NUV_BUILD_HOST)
   file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set(CMAKE_INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
 endif()

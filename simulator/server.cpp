@@ -15,11 +15,12 @@ namespace {
 
 constexpr int kReconnectMs = 200;
 
-// The sample that comes with the system, or the one of the source tree where it is not installed.
+// The sample that was installed with this program, wherever that was, or the one of the source tree where it was not.
 Catalogue SampleCatalogue() {
   std::error_code ignored;
-  const bool installed = std::filesystem::exists(NUV_INSTALLED_CATALOGUE, ignored);
-  return ReadCatalogue(installed ? NUV_INSTALLED_CATALOGUE : NUV_SOURCE_CATALOGUE);
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+  const std::filesystem::path installed = (program.parent_path() / NUV_CATALOGUE_FROM_PROGRAM).lexically_normal();
+  return ReadCatalogue(std::filesystem::exists(installed, ignored) ? installed.string() : NUV_SOURCE_CATALOGUE);
 }
 
 }  // namespace
