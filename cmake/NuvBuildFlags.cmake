@@ -29,10 +29,17 @@ if(NUV_BUILD_FUZZERS)
   target_compile_options(nuv_build_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# The programs around the library wait for other processes: nobody would see them optimized, and compiling them for that
-# takes twice as long.
+# The programs around the library wait for other processes: nobody would see them optimized any further, and compiling them
+# for that takes twice as long.
 add_library(nuv_program_flags INTERFACE)
-target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-O1> $<$<CONFIG:RelWithDebInfo>:-g1>)
+target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-Og> $<$<CONFIG:RelWithDebInfo>:-g1>)
+
+# What most sources read of the standard library and of GIO, compiled once for a target. Sources include what they use all
+# the same: clang-tidy, and a build with CMAKE_DISABLE_PRECOMPILE_HEADERS, compile them without.
+function(nuv_compile_headers_once target)
+  target_precompile_headers(${target} PRIVATE
+    <algorithm> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <vector> <gio/gio.h>)
+endfunction()
 
 # On a 32-bit machine the host edition looks at files whose inode or offset needs 64 bits; else readdir() finds nothing in
 # such a directory. The library itself asks for no more of a file than whether it exists, by the plain name of stat().
@@ -41,11 +48,9 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(NUV_HOST_DEFINITIONS _FILE_OFFSET_BITS=64)
 endif()
 
-# Where the loader does not look by itself, what is installed finds the libraries beside it, and the linker finds the
-# platform library that the client library needs.
-string(REGEX MATCH "^/(usr)?/?$" NUV_SYSTEM_PREFIX "${CMAKE_INSTALL_PREFIX}")
-if(NUV_BUILD_HOST AND NOT NUV_SYSTEM_PREFIX)
-  set(NUV_INSTALL_RPATH ON)
+# What is installed finds the libraries beside it, and the linker finds the platform library that the client library
+# needs. Where the loader looks by itself, install/loader.cmake takes that away.
+if(NUV_BUILD_HOST)
   file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set(CMAKE_INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
 endif()

@@ -1,7 +1,7 @@
 # What an integrator gets: headers, pkg-config file and CMake package.
 include(CMakePackageConfigHelpers)
 
-if(NUV_INSTALL_RPATH)
+if(NUV_BUILD_HOST)
   set_target_properties(nuv_launcher_api PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS nuv_launcher_api EXPORT nuv_launcher_api-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -26,6 +26,12 @@ install(FILES
 
 # The installation may be moved, or staged under another prefix than it was configured for.
 file(RELATIVE_PATH NUV_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+foreach(directory IN ITEMS INCLUDEDIR LIBDIR)
+  set(NUV_PC_${directory} "${CMAKE_INSTALL_${directory}}")
+  if(NOT IS_ABSOLUTE "${NUV_PC_${directory}}")
+    string(PREPEND NUV_PC_${directory} "\${prefix}/")
+  endif()
+endforeach()
 string(REGEX REPLACE "/$" "" NUV_PC_TO_PREFIX "${NUV_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/nuv-launcher-api.pc.in
                ${CMAKE_CURRENT_BINARY_DIR}/nuv-launcher-api.pc @ONLY)

@@ -15,16 +15,12 @@ namespace {
 
 constexpr int kReconnectMs = 200;
 
-// The sample that was installed with this program, wherever that was moved to; or the one of the system, or that of the
-// source tree where none is installed.
+// The sample that was installed with this program, wherever that was, or the one of the source tree where it was not.
 Catalogue SampleCatalogue() {
-  std::error_code error;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  const std::string beside = (program.parent_path() / NUV_CATALOGUE_FROM_PROGRAM).lexically_normal().string();
-  for (const std::string& path : {beside, std::string(NUV_INSTALLED_CATALOGUE)}) {
-    if (std::filesystem::exists(path, error)) return ReadCatalogue(path);
-  }
-  return ReadCatalogue(NUV_SOURCE_CATALOGUE);
+  std::error_code ignored;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+  const std::filesystem::path installed = (program.parent_path() / NUV_CATALOGUE_FROM_PROGRAM).lexically_normal();
+  return ReadCatalogue(std::filesystem::exists(installed, ignored) ? installed.string() : NUV_SOURCE_CATALOGUE);
 }
 
 }  // namespace

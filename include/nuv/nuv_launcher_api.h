@@ -15,7 +15,9 @@
  *   Texts      UTF-8. A text that is not valid UTF-8 cannot travel on the bus and makes the request fail. So does a
  *              request of more than 32 MiB, for which the bus would close the connection.
  *   Errors     The result says only whether the request was accepted: 0 accepted, -1 not. The outcome of an accepted
- *              launch comes later, through the callback. Each failure is in the platform log.
+ *              launch comes later, through the callback, or never: where the service or the bus ends before it was
+ *              sent, and where the service sends none. The library sets no limit; a caller that waits sets one. Each
+ *              failure is in the platform log.
  *   Memory     A serialised launch that runs out of memory lets std::bad_alloc pass; it can be called again at once,
  *              but the CPU priority of the calling thread stays lent to the service. Any other function returns -1.
  *              GLib, in whose memory requests travel, ends the process where it gets none.
@@ -48,7 +50,7 @@
  *   in one is made again by the next launch, and what was on its way is lost.
  *   An exception that leaves a callback is caught and logged.
  *   Where the link to the bus cannot be made, where memory runs out, and where a function says so, a request fails
- *   without a callback.
+ *   without a callback. A caller that gets -1 therefore looks at the result and waits for no callback.
  */
 #ifndef NUV_LAUNCHER_API_H
 #define NUV_LAUNCHER_API_H

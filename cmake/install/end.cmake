@@ -1,0 +1,23 @@
+# After everything is installed: what "uninstall" has to know besides the manifest. A directory that an earlier
+# installation from this build has made is still ours.
+cmake_minimum_required(VERSION 3.22)
+include(${CMAKE_CURRENT_LIST_DIR}/files.cmake)
+if(EXISTS "${NUV_INSTALL_RECORD}")
+  file(STRINGS "${NUV_INSTALL_RECORD}" earlier REGEX "^(destdir|directory) ")
+  if("destdir $ENV{DESTDIR}" IN_LIST earlier)
+    list(FILTER earlier INCLUDE REGEX "^directory ")
+    list(TRANSFORM earlier REPLACE "^directory " "")
+    list(APPEND NUV_MADE_DIRECTORIES ${earlier})
+  endif()
+endif()
+list(REMOVE_DUPLICATES NUV_MADE_DIRECTORIES)
+
+set(record "destdir $ENV{DESTDIR}\n")
+foreach(directory IN LISTS NUV_MADE_DIRECTORIES)
+  string(APPEND record "directory ${directory}\n")
+endforeach()
+foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
+  nuv_contents("$ENV{DESTDIR}${file}" contents)
+  string(APPEND record "file ${contents} ${file}\n")
+endforeach()
+file(WRITE "${NUV_INSTALL_RECORD}" "${record}")

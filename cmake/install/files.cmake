@@ -1,0 +1,10 @@
+# What is in a file now, or where a link leads.
+cmake_minimum_required(VERSION 3.22)
+function(nuv_contents path result)
+  if(IS_SYMLINK "${path}")
+    file(READ_SYMLINK "${path}" contents)
+  else()
+    file(SHA256 "${path}" contents)
+  endif()
+  set(${result} "${contents}" PARENT_SCOPE)
+endfunction()
