@@ -104,6 +104,10 @@ const std::vector<FieldColumn>& Columns() {
   return columns;
 }
 
+std::vector<std::string> ColumnsOf(const Values&) {
+  return ColumnNames(Columns(), {});
+}
+
 Report ShowRunning(const Values& values) {
   const Surroundings around;
   List apps;
@@ -122,7 +126,7 @@ Report ShowRunning(const Values& values) {
 }
 
 const RegisteredVerb kPs(
-    {"ps", Group::kRunning, "Show the applications that run", {ColumnsOption(), WideFlag()}, ShowRunning},
+    {"ps", Group::kRunning, "Show the applications that run", {ColumnsOption(ColumnsOf), WideFlag()}, ShowRunning},
     Sides::kBoth);
 
 }  // namespace
