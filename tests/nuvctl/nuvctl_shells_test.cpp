@@ -147,6 +147,8 @@ TEST_P(CompletionIn, SaysNothingWhereThereIsNoCatalogue) {
   RemoveDatabase();
   OpenShell();
   EXPECT_EQ(Completed("nuvctl launch x"), "<launch><x>");
+  terminal_->Type("echo all''read" + std::string(kEnter));
+  ASSERT_TRUE(terminal_->Shows("allread"));
   EXPECT_EQ(terminal_->screen().find("nuvctl:"), std::string::npos) << terminal_->screen();
 }
 
