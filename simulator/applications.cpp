@@ -58,7 +58,8 @@ pid_t Applications::Start(const AppRecord& record, const ProgramInput& input, Ap
     return 0;
   }
   App& app = apps_[pid];
-  app = {record.id, record.platform_id, pid, status, record.app_type == kHbbtvApp, tree, false, stand_in};
+  app = {record.id, record.platform_id, pid,          status, record.app_type == kHbbtvApp, tree,
+         false,     stand_in,           input.payload};
   trees_.Started(tree, pid);
   g_child_watch_add(pid, ChildEnded, this);
   files_.Write(app.platform_id, pid, status);
@@ -85,6 +86,7 @@ std::vector<Applications::App> Applications::All() const {
 
 void Applications::LaunchAgain(pid_t pid, const ProgramInput& input, AppStatus status) {
   journal_.LaunchDelivered(pid, input);
+  if (const auto told = apps_.find(pid); told != apps_.end()) told->second.payload = input.payload;
   const bool has_place = std::find(shown_.begin(), shown_.end(), pid) != shown_.end();
   if (status == AppStatus::kVisible) {
     BringToFront(pid);

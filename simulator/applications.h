@@ -25,6 +25,7 @@ class Applications {
     int tree = 0;
     bool ending = false;    // told to end
     bool stand_in = false;  // for want of a program
+    std::string payload;    // of the last launch
   };
   using Ended = std::function<void(pid_t pid, int status)>;  // exit status, or 128 and the signal number
 

@@ -230,6 +230,15 @@ void Dispatcher::OnStandIns(GDBusMethodInvocation* invocation) {
   g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &apps));
 }
 
+void Dispatcher::OnPayloads(GDBusMethodInvocation* invocation) {
+  GVariantBuilder payloads;
+  g_variant_builder_init(&payloads, G_VARIANT_TYPE("a{is}"));
+  for (const Applications::App& app : service_.applications.All()) {
+    g_variant_builder_add(&payloads, "{is}", app.pid, app.payload.c_str());
+  }
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(a{is})", &payloads));
+}
+
 void Dispatcher::OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) {
   const std::optional<bool> right = service_.pin_gate.Enter(question, pin);
   if (!right) return ReturnNoSuchQuestion(invocation);

@@ -69,7 +69,7 @@ struct Reader {
 const Reader kReaders[] = {
     {{"list"}, {"list", "--index", "99"}, true},
     {{"show", kPlayer}, {"show", kNoSuch}, true},
-    {{"locked", "org.example.locked"}, {"locked", kPlayer}, true},
+    {{"locked", kPlayer}, {"locked", kNoSuch}, true},
     {{"uninstallable", kPlayer}, {"uninstallable", kNoSuch}, true},
     {{"group", "play"}, {"group", "nosuch"}, true},
     {{"explain", kPlayer}, {"explain", kNoSuch}, true},

@@ -108,21 +108,33 @@ TEST_F(NuvctlLookup, LockedAnswersYesAndNo) {
   const NuvctlRun yes = Ask({"locked", "locked"});
   EXPECT_EQ(yes.status, 0);
   EXPECT_EQ(yes.output, "yes\n");
-  for (const char* id : {"open", "gone", "unknown", ""}) {
-    const NuvctlRun no = Ask({"locked", id});
-    EXPECT_EQ(no.status, 3) << id;
-    EXPECT_EQ(no.output, "no\n") << id;
-    EXPECT_EQ(no.errors, "") << id;
-  }
+  const NuvctlRun no = Ask({"locked", "open"});
+  EXPECT_EQ(no.status, 0);
+  EXPECT_EQ(no.output, "no\n");
+  EXPECT_EQ(no.errors, "");
   EXPECT_EQ(Ask({"locked", "open", "unknown", "locked"}).status, 0);
+}
+
+TEST_F(NuvctlLookup, AnApplicationThatIsNotThereIsNeitherYesNorNo) {
+  database_.Add("org.example.open");
+  database_.Add("gone", {{"is_lock", 1}, {"install_state", 2}});
+  for (const char* verb : {"locked", "uninstallable"}) {
+    for (const char* id : {"gone", "unknown", ""}) {
+      ExpectFailure({verb, id}, 3, std::string("not found: the catalogue has no usable application with the id ") + id);
+      EXPECT_EQ(AskJson({verb, "org.example.open", id})["status"], 3) << id;
+      EXPECT_EQ(AskJson({verb, id})[verb], nullptr) << id;
+    }
+    EXPECT_THAT(Ask({verb, "org.example.opan"}).errors, HasSubstr("; did you mean org.example.open?"));
+  }
 }
 
 TEST_F(NuvctlLookup, LockedAnswersInJson) {
   database_.Add("locked", {{"is_lock", 1}});
   EXPECT_EQ(AskJson({"locked", "x", "locked"}), Json::parse(R"({"verb": "locked", "outcome": "done", "status": 0,
                                                                 "apps": ["x", "locked"], "locked": true})"));
-  const Json no = AskJson({"locked", "x"});
-  EXPECT_EQ(no["outcome"], "not found");
+  database_.Add("open");
+  const Json no = AskJson({"locked", "open"});
+  EXPECT_EQ(no["outcome"], "done");
   EXPECT_EQ(no["locked"], false);
 }
 
@@ -132,7 +144,7 @@ TEST_F(NuvctlLookup, UninstallableAnswersYesAndNo) {
   EXPECT_EQ(Ask({"uninstallable", "kept", "marked"}).output, "yes\n");
   EXPECT_EQ(AskJson({"uninstallable", "marked"})["uninstallable"], true);
   const NuvctlRun no = Ask({"uninstallable", "kept"});
-  EXPECT_EQ(no.status, 3);
+  EXPECT_EQ(no.status, 0);
   EXPECT_EQ(no.output, "no\n");
 }
 
@@ -142,13 +154,13 @@ TEST_F(NuvctlLookup, IdsAreNeverPartOfTheStatement) {
                          "[x,locked]", "{locked}", "locked;", "%s%n"}) {
     const NuvctlRun run = Ask({"locked", id});
     EXPECT_EQ(run.status, 3) << id;
-    EXPECT_EQ(run.output, "no\n") << id;
+    EXPECT_EQ(run.output, "") << id;
   }
   for (const char* id : {"it's", "'", "''; drop table widgetinfo; --", "100%", "%s%n", "[a,b]", "[]", "{}", "%%",
                          "show", "locked show", "\\", "서울\n"}) {
     database_.Add(id, {{"is_lock", 1}});
     EXPECT_EQ(AskJson({"locked", "x", id})["locked"], true) << id;
-    EXPECT_EQ(AskJson({"uninstallable", id, "x"})["uninstallable"], false) << id;
+    EXPECT_EQ(AskJson({"uninstallable", id})["uninstallable"], false) << id;
   }
   EXPECT_EQ(Ask({"locked", "--", "-x", "locked"}).status, 0);
 }

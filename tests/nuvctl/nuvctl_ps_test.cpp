@@ -62,6 +62,25 @@ TEST_F(NuvctlPs, ShowsEachRunningApplicationInJson) {
   EXPECT_LT(clock["uptime"], 300);
 }
 
+TEST_F(NuvctlPs, ShowsThePayloadOfTheLastLaunch) {
+  StartApps();
+  EXPECT_EQ(Run({"launch", kPlayer, "--payload", "first=1"}).status, 0);
+  EXPECT_EQ(Run({"launch", kClock, "--payload", "other=1"}).status, 0);
+  EXPECT_EQ(Run({"launch", kPlayer, "--payload", "last=1"}).status, 0);
+  const Json apps = AppsThatRun();
+  EXPECT_THAT(apps[kPlayer]["payload"].get<std::string>(), testing::StartsWith("last=1"));
+  EXPECT_THAT(apps[kClock]["payload"].get<std::string>(), testing::StartsWith("other=1"));
+}
+
+// A service that knows nothing of payloads.
+TEST_F(NuvctlPs, ShowsThePayloadOfTheStartWhereTheServiceDoesNotTell) {
+  StartApps();
+  StopHost();
+  Process app({"env", "NUV_PAYLOAD=a=1", "sleep", "300"}, directory_.path());
+  WriteFile(state() + "/running/org.example.stranger", "pid " + std::to_string(app.pid()) + "\nstatus 3\n");
+  EXPECT_TRUE(WaitUntil([&] { return AppsThatRun()["org.example.stranger"]["payload"] == "a=1"; }));
+}
+
 TEST_F(NuvctlPs, ShowsARowForEachApplication) {
   StartApps();
   EXPECT_EQ(Run({"launch", kPlayer, "--payload", "x=1\n"}).status, 0);

@@ -64,6 +64,19 @@ TEST_F(NuvctlTable, FitsTheTerminal) {
   }
 }
 
+TEST_F(NuvctlTable, OfReasonsFitsTheTerminalToo) {
+  const std::string all = Run({"explain", "no.such.application"}).output;
+  for (const int width : {40, 60}) {
+    const std::string screen = OnTerminal(width, "explain no.such.application");
+    const std::string table = screen.substr(0, screen.find("\n\n"));
+    EXPECT_THAT(table, StartsWith("STOPS "));
+    EXPECT_THAT(table, HasSubstr("…"));
+    for (const std::string& line : LinesOf(table)) EXPECT_LE(ColumnsOf(line), width) << line;
+  }
+  EXPECT_EQ(OnTerminal(300, "explain no.such.application"), all);
+  EXPECT_EQ(OnTerminal(40, "explain no.such.application --wide"), all);
+}
+
 TEST_F(NuvctlTable, LeavesOutColumnsOnlyWhereTheTerminalIsTooNarrow) {
   EXPECT_THAT(OnTerminal(80, "list"), Not(HasSubstr("FEATURED")));
   EXPECT_THAT(OnTerminal(80, "list"), HasSubstr("LOCKED"));

@@ -13,6 +13,10 @@ LaunchReport PlainResult(int code) {
   return {CallbackShape::kPlain, "org.example.app", 0, code};
 }
 
+constexpr char kService[] = ":1.5";
+constexpr char kNextService[] = ":1.9";
+constexpr char kNobody[] = "";
+
 Outcome OutcomeOf(const LaunchWait& wait) {
   EXPECT_TRUE(wait.conclusion().has_value());
   return wait.conclusion().value_or(Conclusion{Outcome::kUsage, {}, ""}).outcome;
@@ -21,9 +25,9 @@ Outcome OutcomeOf(const LaunchWait& wait) {
 class AcceptedLaunch : public testing::Test {
  protected:
   AcceptedLaunch() {
-    wait.OnServiceOwner(true);
+    wait.OnServiceOwner(kService);
     wait.OnClientName(true);
-    wait.OnAccepted();
+    wait.OnAccepted(kService);
   }
 
   LaunchWait wait{true};
@@ -33,7 +37,7 @@ class AcceptedLaunch : public testing::Test {
 
 TEST(NotWaiting, AcceptanceIsTheEnd) {
   LaunchWait wait(false);
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   EXPECT_EQ(OutcomeOf(wait), Outcome::kAccepted);
 }
 
@@ -41,7 +45,7 @@ TEST(NotWaiting, AResultThatComesBeforeTheAcceptanceIsNotTheEnd) {
   LaunchWait wait(false);
   wait.OnReport(Event(903, 401));
   EXPECT_FALSE(wait.conclusion());
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   EXPECT_EQ(OutcomeOf(wait), Outcome::kAccepted);
 }
 
@@ -89,7 +93,7 @@ TEST_F(AcceptedLaunch, AFailureThatIsNotDecidedYetDoesNotEndTheWait) {
 }
 
 TEST_F(AcceptedLaunch, AVanishedServiceEndsInServiceGoneAfterTheGrace) {
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   EXPECT_FALSE(wait.conclusion());
   ASSERT_TRUE(wait.InGrace());
   wait.OnGraceOver();
@@ -97,14 +101,14 @@ TEST_F(AcceptedLaunch, AVanishedServiceEndsInServiceGoneAfterTheGrace) {
 }
 
 TEST_F(AcceptedLaunch, AResultInTheGraceIsNotLost) {
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   wait.OnReport(Event(900));
   EXPECT_EQ(OutcomeOf(wait), Outcome::kLaunched);
 }
 
 TEST_F(AcceptedLaunch, AServiceThatComesBackDoesNotKnowTheLaunchAnyMore) {
-  wait.OnServiceOwner(false);
-  wait.OnServiceOwner(true);
+  wait.OnServiceOwner(kNobody);
+  wait.OnServiceOwner(kNextService);
   ASSERT_TRUE(wait.InGrace());
   wait.OnGraceOver();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
@@ -119,9 +123,9 @@ TEST_F(AcceptedLaunch, AClosedBusEndsInBusGoneAfterTheGrace) {
 }
 
 TEST_F(AcceptedLaunch, ABusThatTakesTheServiceWithItIsABusGone) {
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   wait.OnBusClosed();
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   wait.OnGraceOver();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kBusGone);
 }
@@ -132,7 +136,7 @@ TEST_F(AcceptedLaunch, TheDeadlineEndsInTimedOut) {
 }
 
 TEST_F(AcceptedLaunch, TheDeadlineInTheGraceEndsInWhatTheGraceIsFor) {
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   wait.OnDeadline();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
 }
@@ -151,20 +155,75 @@ TEST(WaitingForResult, AResultBeforeTheAcceptanceCounts) {
 
 TEST(WaitingForResult, AServiceSeenAbsentBeforeTheAcceptanceGetsTimeToShowUp) {
   LaunchWait wait(true);
-  wait.OnServiceOwner(false);
+  wait.OnServiceOwner(kNobody);
   EXPECT_FALSE(wait.InGrace());
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   ASSERT_TRUE(wait.InGrace());
-  wait.OnServiceOwner(true);
+  wait.OnServiceOwner(kService);
   EXPECT_FALSE(wait.InGrace());
   EXPECT_FALSE(wait.conclusion());
 }
 
 TEST(WaitingForResult, AServiceThatEndsRightAfterItsAnswerIsGone) {
   LaunchWait wait(true);
-  wait.OnServiceOwner(true);
-  wait.OnServiceOwner(false);
-  wait.OnAccepted();
+  wait.OnServiceOwner(kService);
+  wait.OnServiceOwner(kNobody);
+  wait.OnAccepted(kService);
+  ASSERT_TRUE(wait.InGrace());
+  wait.OnGraceOver();
+  EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
+}
+
+TEST(WaitingForResult, AServiceThatIsReplacedBeforeItsAcceptanceIsKnownIsGone) {
+  LaunchWait wait(true);
+  wait.OnServiceOwner(kService);
+  wait.OnServiceOwner(kNobody);
+  wait.OnServiceOwner(kNextService);
+  wait.OnAccepted(kService);
+  ASSERT_TRUE(wait.InGrace());
+  EXPECT_FALSE(wait.conclusion());
+  wait.OnGraceOver();
+  EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
+}
+
+TEST(WaitingForResult, AServiceThatIsReplacedBetweenTheNewsOfItsEndAndThoseOfTheNextIsGone) {
+  LaunchWait wait(true);
+  wait.OnServiceOwner(kService);
+  wait.OnServiceOwner(kNobody);
+  wait.OnAccepted(kService);
+  wait.OnServiceOwner(kNextService);
+  ASSERT_TRUE(wait.InGrace());
+  wait.OnGraceOver();
+  EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
+}
+
+TEST(WaitingForResult, AnAcceptanceBeforeTheNewsThatItsServiceTookOverWaitsForThem) {
+  LaunchWait wait(true);
+  wait.OnServiceOwner(kService);
+  wait.OnAccepted(kNextService);
+  ASSERT_TRUE(wait.InGrace());
+  wait.OnServiceOwner(kNobody);
+  wait.OnServiceOwner(kNextService);
+  EXPECT_FALSE(wait.InGrace());
+  EXPECT_FALSE(wait.conclusion());
+}
+
+TEST(WaitingForResult, AnAcceptanceBeforeAnyNewsOfAServiceIsNoEnd) {
+  LaunchWait wait(true);
+  wait.OnAccepted(kService);
+  EXPECT_FALSE(wait.InGrace());
+  wait.OnServiceOwner(kService);
+  EXPECT_FALSE(wait.InGrace());
+}
+
+TEST(WaitingForResult, AnAcceptanceWithoutASenderIsTakenForThatOfTheServiceThatShowsUp) {
+  LaunchWait wait(true);
+  wait.OnServiceOwner(kNobody);
+  wait.OnAccepted(kNobody);
+  ASSERT_TRUE(wait.InGrace());
+  wait.OnServiceOwner(kService);
+  EXPECT_FALSE(wait.InGrace());
+  wait.OnServiceOwner(kNextService);
   ASSERT_TRUE(wait.InGrace());
   wait.OnGraceOver();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kServiceGone);
@@ -172,7 +231,7 @@ TEST(WaitingForResult, AServiceThatEndsRightAfterItsAnswerIsGone) {
 
 TEST(WaitingForResult, ABusThatClosesDuringTheRequestExplainsItsFailure) {
   LaunchWait wait(true);
-  wait.OnServiceOwner(true);
+  wait.OnServiceOwner(kService);
   wait.OnBusClosed();
   wait.OnNotAccepted({Outcome::kServiceGone, std::nullopt, "a new bus without the service"});
   EXPECT_EQ(OutcomeOf(wait), Outcome::kBusGone);
@@ -180,7 +239,7 @@ TEST(WaitingForResult, ABusThatClosesDuringTheRequestExplainsItsFailure) {
 
 TEST(WaitingForResult, TheDeadlineHoldsWhileTheRequestIsUnanswered) {
   LaunchWait wait(true);
-  wait.OnServiceOwner(true);
+  wait.OnServiceOwner(kService);
   wait.OnDeadline();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kTimedOut);
 }
@@ -189,7 +248,7 @@ TEST(ClientNameRefused, IsSaidOnceTheNameHadItsTime) {
   LaunchWait wait(true);
   wait.OnClientName(false);
   EXPECT_FALSE(wait.AwaitsClientName());
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   EXPECT_TRUE(wait.AwaitsClientName());
   EXPECT_EQ(wait.Hopeless(), "");
   wait.OnClientNameTimeOver();
@@ -201,7 +260,7 @@ TEST(ClientNameRefused, IsSaidOnceTheNameHadItsTime) {
 TEST(ClientNameRefused, IsTheReasonOfTheTimeoutAlsoWhenTheDeadlineComesFirst) {
   LaunchWait wait(true);
   wait.OnClientName(false);
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   wait.OnDeadline();
   EXPECT_EQ(OutcomeOf(wait), Outcome::kTimedOut);
   EXPECT_NE(wait.conclusion()->reason.find("no result can arrive: "), std::string::npos);
@@ -210,7 +269,7 @@ TEST(ClientNameRefused, IsTheReasonOfTheTimeoutAlsoWhenTheDeadlineComesFirst) {
 TEST(ClientNameRefused, IsNotSaidOfANameThatAppearsAMomentLater) {
   LaunchWait wait(true);
   wait.OnClientName(false);
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   wait.OnClientName(true);
   wait.OnClientNameTimeOver();
   EXPECT_EQ(wait.Hopeless(), "");
@@ -218,7 +277,7 @@ TEST(ClientNameRefused, IsNotSaidOfANameThatAppearsAMomentLater) {
 
 TEST(ClientNameRefused, IsNotSaidWhereNobodyCouldLook) {
   LaunchWait wait(true);
-  wait.OnAccepted();
+  wait.OnAccepted(kService);
   wait.OnClientNameTimeOver();
   EXPECT_EQ(wait.Hopeless(), "");
 }

@@ -237,4 +237,18 @@ TEST_F(SimulatorAppsTest, RunningAppsListsIdsProcessesAndStatuses) {
   EXPECT_EQ(CallControl("RunningApps", nullptr).Text(), "([('b.app', " + pid + ", 3)],)");
 }
 
+TEST_F(SimulatorAppsTest, PayloadsAreThoseOfTheLastLaunch) {
+  StartApps();
+  EXPECT_EQ(CallControl("Payloads", nullptr).Text(), "({},)");
+  Launch launch("b.app");
+  launch.payload = "first=1";
+  OutcomeOf(launch);
+  const std::string pid = std::to_string(RunningNumber("kelvo.b", "pid"));
+  EXPECT_EQ(CallControl("Payloads", nullptr).Text(), "({" + pid + ": 'first=1'},)");
+  launch.payload = "last=1";
+  launch.event_index = 2;
+  OutcomeOf(launch);
+  EXPECT_EQ(CallControl("Payloads", nullptr).Text(), "({" + pid + ": 'last=1'},)");
+}
+
 }  // namespace

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "command.h"
+#include "completion/answer.h"
 #include "failure.h"
 #include "keeper.h"
 #include "layout.h"
@@ -189,6 +190,10 @@ int main(int argc, char** argv) {
   OpenStandardStreams();
   int exit_status = 0;
   try {
+    if (const auto answer = completion::AnswerShell(argc, argv, CompleteLine)) {
+      std::fputs(answer->c_str(), stdout);
+      return 0;
+    }
     const auto options = ParseOptions(argc, argv, &exit_status);
     return options ? Run(Absolute(*options)) : exit_status;
   } catch (const Failure& failure) {

@@ -10,6 +10,12 @@
 namespace session {
 namespace {
 
+constexpr char kFile[] = "FILE";
+constexpr char kDirectory[] = "DIRECTORY";
+constexpr char kAnswer[] = "ANSWER";
+constexpr char kAttach[] = "--attach";
+constexpr const char* kPinAnswers[] = {"right", "wrong", "cancelled", "silent"};
+
 std::string CheckName(const std::string& text) {
   return IsSessionName(text) ? "" : "a name has 1 to 32 letters, digits and _ . - and starts with a letter or digit";
 }
@@ -23,11 +29,11 @@ class Help : public CLI::Formatter {
 
 void Describe(CLI::App& app, Options& options) {
   app.add_option("--seed", options.seed, "Catalogue of applications; without it, the sample catalogue")
-      ->option_text("FILE");
-  app.add_option("--scenario", options.scenario, "Let the service misbehave as this file says")->option_text("FILE");
+      ->option_text(kFile);
+  app.add_option("--scenario", options.scenario, "Let the service misbehave as this file says")->option_text(kFile);
   app.add_option("--pin-answer", options.pin_answer, "Answer to the PIN dialog: right, wrong, cancelled or silent")
-      ->option_text("ANSWER");
-  app.add_option("--state", options.state, "Work in this state directory, and leave it")->option_text("DIRECTORY");
+      ->option_text(kAnswer);
+  app.add_option("--state", options.state, "Work in this state directory, and leave it")->option_text(kDirectory);
   app.add_flag("--keep", options.keep, "Leave the state and the logs, and say where");
   app.add_flag_callback(
       "--policy", [&] { options.policy = true; }, "Let the bus refuse what a TV's would; the default");
@@ -36,7 +42,7 @@ void Describe(CLI::App& app, Options& options) {
   app.add_option("--name", options.name, "Name of the session; default: a number")
       ->check(CLI::Validator(CheckName, ""))
       ->option_text("NAME");
-  app.add_option("--attach", options.attach, "Run the command in this running session")
+  app.add_option(kAttach, options.attach, "Run the command in this running session")
       ->check(CLI::Validator(CheckName, ""))
       ->option_text("NAME");
   app.add_option("--start-limit", options.start_limit_s, "Until bus and service have to be ready; default: 30")
@@ -50,13 +56,15 @@ void Describe(CLI::App& app, Options& options) {
 
 // Options that make a session cannot go with --attach, and --keep not with --state: a directory that is named stays
 // anyway.
+constexpr const char* kContradictions[][2] = {
+    {"--keep", "--state"},     {"--policy", "--no-policy"}, {kAttach, "--seed"},        {kAttach, "--scenario"},
+    {kAttach, "--pin-answer"}, {kAttach, "--state"},        {kAttach, "--keep"},        {kAttach, "--policy"},
+    {kAttach, "--no-policy"},  {kAttach, "--name"},         {kAttach, "--start-limit"},
+};
+
 void RefuseContradictions(const CLI::App& app) {
-  if (app.count("--keep") != 0 && app.count("--state") != 0) throw CLI::ExcludesError("--keep", "--state");
-  if (app.count("--policy") != 0 && app.count("--no-policy") != 0) throw CLI::ExcludesError("--policy", "--no-policy");
-  if (app.count("--attach") == 0) return;
-  for (const char* option : {"--seed", "--scenario", "--pin-answer", "--state", "--keep", "--policy", "--no-policy",
-                             "--name", "--start-limit"}) {
-    if (app.count(option) != 0) throw CLI::ExcludesError("--attach", option);
+  for (const auto& [one, other] : kContradictions) {
+    if (app.count(one) != 0 && app.count(other) != 0) throw CLI::ExcludesError(one, other);
   }
 }
 
@@ -70,6 +78,80 @@ std::vector<std::string> CommandOf(const CLI::App& app, int argc, char** dashes,
 }
 
 }  // namespace
+
+namespace {
+
+using completion::Candidates;
+
+// The long name of an option, with its dashes.
+std::string NameOf(const CLI::Option& option) {
+  return "--" + option.get_lnames().at(0);
+}
+
+bool Contradicts(const std::string& option, const std::vector<std::string>& given) {
+  const auto is_given = [&](const char* name) { return std::find(given.begin(), given.end(), name) != given.end(); };
+  const auto contradicts = [&](const char* const(&pair)[2]) {
+    return (option == pair[0] && is_given(pair[1])) || (option == pair[1] && is_given(pair[0]));
+  };
+  return is_given(option.c_str()) || std::any_of(std::begin(kContradictions), std::end(kContradictions), contradicts);
+}
+
+Candidates ValuesOf(const std::string& option, const std::string& kind, const std::string& before) {
+  Candidates values;
+  if (kind == kFile) values.kind = Candidates::Kind::kFiles;
+  if (kind == kDirectory) values.kind = Candidates::Kind::kDirectories;
+  std::vector<std::string> words;
+  if (kind == kAnswer) words.assign(std::begin(kPinAnswers), std::end(kPinAnswers));
+  if (option == kAttach) words = RunningSessions();
+  for (const std::string& word : words) values.words.push_back({before + word});
+  return values;
+}
+
+Candidates OptionsBehind(const CLI::App& app, const std::vector<std::string>& given) {
+  Candidates options;
+  for (const CLI::Option* option : app.get_options()) {
+    if (!Contradicts(NameOf(*option), given)) options.words.push_back({NameOf(*option), option->get_description()});
+  }
+  return options;
+}
+
+bool TakesValue(const CLI::Option& option) {
+  return option.get_expected_max() > 0;
+}
+
+Candidates CommandAt(std::size_t place) {
+  Candidates command;
+  command.kind = Candidates::Kind::kCommand;
+  command.command = place;
+  return command;
+}
+
+}  // namespace
+
+Candidates CompleteLine(const std::vector<std::string>& words) {
+  Options options;
+  CLI::App app;
+  app.set_help_flag("-h,--help", "Print this help message and exit");
+  Describe(app, options);
+  const std::size_t last = words.size() - 1;
+  std::vector<std::string> given;
+  for (std::size_t i = 0; i <= last; ++i) {
+    const std::string& word = words[i];
+    if (word == "--" && i < last) return CommandAt(i + 1);
+    if (word.rfind('-', 0) != 0) return CommandAt(i);
+    const std::size_t equals = word.find('=');
+    const CLI::Option* option = app.get_option_no_throw(word.substr(0, equals));
+    const bool has_value = option != nullptr && TakesValue(*option);
+    if (i == last) {
+      if (equals == std::string::npos || !has_value) break;
+      return ValuesOf(NameOf(*option), option->get_option_text(), word.substr(0, equals + 1));
+    }
+    if (option != nullptr) given.push_back(NameOf(*option));
+    if (!has_value || equals != std::string::npos) continue;
+    if (++i == last) return ValuesOf(NameOf(*option), option->get_option_text(), "");
+  }
+  return OptionsBehind(app, given);
+}
 
 std::optional<Options> ParseOptions(int argc, char** argv, int* exit_status) {
   Options options;

@@ -25,7 +25,8 @@ constexpr mode_t kOthersWrite = S_IWGRP | S_IWOTH;
 constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr std::size_t kLongestName = 32;
-constexpr auto kLockLimit = std::chrono::seconds(10);
+constexpr auto kLockLimit = std::chrono::milliseconds(10000);
+constexpr auto kShortLockLimit = std::chrono::milliseconds(200);
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
 // XDG_RUNTIME_DIR, where it belongs to this user: su and sudo often leave the variable of the user before.
@@ -42,8 +43,8 @@ bool SameFile(const struct stat& one, const struct stat& other) {
 }
 
 // Taken for moments only, by programs like this one.
-void LockWithLimit(const File& directory, const std::string& path) {
-  const auto deadline = std::chrono::steady_clock::now() + kLockLimit;
+void LockWithLimit(const File& directory, const std::string& path, std::chrono::milliseconds limit) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
   while (flock(directory.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) throw SystemFailure("cannot lock " + path);
     if (std::chrono::steady_clock::now() > deadline) {
@@ -65,7 +66,7 @@ class AllSessions {
   }
 
   // Nothing when it is not there.
-  static std::optional<AllSessions> Open() {
+  static std::optional<AllSessions> Open(std::chrono::milliseconds lock_limit = kLockLimit) {
     const std::string path = PathOfSessions();
     File directory(open(path.c_str(), kOpenDirectory));
     if (!directory && errno == ENOENT) return std::nullopt;
@@ -77,7 +78,7 @@ class AllSessions {
       throw Failure(path + " is not this user's alone: it belongs to user " + std::to_string(opened.st_uid) +
                     "; set XDG_RUNTIME_DIR to a directory of your own");
     }
-    LockWithLimit(directory, path);
+    LockWithLimit(directory, path, lock_limit);
     // The last session may have taken it away meanwhile.
     if (lstat(path.c_str(), &named) != 0 || !SameFile(opened, named)) return std::nullopt;
     return AllSessions(std::move(directory), path);
@@ -193,6 +194,15 @@ std::string FindSession(const std::string& name) {
   std::string running;
   for (const std::string& other : sessions ? sessions->Running() : std::vector<std::string>()) running += " " + other;
   throw Failure("no session with the name " + name + " runs" + (running.empty() ? "" : "; there are:" + running));
+}
+
+std::vector<std::string> RunningSessions() {
+  try {
+    const auto sessions = AllSessions::Open(kShortLockLimit);
+    return sessions ? sessions->Running() : std::vector<std::string>();
+  } catch (const Failure&) {
+    return {};
+  }
 }
 
 void RemoveLeftoverSessions() {

@@ -37,6 +37,9 @@ class Claim {
 // The directory of a running session; throws Failure when there is none of this name.
 std::string FindSession(const std::string& name);
 
+// The names of the sessions that run; none where they cannot be asked for at once.
+std::vector<std::string> RunningSessions();
+
 // Takes away what killed sessions have left.
 void RemoveLeftoverSessions();
 

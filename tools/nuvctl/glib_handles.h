@@ -25,6 +25,7 @@ using ConnectionOwner = GlibOwner<GDBusConnection>;
 using CancellableOwner = GlibOwner<GCancellable>;
 using VariantOwner = GlibOwner<GVariant>;
 using TextOwner = GlibOwner<char>;
+using ErrorOwner = GlibOwner<GError>;
 
 // Has the loop of the default main context call the function. For any thread; never called where the loop has ended.
 inline void InMainLoop(std::function<void()> action) {

@@ -7,7 +7,9 @@
 #include <variant>
 
 #include "command/command_line.h"
+#include "command/complete.h"
 #include "command/guard.h"
+#include "completion/answer.h"
 #include "report/terminal.h"
 #include "report/text.h"
 
@@ -25,7 +27,17 @@ int RunCommand(const Command& command) {
   return Print(command.Run(), command.values.Flag("--json"));
 }
 
+// A shell that asks has a user who is typing: not a line of the log comes between.
+completion::Candidates CompleteQuietly(const std::vector<std::string>& words) {
+  setenv("NUV_LOG", "off", 1);
+  return CompleteLine(words);
+}
+
 int Run(int argc, char** argv) {
+  if (const auto answer = completion::AnswerShell(argc, argv, CompleteQuietly)) {
+    std::fputs(answer->c_str(), stdout);
+    return 0;
+  }
   const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
   if (const auto* command = std::get_if<Command>(&parsed)) return RunCommand(*command);
   if (const auto* wrong = std::get_if<Report>(&parsed)) return Print(*wrong, AsksForJson(argc, argv));

@@ -16,6 +16,7 @@ class ServiceTalk {
  public:
   void Listen();
   std::optional<CallError> last_error();
+  std::string last_answerer();
   bool unanswered();
   void Flush();
 
@@ -28,6 +29,7 @@ class ServiceTalk {
   ConnectionOwner connection_;
   std::map<guint32, std::string> open_calls_;  // method by serial
   std::optional<CallError> last_error_;
+  std::string last_answerer_;
 };
 
 ServiceTalk& Talk() {
@@ -53,6 +55,11 @@ std::optional<CallError> ServiceTalk::last_error() {
   return last_error_;
 }
 
+std::string ServiceTalk::last_answerer() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return last_answerer_;
+}
+
 bool ServiceTalk::unanswered() {
   const std::lock_guard<std::mutex> lock(mutex_);
   return !open_calls_.empty();
@@ -76,11 +83,14 @@ void ServiceTalk::Sent(GDBusMessage* message) {
   const std::lock_guard<std::mutex> lock(mutex_);
   open_calls_[g_dbus_message_get_serial(message)] = member;
   last_error_.reset();
+  last_answerer_.clear();
 }
 
 void ServiceTalk::Received(GDBusMessage* message) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (open_calls_.erase(g_dbus_message_get_reply_serial(message)) == 0) return;
+  const char* sender = g_dbus_message_get_sender(message);
+  last_answerer_ = sender != nullptr ? sender : "";
   const char* name = g_dbus_message_get_error_name(message);
   if (g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_ERROR || name == nullptr) return;
   const char* text = g_dbus_message_get_arg0(message);
@@ -101,6 +111,10 @@ void ListenToServiceTalk() {
 
 std::optional<CallError> LastCallError() {
   return Talk().last_error();
+}
+
+std::string LastAnswerer() {
+  return Talk().last_answerer();
 }
 
 bool CallIsUnanswered() {

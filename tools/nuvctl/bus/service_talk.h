@@ -17,6 +17,9 @@ struct CallError {
 // The error with which the last call was answered; nothing where it was no error.
 std::optional<CallError> LastCallError();
 
+// The unique name on the bus of who sent the last answer; empty where none was seen.
+std::string LastAnswerer();
+
 // Whether a call was made that has no answer.
 bool CallIsUnanswered();
 

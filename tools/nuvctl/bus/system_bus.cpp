@@ -162,8 +162,8 @@ NameWatch::NameWatch(GDBusConnection* bus, const std::string& name, OwnerFunctio
       asking_(g_cancellable_new()),
       changes_(bus, {kBusName, kBusPath, kBusName, "NameOwnerChanged", name},
                [this](const char*, GVariant* arguments) { OnOwnerChanged(arguments); }) {
-  g_dbus_connection_call(bus, kBusName, kBusPath, kBusName, "NameHasOwner", g_variant_new("(s)", name.c_str()),
-                         G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, -1, asking_.get(), OnFirstAnswer, this);
+  g_dbus_connection_call(bus, kBusName, kBusPath, kBusName, "GetNameOwner", g_variant_new("(s)", name.c_str()),
+                         G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NONE, -1, asking_.get(), OnFirstAnswer, this);
 }
 
 NameWatch::~NameWatch() {
@@ -171,11 +171,14 @@ NameWatch::~NameWatch() {
 }
 
 void NameWatch::OnFirstAnswer(GObject* bus, GAsyncResult* result, gpointer watch) {
-  const VariantOwner reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, nullptr));
-  if (reply == nullptr) return;  // cancelled, when there is no watch any more, or no bus
-  gboolean present = FALSE;
-  g_variant_get(reply.get(), "(b)", &present);
-  static_cast<NameWatch*>(watch)->on_owner_(present != FALSE);
+  GError* failure = nullptr;
+  const VariantOwner reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, &failure));
+  const ErrorOwner error(failure);
+  const char* owner = "";
+  if (reply != nullptr) g_variant_get(reply.get(), "(&s)", &owner);
+  const bool nobody = g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_NAME_HAS_NO_OWNER) != FALSE;
+  if (reply == nullptr && !nobody) return;  // cancelled, when there is no watch any more, or no bus
+  static_cast<NameWatch*>(watch)->on_owner_(owner);
 }
 
 void NameWatch::OnOwnerChanged(GVariant* arguments) const {
@@ -183,6 +186,6 @@ void NameWatch::OnOwnerChanged(GVariant* arguments) const {
   const char* before = nullptr;
   const char* after = nullptr;
   g_variant_get(arguments, "(&s&s&s)", nullptr, &before, &after);
-  if (*before != '\0') on_owner_(false);
-  if (*after != '\0') on_owner_(true);
+  if (*before != '\0') on_owner_("");
+  if (*after != '\0') on_owner_(after);
 }

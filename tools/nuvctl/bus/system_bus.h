@@ -74,11 +74,11 @@ class SignalWatch {
   guint subscription_ = 0;
 };
 
-// Whether a bus name has an owner, from the beginning and at each change: in place of g_bus_watch_name_on_connection(),
+// Who owns a bus name, from the beginning and at each change: in place of g_bus_watch_name_on_connection(),
 // which complains aloud about a connection that closes just then. Says nothing about a closed connection.
 class NameWatch {
  public:
-  using OwnerFunction = std::function<void(bool present)>;
+  using OwnerFunction = std::function<void(const std::string& owner)>;  // its unique name; empty where there is none
 
   // Calls on_owner from the default main context. When another owner takes the name over, it is called twice: with
   // false, then with true.

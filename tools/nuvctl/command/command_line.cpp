@@ -18,7 +18,6 @@
 namespace {
 
 constexpr double kMostSeconds = 1e6;
-constexpr char kHelpVerb[] = "help";
 
 // More than a command line can hold.
 constexpr int kMostValues = 1 << 24;
@@ -153,8 +152,8 @@ class Line {
 
 Line::Line() {
   for (const Argument& flag : CommonFlags()) common_.push_back({&flag});
-  app_.set_version_flag("--version", std::string("nuvctl ") + NUVCTL_VERSION, "Show the version and exit");
-  app_.set_help_flag("-h,--help", "Show this help and exit");
+  app_.set_version_flag("--version", std::string("nuvctl ") + NUVCTL_VERSION, kVersionMeaning);
+  app_.set_help_flag("-h,--help", kHelpMeaning);
   app_.require_subcommand(1);
   app_.get_formatter()->label("SUBCOMMAND", "VERB");
   app_.footer("nuvctl help VERB tells more of a verb.\n\n" + ExitStatusHelp());

@@ -63,6 +63,16 @@ Argument& Argument::Words(std::vector<std::string> allowed, Read reads) {
   return *this;
 }
 
+Argument& Argument::List(std::vector<std::string> allowed, Read reads) {
+  list = true;
+  return Words(std::move(allowed), reads);
+}
+
+Argument& Argument::Suggested(Suggest suggests) {
+  suggest = suggests;
+  return *this;
+}
+
 Argument& Argument::From(Live source) {
   live = source;
   return *this;

@@ -9,7 +9,9 @@
 #include "report/report.h"
 
 // Where a shell can ask for the values that an argument may have at the moment.
-enum class Live { kNone, kAppIds, kPlatformIds, kRunTitles, kGroups, kFiles };
+enum class Live { kNone, kAppIds, kPlatformIds, kRunTitles, kFiles };
+
+class Values;
 
 // A position, an option with a value, or a flag.
 struct Argument {
@@ -17,6 +19,8 @@ struct Argument {
   enum class Type { kText, kTexts, kNumber, kSeconds };
   // Says what is wrong with a value, or nothing; may put in its place what the type is to be read from.
   using Read = std::string (*)(std::string& text);
+  // Words that the value may be, too, with what else is given.
+  using Suggest = std::vector<std::string> (*)(const Values& given);
 
   Kind kind;
   const char* name;        // "ID", "--title"
@@ -26,7 +30,9 @@ struct Argument {
   std::optional<int> least = {};        // of a number
   std::vector<std::string> words = {};  // that the value may be
   Read read = nullptr;                  // of words
-  Live live = Live::kNone;              // where else to look for values
+  bool list = false;                    // several of the words, with commas between them
+  Suggest suggest = nullptr;
+  Live live = Live::kNone;  // where else to look for values
   bool required = false;
   std::vector<const char*> excludes = {};  // other arguments, which then exclude this one
   const char* needs = nullptr;             // another argument
@@ -37,6 +43,8 @@ struct Argument {
   Argument& Seconds();
   Argument& Many();
   Argument& Words(std::vector<std::string> allowed, Read reads);
+  Argument& List(std::vector<std::string> allowed, Read reads);
+  Argument& Suggested(Suggest suggests);
   Argument& From(Live source);
   Argument& Excludes(std::vector<const char*> others);
   Argument& Needs(const char* other);
@@ -52,6 +60,11 @@ Argument TitleOption();
 
 // "--timeout", of every verb that calls the service.
 Argument TimeoutOption();
+
+// What is no verb, and no option of any, but of the command line.
+constexpr char kHelpVerb[] = "help";
+constexpr char kHelpMeaning[] = "Show this help and exit";
+constexpr char kVersionMeaning[] = "Show the version and exit";
 
 // "--json", "--verbose" and "--color", which go with every verb.
 const std::vector<Argument>& CommonFlags();

@@ -103,7 +103,9 @@ void Launch(const LaunchTask& task, LaunchSession* session) {
   t_in_flight = {true, 0};
   const int result = task.call({OnWebAppEvent, OnPlainResult, session});
   t_in_flight.active = false;
-  if (result == 0) return LaunchSession::Post(session, [](LaunchWait& wait) { wait.OnAccepted(); });
+  if (result == 0) {
+    return LaunchSession::Post(session, [by = LastAnswerer()](LaunchWait& wait) { wait.OnAccepted(by); });
+  }
   LaunchSession::Post(session,
                       [why = WhyNotAccepted(task, t_in_flight.status)](LaunchWait& wait) { wait.OnNotAccepted(why); });
 }
@@ -185,11 +187,12 @@ void LaunchSession::ConnectToBus() {
 }
 
 void LaunchSession::WatchBus(GDBusConnection* bus) {
-  service_watch_.emplace(bus, ServiceName(), [this](bool present) {
-    Handle([present](LaunchWait& wait) { wait.OnServiceOwner(present); });
+  service_watch_.emplace(bus, ServiceName(), [this](const std::string& owner) {
+    Handle([&owner](LaunchWait& wait) { wait.OnServiceOwner(owner); });
   });
-  client_watch_.emplace(bus, ClientName(),
-                        [this](bool owned) { Handle([owned](LaunchWait& wait) { wait.OnClientName(owned); }); });
+  client_watch_.emplace(bus, ClientName(), [this](const std::string& owner) {
+    Handle([owned = !owner.empty()](LaunchWait& wait) { wait.OnClientName(owned); });
+  });
 }
 
 // "600 NUV_LAUNCH_RESULT_LAUNCHED: the application was started"

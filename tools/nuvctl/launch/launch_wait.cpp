@@ -25,10 +25,11 @@ void LaunchWait::OnReport(const LaunchReport& report) {
   if (const auto verdict = Judge(report)) Conclude({verdict->outcome, verdict->code, ""});
 }
 
-void LaunchWait::OnAccepted() {
+void LaunchWait::OnAccepted(const std::string& by) {
   if (!for_result_) return Conclude({Outcome::kAccepted, std::nullopt, ""});
   accepted_ = true;
-  if (service_present_ == false && !grace_for_) grace_for_ = ServiceGone();
+  accepted_by_ = by;
+  LookForService();
 }
 
 void LaunchWait::OnNotAccepted(const Conclusion& why) {
@@ -36,14 +37,20 @@ void LaunchWait::OnNotAccepted(const Conclusion& why) {
   Conclude(grace_for_.value_or(why));
 }
 
-void LaunchWait::OnServiceOwner(bool present) {
-  service_present_ = present;
-  if (!accepted_) return;
-  if (!present) {
-    lost_after_acceptance_ = true;
-    if (!grace_for_) grace_for_ = ServiceGone();
-  } else if (!lost_after_acceptance_ && grace_for_ && grace_for_->outcome == Outcome::kServiceGone) {
-    // The service was started for this launch, and the news of it came later than its acceptance.
+void LaunchWait::OnServiceOwner(const std::string& owner) {
+  service_owner_ = owner;
+  if (accepted_) LookForService();
+}
+
+// The news that a service was started for this launch may come later than its acceptance, so it gets the time of the
+// grace. A bus gives a unique name only once: another service than the one that accepted knows nothing of the launch.
+void LaunchWait::LookForService() {
+  if (!service_owner_) return;
+  if (accepted_by_.empty()) accepted_by_ = *service_owner_;
+  const bool is_there = !service_owner_->empty() && *service_owner_ == accepted_by_;
+  if (!is_there && !grace_for_) {
+    grace_for_ = ServiceGone();
+  } else if (is_there && grace_for_ && grace_for_->outcome == Outcome::kServiceGone) {
     grace_for_.reset();
   }
 }

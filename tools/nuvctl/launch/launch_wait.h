@@ -20,9 +20,11 @@ class LaunchWait {
   explicit LaunchWait(bool for_result) : for_result_(for_result) {}
 
   void OnReport(const LaunchReport& report);
-  void OnAccepted();
+  // By the service with this unique name on the bus; empty where nobody saw who answered.
+  void OnAccepted(const std::string& by);
   void OnNotAccepted(const Conclusion& why);
-  void OnServiceOwner(bool present);
+  // The unique name of the service that is there now; empty where there is none.
+  void OnServiceOwner(const std::string& owner);
   void OnClientName(bool owned);  // whether the name that receives the results has an owner
   void OnBusClosed();
   void OnDeadline();
@@ -45,15 +47,16 @@ class LaunchWait {
 
  private:
   void Conclude(const Conclusion& conclusion);
+  void LookForService();
   bool ResultsCannotArrive() const { return accepted_ && client_name_owned_ == false; }
 
   const bool for_result_;
   bool accepted_ = false;
   bool name_time_over_ = false;
-  std::optional<bool> service_present_;
+  std::string accepted_by_;
+  std::optional<std::string> service_owner_;
   std::optional<bool> client_name_owned_;
   std::optional<Conclusion> grace_for_;
-  bool lost_after_acceptance_ = false;
   std::optional<Conclusion> conclusion_;
   std::vector<LaunchReport> reports_;
 };

@@ -217,8 +217,17 @@ std::string RecordTable(const List& records, const std::vector<FieldColumn>& col
   return width && total > *width ? Cut(FormatTable(fitted_rows), *width) : FormatTable(fitted_rows, paint);
 }
 
-Argument ColumnsOption() {
-  return Option("--columns", "NAMES", "Only these columns, with commas between them; any field of a record");
+std::vector<std::string> ColumnNames(const std::vector<FieldColumn>& columns, const Fields& blank) {
+  std::vector<std::string> names;
+  for (const FieldColumn& column : columns) names.push_back(NameOf(column));
+  for (const Field& field : blank) names.push_back(field.key);
+  return names;
+}
+
+Argument ColumnsOption(Argument::Suggest names) {
+  return Option("--columns", "NAMES", "Only these columns, with commas between them; any field of a record")
+      .List({}, nullptr)
+      .Suggested(names);
 }
 
 Argument WideFlag() {
@@ -228,9 +237,7 @@ Argument WideFlag() {
 ChosenTable TableOf(const List& records, const std::vector<FieldColumn>& columns, const Fields& blank,
                     const Values& values) {
   std::vector<FieldColumn> chosen;
-  std::vector<std::string> names;
-  for (const FieldColumn& column : columns) names.push_back(NameOf(column));
-  for (const Field& field : blank) names.push_back(field.key);
+  const std::vector<std::string> names = ColumnNames(columns, blank);
   std::istringstream rest(values.Text("--columns"));
   for (std::string name; std::getline(rest, name, ',');) {
     const size_t place = static_cast<size_t>(std::find(names.begin(), names.end(), name) - names.begin());

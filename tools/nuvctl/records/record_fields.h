@@ -34,8 +34,11 @@ struct FieldColumn {
 std::string RecordTable(const List& records, const std::vector<FieldColumn>& columns,
                         const std::optional<size_t>& width = std::nullopt);
 
+// How the columns of a table are named: by their headings, and by all fields of the record.
+std::vector<std::string> ColumnNames(const std::vector<FieldColumn>& columns, const Fields& blank);
+
 // "--columns" and "--wide", of the verbs that write a table.
-Argument ColumnsOption();
+Argument ColumnsOption(Argument::Suggest names);
 Argument WideFlag();
 
 // What is wrong with the columns that the user has chosen, or the table with them. A column may be any field of the

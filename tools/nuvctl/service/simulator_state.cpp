@@ -57,6 +57,19 @@ std::optional<std::vector<std::string>> StandIns() {
   return ids;
 }
 
+std::map<int, std::string> LastPayloads() {
+  const VariantOwner payloads = Call(kSimulatorInterface, "Payloads", nullptr, "(a{is})");
+  std::map<int, std::string> by_pid;
+  for (gsize i = 0; payloads != nullptr && i < g_variant_n_children(payloads.get()); ++i) {
+    gint32 pid = 0;
+    const char* payload = nullptr;
+    const VariantOwner entry(g_variant_get_child_value(payloads.get(), i));
+    g_variant_get(entry.get(), "{i&s}", &pid, &payload);
+    by_pid[pid] = payload;
+  }
+  return by_pid;
+}
+
 bool Contains(const std::vector<std::string>& ids, const std::string& id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
 }

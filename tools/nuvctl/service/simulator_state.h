@@ -1,6 +1,7 @@
 // What nuv-simulator says of itself, beside the service that it stands in for.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,9 @@ std::optional<SimulatorState> AskSimulator();
 
 // The running applications that are stand-ins; nothing where the service does not say.
 std::optional<std::vector<std::string>> StandIns();
+
+// By its process id, the payload that each running application was told last; none where the service does not tell.
+std::map<int, std::string> LastPayloads();
 
 bool Contains(const std::vector<std::string>& ids, const std::string& id);
 

@@ -41,17 +41,27 @@ const char* ReadText(std::string&) {
   return nullptr;
 }
 
+// Words that a value can be, where there are some.
+using ValueWords = const char* [2];
+
+constexpr ValueWords kNoWords = {};
+
 struct UpdateField {
   const char* name;
   APPSINFO_UPDATE_KEY_e key;
   ReadValue read;
+  ValueWords words = {};
 };
 
 constexpr UpdateField kFields[] = {
-    {"is_updated", APPSINFO_UPDATE_IS_UPDATED, ReadCleared}, {"ait_ids", APPSINFO_UPDATE_AIT_IDS, ReadPair},
-    {"cp_name", APPSINFO_UPDATE_CP_NAME, ReadText},          {"version", APPSINFO_UPDATE_VERSION, ReadText},
-    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND, ReadFlag},  {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV, ReadFlag},
-    {"is_lock", APPSINFO_UPDATE_IS_LOCK, ReadFlag},          {"run_title", APPSINFO_UPDATE_RUN_TITLE, ReadText},
+    {"is_updated", APPSINFO_UPDATE_IS_UPDATED, ReadCleared, {"0"}},
+    {"ait_ids", APPSINFO_UPDATE_AIT_IDS, ReadPair},
+    {"cp_name", APPSINFO_UPDATE_CP_NAME, ReadText},
+    {"version", APPSINFO_UPDATE_VERSION, ReadText},
+    {"is_ispbound", APPSINFO_UPDATE_IS_ISPBOUND, ReadFlag, {"true", "false"}},
+    {"is_hybrid_tv", APPSINFO_UPDATE_IS_HYBRID_TV, ReadFlag, {"true", "false"}},
+    {"is_lock", APPSINFO_UPDATE_IS_LOCK, ReadFlag, {"true", "false"}},
+    {"run_title", APPSINFO_UPDATE_RUN_TITLE, ReadText},
 };
 
 const UpdateField* FindField(const std::string& name) {
@@ -71,6 +81,15 @@ std::string ReadField(std::string& name) {
   return FindField(name) != nullptr
              ? ""
              : "no such field: " + name + DidYouMean(name, FieldNames()) + "; the fields are " + Joined(FieldNames());
+}
+
+std::vector<std::string> ValuesOfField(const Values& given) {
+  const UpdateField* field = FindField(given.Text("FIELD"));
+  std::vector<std::string> words;
+  for (const char* word : field != nullptr ? field->words : kNoWords) {
+    if (word != nullptr) words.emplace_back(word);
+  }
+  return words;
 }
 
 // A field is set to a value, but for the one that can only be cleared.
@@ -162,9 +181,9 @@ const RegisteredVerb kSet(
      "Set a field of an application",
      {ChangedApp(),
       Position("FIELD", "Field to set: " + Joined(FieldNames())).Words(FieldNames(), ReadField).Required(),
-      Position(
-          "VALUE",
-          "Its new value: true or false of a flag, two with a comma between for ait_ids; none or 0 for is_updated"),
+      Position("VALUE",
+               "Its new value: true or false of a flag, two with a comma between for ait_ids; none or 0 for is_updated")
+          .Suggested(ValuesOfField),
       TimeoutOption()},
      Set,
      {},

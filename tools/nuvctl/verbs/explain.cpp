@@ -2,6 +2,8 @@
 #include "obstacles/explain.h"
 
 #include "command/verb.h"
+#include "records/record_fields.h"
+#include "report/terminal.h"
 #include "report/text.h"
 
 namespace {
@@ -30,14 +32,23 @@ const char* LaunchWords(const std::optional<bool>& goes_ahead) {
   return *goes_ahead ? "a launch is accepted" : "a launch does not succeed";
 }
 
-std::string TextOf(const Explanation& explanation) {
+const std::vector<FieldColumn>& Columns() {
+  constexpr size_t kWhole = FieldColumn::kUnlimited;
+  static const std::vector<FieldColumn> columns = {
+      {"STOPS", "stops"}, {"REASON", "reason"}, {"MEANING", "meaning", kWhole, 0, true}};
+  return columns;
+}
+
+std::string TextOf(const Explanation& explanation, bool wide) {
   std::string text;
   if (!explanation.reasons.empty()) {
-    std::vector<std::vector<std::string>> rows = {{"STOPS", "REASON", "MEANING"}};
+    List rows;
     for (const Reason& reason : explanation.reasons) {
-      rows.push_back({Joined(StopsOf(reason)), reason.obstacle.key, reason.obstacle.why.message});
+      rows.emplace_back(Fields{{"stops", Joined(StopsOf(reason))},
+                               {"reason", reason.obstacle.key},
+                               {"meaning", reason.obstacle.why.message}});
     }
-    text = FormatTable(rows) + "\n\n";
+    text = RecordTable(rows, Columns(), wide ? std::nullopt : TerminalColumns()) + "\n\n";
   }
   text += explanation.lookup_finds ? "a lookup finds it\n" : "a lookup does not find it\n";
   return text + LaunchWords(explanation.launch_goes_ahead);
@@ -64,7 +75,7 @@ Report ExplainApp(const Values& values) {
   const Explanation explanation = Explain(values.Text("ID"));
   Report report;
   if (const Reason* stop = FirstStop(explanation)) report = ReportOf(stop->obstacle.why);
-  report.text = TextOf(explanation);
+  report.text = TextOf(explanation, values.Flag("--wide"));
   report.details = {{"app", values.Text("ID")},
                     {"lookup", explanation.lookup_finds},
                     {"launch", explanation.launch_goes_ahead ? Value(*explanation.launch_goes_ahead) : Value()},
@@ -75,7 +86,8 @@ Report ExplainApp(const Values& values) {
 const RegisteredVerb kExplain({"explain",
                                Group::kDiagnosis,
                                "Tell why a lookup or a launch of an application fails",
-                               {AppPosition("Application to explain: its id, kelvo id or package name").Required()},
+                               {AppPosition("Application to explain: its id, kelvo id or package name").Required(),
+                                WideFlag()},
                                ExplainApp},
                               Sides::kBoth);
 

@@ -36,7 +36,7 @@ Report ShowGroup(const Values& values) {
 const RegisteredVerb kGroup({"group",
                              Group::kCatalogue,
                              "Show the application that stands for a group",
-                             {Position("KEY", "Name of the group").From(Live::kGroups).Required()},
+                             {Position("KEY", "Name of the group").Required()},
                              ShowGroup});
 
 }  // namespace

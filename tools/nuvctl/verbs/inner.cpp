@@ -94,6 +94,10 @@ Report WhyNoList(int result) {
   return ReportOf(DiagnoseInner(result, {Outcome::kFailed, "the list could not be read"}), {{"records", nullptr}});
 }
 
+std::vector<std::string> ColumnsOf(const Values&) {
+  return ColumnNames(Columns(), FieldsOf(_APPSINFO_T()));
+}
+
 Report ShowAll(const Values& values) {
   const AllApps all = ReadAll();
   if (all.result != 0) return WhyNoList(all.result);
@@ -185,7 +189,11 @@ const RegisteredVerb kInner(
         Flag("--any-state", "Also when it is not installed")},
        Show,
        {"ID", "--platform-id", "--title"}},
-      {"list", Group::kCatalogue, "List all installed applications", {ColumnsOption(), WideFlag()}, ShowAll}}});
+      {"list",
+       Group::kCatalogue,
+       "List all installed applications",
+       {ColumnsOption(ColumnsOf), WideFlag()},
+       ShowAll}}});
 
 const RegisteredVerb kUsed(
     {"used",

@@ -202,6 +202,11 @@ const ListKind& KindOf(const Values& values) {
   return all;
 }
 
+std::vector<std::string> ColumnsOf(const Values& values) {
+  const ListKind& kind = KindOf(values);
+  return ColumnNames(kind.columns, kind.blank());
+}
+
 // A page beyond the last application is a failure to the library, which does not say so.
 Diagnosis WhyNoList(const Choice& choice) {
   if (choice.index < 0) return {Outcome::kFailed, "the list could not be read"};
@@ -238,10 +243,8 @@ const RegisteredVerb kList(
      "List installed applications",
      {Option("--featured", "SET", "Categories: any, or of 1, 2, 3, 4, 8 (default any)")
           .Number()
-          .Words(NamesOf(kCategories), CategoriesNumber),
-      Option("--type", "SET", "Types: any, or of 2, 4 (default any)")
-          .Number()
-          .Words(NamesOf(kTypes), SetNumber<kTypes>),
+          .List(NamesOf(kCategories), CategoriesNumber),
+      Option("--type", "SET", "Types: any, or of 2, 4 (default any)").Number().List(NamesOf(kTypes), SetNumber<kTypes>),
       Option("--view", "NAME", "Order: " + Joined(NamesOf(kViews)) + " (default index)")
           .Number()
           .Words(NamesOf(kViews), ViewNumber),
@@ -250,7 +253,8 @@ const RegisteredVerb kList(
       Flag("--hybrid", "List the hybrid-TV applications").Excludes(With(kNotForMarked, {"--isp-bound"})),
       Flag("--isp-bound", "List those bound to the internet provider").Excludes(kNotForMarked),
       Flag("--service", "List the service's records").Excludes(kNotForService),
-      Flag("--hidden", "With --service: hidden applications, too").Needs("--service"), ColumnsOption(), WideFlag()},
+      Flag("--hidden", "With --service: hidden applications, too").Needs("--service"), ColumnsOption(ColumnsOf),
+      WideFlag()},
      ListApps});
 
 }  // namespace

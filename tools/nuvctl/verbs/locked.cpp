@@ -10,23 +10,32 @@ namespace {
 struct YesNoQuestion {
   int (*ask)(const char* quoted_ids);
   const char* key;
-  const char* no;
 };
 
-constexpr YesNoQuestion kLocked = {nuv_check_app_is_locked, "locked",
-                                   "the catalogue has no usable application with these ids that is locked"};
-constexpr YesNoQuestion kUninstallable = {
-    nuv_check_app_is_need_uninstall, "uninstallable",
-    "the catalogue has no usable application with these ids that needs uninstalling"};
+constexpr YesNoQuestion kLocked = {nuv_check_app_is_locked, "locked"};
+constexpr YesNoQuestion kUninstallable = {nuv_check_app_is_need_uninstall, "uninstallable"};
+
+// Why the library's answer is no, which it also gives where it has no application with an id.
+std::optional<Diagnosis> WhyNoAnswer(int result, const std::vector<std::string>& ids) {
+  for (const std::string& id : ids) {
+    nuv_app_info_s record = {};
+    const int lookup = m_nuv_get_app_info(IdOf(id).c_str(), &record);
+    if (lookup != 0) return DiagnoseLookup(lookup, {id, {}});
+  }
+  const Diagnosis why = DiagnoseCatalogue(result, {Outcome::kDone, ""});
+  return why.outcome != Outcome::kDone ? std::optional(why) : std::nullopt;
+}
 
 Report Ask(const YesNoQuestion& question, const std::vector<std::string>& ids) {
   std::vector<std::string> own_ids;
   for (const std::string& name : ids) own_ids.push_back(IdOf(name));
   const int result = question.ask(SqlList(own_ids).c_str());
+  const Fields details = {{"apps", ListOf(ids)}, {question.key, nullptr}};
+  if (result != 0) {
+    if (const auto why = WhyNoAnswer(result, ids)) return ReportOf(*why, details);
+  }
   Report report;
-  if (result != 0) report = ReportOf(DiagnoseCatalogue(result, {Outcome::kNotFound, question.no}));
-  report.details = {{"apps", ListOf(ids)}, {question.key, nullptr}};
-  if (report.outcome != Outcome::kDone && report.outcome != Outcome::kNotFound) return report;
+  report.details = details;
   report.details[question.key] = result == 0;
   report.text = result == 0 ? "yes" : "no";
   return report;

@@ -3,6 +3,7 @@
 #include <nuv/nuv_launcher_api.h>
 
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <new>
 #include <unordered_map>
@@ -58,7 +59,14 @@ struct Surroundings {
   std::unordered_map<std::string, std::string> ids = CatalogueIds();
   std::string showing = ShowingApp();
   std::optional<std::vector<std::string>> stand_ins = StandIns();
+  std::map<int, std::string> payloads = LastPayloads();
 };
+
+// What it was started with where the service does not say what it was told since.
+Value PayloadOf(const RunningApp& app, const Surroundings& around) {
+  const auto told = around.payloads.find(app.pid);
+  return told != around.payloads.end() ? Value(told->second) : OrNull(StartPayloadOf(app.pid));
+}
 
 Fields FieldsOf(const RunningApp& app, const Surroundings& around) {
   const auto known = around.ids.find(app.platform_id);
@@ -71,7 +79,7 @@ Fields FieldsOf(const RunningApp& app, const Surroundings& around) {
           {"front", in_front},
           {"stand_in", around.stand_ins ? Value(Contains(*around.stand_ins, id)) : Value()},
           {"uptime", OrNull(UptimeOf(app.pid))},
-          {"payload", OrNull(StartPayloadOf(app.pid))}};
+          {"payload", PayloadOf(app, around)}};
 }
 
 std::string ProgramWord(const Value& stand_in) {
@@ -104,6 +112,10 @@ const std::vector<FieldColumn>& Columns() {
   return columns;
 }
 
+std::vector<std::string> ColumnsOf(const Values&) {
+  return ColumnNames(Columns(), {});
+}
+
 Report ShowRunning(const Values& values) {
   const Surroundings around;
   List apps;
@@ -122,7 +134,7 @@ Report ShowRunning(const Values& values) {
 }
 
 const RegisteredVerb kPs(
-    {"ps", Group::kRunning, "Show the applications that run", {ColumnsOption(), WideFlag()}, ShowRunning},
+    {"ps", Group::kRunning, "Show the applications that run", {ColumnsOption(ColumnsOf), WideFlag()}, ShowRunning},
     Sides::kBoth);
 
 }  // namespace

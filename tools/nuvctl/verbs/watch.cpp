@@ -65,7 +65,7 @@ void WatchSession::Follow(GDBusConnection* bus) {
                    [this](const char* signal, GVariant* arguments) {
                      if (const auto line = LineOfSignal(signal, arguments)) Tell(*line);
                    });
-  service_.emplace(bus, kSimulatorName, [this](bool present) { OnService(present); });
+  service_.emplace(bus, kSimulatorName, [this](const std::string& owner) { OnService(!owner.empty()); });
 }
 
 // That it is there may be heard twice at the beginning, as an answer and as a change.
