@@ -22,6 +22,8 @@
 #include "report/did_you_mean.h"
 #include "report/text.h"
 
+const char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
+
 namespace {
 
 constexpr unsigned kConnectLimitMs = 3000;
@@ -61,7 +63,6 @@ bool IsOutOfReach(const std::string& error) {
 
 constexpr int kBusy = -2;
 constexpr char kFactoryResetKey[] = "db/nuv/factory_reset";
-constexpr char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
 
 // The two states in which the setting says that a reset is running.
 std::optional<int> RunningFactoryReset() {
