@@ -89,13 +89,11 @@ Apps LookForPrograms(SQLite::Database& database) {
 }
 
 // A service that does not speak of stand-ins is a TV's, which runs applications in its own way.
-Finding LookAtPrograms(Examination& examination) {
-  SQLite::Database* database = examination.database().get();
-  if (database == nullptr) return NotKnown("the database cannot be read");
+Finding JudgePrograms(Examination& examination, SQLite::Database& database) {
   const auto gone = examination.service_gone();
   const SimulatorState* simulator = examination.simulator();
   if (!gone && simulator == nullptr) return NotKnown("the service does not say which programs it runs");
-  const Apps apps = LookForPrograms(*database);
+  const Apps apps = LookForPrograms(database);
   if (apps.without_program.empty()) return Fine("each install path has its program");
   const size_t missing = apps.without_program.size();
   const std::vector<std::string> named(apps.without_program.begin(),
@@ -105,6 +103,16 @@ Finding LookAtPrograms(Examination& examination) {
   const std::string mend = "bin/run below the install path";
   if (simulator != nullptr && !simulator->has_stand_ins) return Failure(text + "; their launches fail", mend);
   return Warning(text + "; stand-ins run in their place", mend);
+}
+
+Finding LookAtPrograms(Examination& examination) {
+  SQLite::Database* database = examination.database().get();
+  if (database == nullptr) return NotKnown("the database cannot be read");
+  try {
+    return JudgePrograms(examination, *database);
+  } catch (const SQLite::Exception& error) {
+    return NotKnown(Printable(error.what()));
+  }
 }
 
 }  // namespace

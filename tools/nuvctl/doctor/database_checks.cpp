@@ -40,9 +40,9 @@ Finding OfDatabase(Examination& examination) {
   try {
     return Look(examination, *database);
   } catch (const SQLite::Exception& error) {
-    if (error.getErrorCode() == SQLITE_ERROR) return NotKnown(Printable(error.getErrorStr()));
+    if (error.getErrorCode() == SQLITE_ERROR) return NotKnown(Printable(error.what()));
     const std::string path = ShellWord(examination.database().path());
-    return Failure(Printable(error.getErrorStr()), "mv " + path + " elsewhere, then " + Restart(examination));
+    return Failure(Printable(error.what()), "mv " + path + " elsewhere, then " + Restart(examination));
   }
 }
 
@@ -76,15 +76,32 @@ Finding LookAtColumns(Examination& examination, SQLite::Database& database) {
   return Fine("all " + std::to_string(ReadColumns().size()) + " columns that the library reads are there");
 }
 
-Finding LookAtIntegrity(Examination& examination, SQLite::Database& database) {
+// Where the damage keeps SQLite from going on, that is the last one.
+std::vector<std::string> DamagesOf(SQLite::Database& database) {
   std::vector<std::string> damages;
-  SQLite::Statement check(database, "PRAGMA quick_check(3)");
-  while (check.executeStep()) damages.emplace_back(check.getColumn(0).getText());
+  try {
+    SQLite::Statement check(database, "PRAGMA quick_check(3)");
+    while (check.executeStep()) damages.emplace_back(check.getColumn(0).getText());
+  } catch (const SQLite::Exception& error) {
+    if (error.getErrorCode() != SQLITE_CORRUPT) throw;
+    damages.emplace_back(error.what());
+  }
+  return damages;
+}
+
+// In the first line, but for a headline.
+std::string FirstDamage(const std::string& damage) {
+  const size_t end = damage.find('\n');
+  const bool headline = damage.rfind("***", 0) == 0 && end != std::string::npos;
+  return headline ? FirstDamage(damage.substr(end + 1)) : damage.substr(0, end);
+}
+
+Finding LookAtIntegrity(Examination& examination, SQLite::Database& database) {
+  const std::vector<std::string> damages = DamagesOf(database);
   if (damages == std::vector<std::string>{"ok"}) return Fine("SQLite finds no damage");
-  const std::string first = damages.empty() ? "nothing" : damages.front();
+  const std::string first = damages.empty() ? "the check gave no answer" : FirstDamage(damages.front());
   const std::string path = ShellWord(examination.database().path());
-  return Failure("SQLite finds damage: " + Printable(first.substr(0, first.find('\n'))),
-                 "mv " + path + " elsewhere, then " + Restart(examination));
+  return Failure("SQLite finds damage: " + Printable(first), "mv " + path + " elsewhere, then " + Restart(examination));
 }
 
 // What the library asks most. Asked in the same words, SQLite tells whether it has an index for it.

@@ -61,15 +61,22 @@ Finding DatabaseFile::Open(unsigned limit_ms) {
     database_->exec("PRAGMA temp_store = MEMORY");
     return Count();
   } catch (const SQLite::Exception& error) {
-    database_.reset();
-    const std::string why = where + ": " + Printable(error.getErrorStr());
-    if (error.getErrorCode() == SQLITE_BUSY) {
+    // Of one with a damage somewhere the rest can still be looked at.
+    if (error.getErrorCode() != SQLITE_CORRUPT) database_.reset();
+    return WhyUnreadable(error, limit_ms);
+  }
+}
+
+Finding DatabaseFile::WhyUnreadable(const SQLite::Exception& error, unsigned limit_ms) const {
+  const std::string where = Printable(path_);
+  const std::string fresh = "nuv-simulator --dir " + ShellWord(directory_);
+  switch (error.getErrorCode()) {
+    case SQLITE_BUSY:
       return Failure(where + " stayed busy for " + std::to_string(limit_ms) + " ms", "fuser " + ShellWord(path_));
-    }
-    if (error.getErrorCode() == SQLITE_READONLY) {
+    case SQLITE_READONLY:
       return Failure(where + ": a change of it was cut off, and is undone by the first one who writes", fresh);
-    }
-    return Failure(why, "mv " + ShellWord(path_) + " elsewhere, then " + fresh);
+    default:
+      return Failure(where + ": " + Printable(error.what()), "mv " + ShellWord(path_) + " elsewhere, then " + fresh);
   }
 }
 

@@ -23,6 +23,7 @@ class DatabaseFile {
  private:
   Finding Open(unsigned limit_ms);
   Finding Count();
+  Finding WhyUnreadable(const SQLite::Exception& error, unsigned limit_ms) const;
 
   const std::string directory_;
   const std::string path_;
