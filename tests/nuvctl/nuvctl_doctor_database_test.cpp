@@ -94,7 +94,7 @@ TEST_F(NuvctlDoctorDatabase, TellsOneWithoutATableOfApplications) {
 TEST_F(NuvctlDoctorDatabase, OneThatStaysBusyIsWaitedForNoLongerThanTheUserWants) {
   const auto locker = LockDatabase();
   const DoctorRows rows = Rows({"--timeout", "0.3"});
-  ExpectRow(rows["database"], "fail", database_.path() + " stayed busy for 300 ms", "fuser " + database_.path());
+  ExpectRow(rows["database"], "fail", database_.path() + " stayed busy for 0.3 s", "fuser " + database_.path());
   ExpectNothingMoreIsKnown(rows);
 }
 
@@ -177,10 +177,12 @@ TEST_F(NuvctlDoctorDatabase, TellsAFlagThatIsNeitherTrueNorFalse) {
   EXPECT_EQ(Row("values").state, "ok");
 }
 
-TEST_F(NuvctlDoctorDatabase, TellsATextInPlaceOfANumber) {
+TEST_F(NuvctlDoctorDatabase, TellsATextOrAFractionInPlaceOfANumber) {
   AddWell("an.app");
   database_.Run("UPDATE widgetinfo SET use_count = 'many'");
   ExpectValue("use_count of an.app is 'many'");
+  database_.Run("UPDATE widgetinfo SET use_count = 1.5");
+  ExpectValue("use_count of an.app is 1.5");
 }
 
 TEST_F(NuvctlDoctorDatabase, TellsANumberThatDoesNotFitItsMember) {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "bus/system_bus.h"
+#include "command/guard.h"
 #include "doctor/examination.h"
 #include "report/text.h"
 
@@ -46,7 +47,7 @@ std::string WhyNotReached(const GError& error, const std::string& address, unsig
       if (error.code == refusal.code) return refusal.words;
     }
     if (error.code == G_IO_ERROR_CANCELLED) {
-      return "it does not answer within " + std::to_string(limit_ms) + " ms";
+      return "it does not answer within " + InSeconds(limit_ms);
     }
     if (error.code == G_IO_ERROR_CLOSED) return WhyClosed(address);
   }

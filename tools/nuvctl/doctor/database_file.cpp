@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "command/guard.h"
 #include "glib_handles.h"
 #include "report/text.h"
 
@@ -47,7 +48,10 @@ Finding DatabaseFile::Open(unsigned limit_ms) {
   const std::string where = Printable(path_);
   const std::string fresh = "nuv-simulator --dir " + ShellWord(directory_);
   struct stat file = {};
-  if (stat(path_.c_str(), &file) != 0) return Failure(where + ": " + std::strerror(errno), fresh);
+  if (stat(path_.c_str(), &file) != 0) {
+    const bool closed = errno == EACCES;
+    return Failure(where + ": " + std::strerror(errno), closed ? "chmod go+rx " + ShellWord(directory_) : fresh);
+  }
   if (!S_ISREG(file.st_mode)) return Failure(where + " is no file", "mv " + ShellWord(path_) + " elsewhere");
   if (faccessat(AT_FDCWD, path_.c_str(), R_OK, AT_EACCESS) != 0) {
     return Failure(where + ": " + std::strerror(errno), "chmod a+r " + ShellWord(path_));
@@ -72,7 +76,7 @@ Finding DatabaseFile::WhyUnreadable(const SQLite::Exception& error, unsigned lim
   const std::string fresh = "nuv-simulator --dir " + ShellWord(directory_);
   switch (error.getErrorCode()) {
     case SQLITE_BUSY:
-      return Failure(where + " stayed busy for " + std::to_string(limit_ms) + " ms", "fuser " + ShellWord(path_));
+      return Failure(where + " stayed busy for " + InSeconds(limit_ms), "fuser " + ShellWord(path_));
     case SQLITE_READONLY:
       return Failure(where + ": a change of it was cut off, and is undone by the first one who writes", fresh);
     default:

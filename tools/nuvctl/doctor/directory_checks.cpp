@@ -80,8 +80,7 @@ class Descriptor {
 
 // Who holds the lock, as the kernel says: nothing where nobody does, 0 where it is a process that is not seen from
 // here. To ask takes no lock.
-std::optional<pid_t> LockHolder(const std::string& path) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+std::optional<pid_t> LockHolder(const Descriptor& file) {
   struct flock range = {};
   range.l_type = F_WRLCK;
   range.l_whence = SEEK_SET;
@@ -98,7 +97,12 @@ bool ServiceWorksHere(Examination& examination) {
 Finding LookAtLock(Examination& examination) {
   struct stat self = {};
   if (stat(examination.directory().c_str(), &self) != 0) return NotKnown("there is no state directory");
-  const std::optional<pid_t> holder = LockHolder(examination.directory() + "/" + kLock);
+  const Descriptor file(
+      open((examination.directory() + "/" + kLock).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (file.number() < 0 && errno != ENOENT) {
+    return NotKnown(std::string("the lock of the state directory cannot be read: ") + std::strerror(errno));
+  }
+  const std::optional<pid_t> holder = LockHolder(file);
   if (!holder) {
     if (!ServiceWorksHere(examination)) return Fine("no nuv-simulator holds the state directory");
     return Warning("the service works in the state directory without its lock: another one may do so, too",
@@ -135,7 +139,9 @@ Finding LookAtReset(Examination& examination) {
   }
   struct stat setting = {};
   int state = 0;
-  if (stat(file.c_str(), &setting) == 0 && vconf_get_int(kResetKey, &state) != 0) {
+  const bool is_there = stat(file.c_str(), &setting) == 0;
+  if (!is_there && errno == EACCES) return NotKnown("this user may not read the settings", Printable(file));
+  if (is_there && vconf_get_int(kResetKey, &state) != 0) {
     return Warning(std::string("the setting ") + kResetKey + " is no number, and counts as 0", Printable(file));
   }
   return Fine("no factory reset is running");
