@@ -78,6 +78,11 @@ gboolean ForwardPayloads(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocatio
   return TRUE;
 }
 
+gboolean ForwardPinSources(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnPinSources(invocation);
+  return TRUE;
+}
+
 gboolean ForwardEnterPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, const char* pin,
                          gpointer handler) {
   static_cast<CallHandler*>(handler)->OnEnterPin(invocation, question, pin);
@@ -137,6 +142,7 @@ void BusLink::Publish(CallHandler& handler, const About& about) {
   g_signal_connect(control_.get(), "handle-running-apps", G_CALLBACK(ForwardRunningApps), &handler);
   g_signal_connect(control_.get(), "handle-stand-ins", G_CALLBACK(ForwardStandIns), &handler);
   g_signal_connect(control_.get(), "handle-payloads", G_CALLBACK(ForwardPayloads), &handler);
+  g_signal_connect(control_.get(), "handle-pin-sources", G_CALLBACK(ForwardPinSources), &handler);
   g_signal_connect(control_.get(), "handle-enter-pin", G_CALLBACK(ForwardEnterPin), &handler);
   g_signal_connect(control_.get(), "handle-cancel-pin", G_CALLBACK(ForwardCancelPin), &handler);
   for (const char* name : kNames) OwnName(name);

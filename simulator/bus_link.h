@@ -19,6 +19,7 @@ class CallHandler {
   virtual void OnRunningApps(GDBusMethodInvocation* invocation) = 0;
   virtual void OnStandIns(GDBusMethodInvocation* invocation) = 0;
   virtual void OnPayloads(GDBusMethodInvocation* invocation) = 0;
+  virtual void OnPinSources(GDBusMethodInvocation* invocation) = 0;
   virtual void OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) = 0;
   virtual void OnCancelPin(GDBusMethodInvocation* invocation, guint question) = 0;
 

@@ -239,6 +239,22 @@ void Dispatcher::OnPayloads(GDBusMethodInvocation* invocation) {
   g_dbus_method_invocation_return_value(invocation, g_variant_new("(a{is})", &payloads));
 }
 
+// A path in it need not be UTF-8, which a text on the bus has to be.
+void Dispatcher::OnPinSources(GDBusMethodInvocation* invocation) {
+  GVariantBuilder sources;
+  g_variant_builder_init(&sources, G_VARIANT_TYPE("as"));
+  try {
+    for (const std::string& source : service_.pin_gate.SourceList()) {
+      const StringPtr valid(g_utf8_make_valid(source.c_str(), -1));
+      g_variant_builder_add(&sources, "s", valid.get());
+    }
+  } catch (const DatabaseError& error) {
+    g_variant_builder_clear(&sources);
+    return ReturnError(invocation, "org.kelvo.tv.NuvSimulator1.Error.Database", error.what());
+  }
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &sources));
+}
+
 void Dispatcher::OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) {
   const std::optional<bool> right = service_.pin_gate.Enter(question, pin);
   if (!right) return ReturnNoSuchQuestion(invocation);

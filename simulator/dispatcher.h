@@ -17,6 +17,7 @@ class Dispatcher final : public CallHandler {
   void OnRunningApps(GDBusMethodInvocation* invocation) override;
   void OnStandIns(GDBusMethodInvocation* invocation) override;
   void OnPayloads(GDBusMethodInvocation* invocation) override;
+  void OnPinSources(GDBusMethodInvocation* invocation) override;
   void OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) override;
   void OnCancelPin(GDBusMethodInvocation* invocation, guint question) override;
 

@@ -38,7 +38,7 @@ PinGate::PinGate(const Options& options, ScenarioFile& scenario, CatalogueDb& ca
   applications_.OnEnded([this](pid_t pid, int) { Ended(pid); });
 }
 
-std::string PinGate::Sources() {
+std::vector<std::string> PinGate::SourceList() {
   std::vector<std::string> sources;
   if (scenario_.Current().AnswersPins()) sources.push_back("the scenario " + options_.scenario);
   if (options_.pin_answer) {
@@ -48,6 +48,11 @@ std::string PinGate::Sources() {
   } else if (const AppRecord asks = CommonUi(); !FindProgram(asks.install_path, asks.id).empty()) {
     sources.push_back("the application " + asks.id);
   }
+  return sources;
+}
+
+std::string PinGate::Sources() {
+  const std::vector<std::string> sources = SourceList();
   if (sources.empty()) return "nobody: locked applications are refused";
   std::string text = sources.front();
   for (std::size_t i = 1; i < sources.size(); ++i) text += ", then " + sources[i];

@@ -33,6 +33,7 @@ class PinGate {
 
   // Who is asked, in words: in this order, the first that has an answer.
   std::string Sources();
+  std::vector<std::string> SourceList();
 
   // Of the dialog that shows or was the last to do so; 0 before the first.
   pid_t last_dialog() const { return last_dialog_; }

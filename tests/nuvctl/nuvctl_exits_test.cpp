@@ -88,6 +88,7 @@ const Reader kReaders[] = {
     {{"ps"}, {}, false},
     {{"ping", "-c", "1"}, {}, false},
     {{"watch", "--for", "0.1"}, {}, false},
+    {{"doctor"}, {}, false},
 };
 
 std::vector<std::string> With(std::vector<std::string> line, const std::vector<std::string>& more) {

@@ -78,6 +78,22 @@ TEST_F(NuvctlGuards, ARepairStopsLookupsAfterAFactoryReset) {
   EXPECT_FALSE(Explain("a.b").lookup_finds);
 }
 
+TEST_F(NuvctlGuards, TheDoctorTellsARepair) {
+  const auto check_of = [](const Report& report) {
+    for (const Value& row : std::get<List>(report.details.at("checks"))) {
+      const Fields& check = std::get<Fields>(row);
+      if (std::get<std::string>(check.at("name")) == "repair") return check;
+    }
+    return Fields();
+  };
+  EXPECT_EQ(std::get<std::string>(check_of(RunLine({"doctor"})).at("state")), "ok");
+  fake_platform::SetRepairMarker(true);
+  const Fields check = check_of(RunLine({"doctor"}));
+  EXPECT_EQ(std::get<std::string>(check.at("state")), "fail");
+  EXPECT_THAT(std::get<std::string>(check.at("text")), HasSubstr("packages are being repaired"));
+  EXPECT_THAT(std::get<std::string>(check.at("mend")), HasSubstr("/opt/dbspace/pkgreinstall"));
+}
+
 TEST_F(NuvctlGuards, APlatformWithoutADirectoryHasNoDatabase) {
   fake_platform::SetDatabaseDirectory(std::nullopt);
   EXPECT_THAT(RunLine({"show", "a.b"}).error, HasSubstr("cannot be read (the platform names no directory for it)"));

@@ -328,6 +328,21 @@ TEST_F(SimulatorStateTest, SaysWhereThePinsComeFrom) {
                                             ", then --pin-answer cancelled\n"));
 }
 
+TEST_F(SimulatorStateTest, TellsClientsWhereThePinsComeFromAsItIsAtTheMoment) {
+  WriteFile(files_ / "rules.json", "[]");
+  Start({"--scenario", files_ / "rules.json"});
+  EXPECT_EQ(CallControl("PinSources", nullptr).Text(), "([],)");
+  WriteFile(files_ / "rules.json", R"([{"method": "pin_dialog", "pin": "wrong"}])");
+  EXPECT_EQ(CallControl("PinSources", nullptr).Text(), "(['the scenario " + (files_ / "rules.json") + "'],)");
+}
+
+TEST_F(SimulatorStateTest, TellsClientsWhereThePinsComeFromInTheirOrder) {
+  WriteFile(files_ / "rules.json", R"([{"method": "pin_dialog", "pin": "wrong"}])");
+  Start({"--scenario", files_ / "rules.json", "--pin-answer", "cancelled"});
+  EXPECT_EQ(CallControl("PinSources", nullptr).Text(),
+            "(['the scenario " + (files_ / "rules.json") + "', '--pin-answer cancelled'],)");
+}
+
 TEST_F(SimulatorStateTest, SaysNothingAtTheStartWhenItIsToBeQuiet) {
   Start({"--quiet"});
   EXPECT_EQ(simulator_->Errors(), "");

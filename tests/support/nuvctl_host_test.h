@@ -24,6 +24,8 @@ class NuvctlHostTest : public NuvctlOnBusTest {
     ASSERT_TRUE(host_->Running()) << host_->Errors();
   }
 
+  pid_t host_pid() const { return host_->pid(); }
+
   // The catalogue stays.
   void StopHost() { host_->KillAndWait(); }
 

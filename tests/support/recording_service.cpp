@@ -158,13 +158,21 @@ void RecordingService::SendToClient(const LaunchRequest& launch, const SentResul
                          nullptr, nullptr);
 }
 
-GDBusMessage* RecordingService::Filter(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer self) {
+bool RecordingService::IsForTheService(GDBusMessage* message) const {
   const char* interface = g_dbus_message_get_interface(message);
+  if (interface == nullptr) return false;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return std::string(interface).rfind("org.kelvo.tv.", 0) == 0 ||
+         answers_.count(g_dbus_message_get_member(message)) != 0;
+}
+
+GDBusMessage* RecordingService::Filter(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer self) {
+  auto* service = static_cast<RecordingService*>(self);
   if (!incoming || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL ||
-      interface == nullptr || std::string(interface).rfind("org.kelvo.tv.", 0) != 0) {
+      !service->IsForTheService(message)) {
     return message;
   }
-  static_cast<RecordingService*>(self)->Handle(message);
+  service->Handle(message);
   g_object_unref(message);
   return nullptr;
 }

@@ -58,6 +58,7 @@ class RecordingService {
   RecordingService(const RecordingService&) = delete;
   RecordingService& operator=(const RecordingService&) = delete;
 
+  // A method of an interface that is not the service's is heard of from then on, too.
   void AnswerTo(const std::string& method, Answer answer);
   // No call that arrives from now on is answered.
   void FallSilent();
@@ -86,6 +87,7 @@ class RecordingService {
 
  private:
   static GDBusMessage* Filter(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer self);
+  bool IsForTheService(GDBusMessage* message) const;
   void Handle(GDBusMessage* message);
   void Reply(GDBusMessage* message, const Answer& answer) const;
 

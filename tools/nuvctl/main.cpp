@@ -9,17 +9,12 @@
 #include "command/command_line.h"
 #include "command/complete.h"
 #include "command/guard.h"
+#include "command/log_choice.h"
 #include "completion/answer.h"
 #include "report/terminal.h"
 #include "report/text.h"
 
 namespace {
-
-// Before the library's first use: it reads these once. Its log stays quiet unless the user wants it.
-void SetUpLog(bool verbose) {
-  setenv("NUV_LOG", verbose ? "stderr" : "off", verbose);
-  if (verbose) setenv("NUV_LOG_LEVEL", "info", 1);
-}
 
 int RunCommand(const Command& command) {
   SetUpLog(command.values.Flag("-v,--verbose"));

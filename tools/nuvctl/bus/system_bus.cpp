@@ -31,11 +31,14 @@ class ThreadContext {
 struct Attempt {
   bool over = false;
   ConnectionOwner connection;
+  GlibOwner<GError> error;
 };
 
 void OnConnected(GObject*, GAsyncResult* result, gpointer data) {
   auto* attempt = static_cast<Attempt*>(data);
-  attempt->connection.reset(g_dbus_connection_new_for_address_finish(result, nullptr));
+  GError* error = nullptr;
+  attempt->connection.reset(g_dbus_connection_new_for_address_finish(result, &error));
+  attempt->error.reset(error);
   attempt->over = true;
 }
 
@@ -72,7 +75,7 @@ TextOwner SystemBusAddress() {
   return TextOwner(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
 }
 
-ConnectionOwner ConnectToSystemBus(unsigned limit_ms) {
+ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why) {
   const TextOwner address = SystemBusAddress();
   if (address == nullptr) return nullptr;
   const ThreadContext context;
@@ -84,6 +87,7 @@ ConnectionOwner ConnectToSystemBus(unsigned limit_ms) {
   g_dbus_connection_new_for_address(address.get(), kBusConnection, nullptr, cancellable.get(), OnConnected, &attempt);
   while (!attempt.over) g_main_context_iteration(context.get(), TRUE);
   g_source_destroy(limit.get());
+  if (why != nullptr) *why = std::move(attempt.error);
   return std::move(attempt.connection);
 }
 

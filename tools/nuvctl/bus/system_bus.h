@@ -9,8 +9,9 @@
 // Null where the platform names no system bus.
 TextOwner SystemBusAddress();
 
-// A new connection, or null when there is none within the limit, also where the bus takes the call and says nothing.
-ConnectionOwner ConnectToSystemBus(unsigned limit_ms);
+// A new connection, or null when there is none within the limit, also where the bus takes the call and says nothing:
+// "why" then has GLib's error, which is a cancellation where the time was over, and nothing where there is no address.
+ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why = nullptr);
 
 // The bus name to which this process's requests go.
 std::string ServiceName();

@@ -185,8 +185,12 @@ InterruptHandler::~InterruptHandler() {
   SetInterruptHandler(nullptr);
 }
 
-std::string NoAnswerWithin(unsigned milliseconds) {
+std::string InSeconds(unsigned milliseconds) {
   std::ostringstream text;
-  text << "the service did not answer within " << milliseconds / 1000.0 << " s";
+  text << milliseconds / 1000.0 << " s";
   return text.str();
+}
+
+std::string NoAnswerWithin(unsigned milliseconds) {
+  return "the service did not answer within " + InSeconds(milliseconds);
 }

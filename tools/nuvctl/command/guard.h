@@ -32,5 +32,8 @@ class InterruptHandler {
   InterruptHandler& operator=(const InterruptHandler&) = delete;
 };
 
+// "2.5 s"
+std::string InSeconds(unsigned milliseconds);
+
 // "the service did not answer within 2.5 s"
 std::string NoAnswerWithin(unsigned milliseconds);

@@ -3,9 +3,9 @@
 #include <nuv/nuv_app_records.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "report/text.h"
+#include "service/app_program.h"
 #include "service/simulator_state.h"
 
 namespace {
@@ -149,18 +149,6 @@ std::vector<Reason> ReasonsOf(AppCounter& counter) {
   if (!usable) AddFilters(counter, all, reasons);
   AddStates(counter, usable ? UsableStates() : std::vector<State>(), reasons);
   return reasons;
-}
-
-// The file that the simulator runs for an application: its own words are in its manual.
-bool HasProgram(const std::string& install_path, const std::string& app_id) {
-  if (install_path.empty()) return false;
-  std::error_code ignored;
-  const std::filesystem::path root(install_path);
-  const bool plain_id = app_id.find('/') == std::string::npos;
-  for (const auto& path : {root, plain_id ? root / "bin" / app_id : root, root / "bin" / "run"}) {
-    if (std::filesystem::is_regular_file(path, ignored)) return true;
-  }
-  return false;
 }
 
 // The simulator runs programs of this machine. Of another service it is not known what it runs.

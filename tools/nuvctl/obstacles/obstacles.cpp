@@ -16,40 +16,18 @@
 #include <memory>
 #include <utility>
 
+#include "bus/bus_daemon.h"
 #include "bus/service_talk.h"
 #include "bus/system_bus.h"
 #include "report/did_you_mean.h"
 #include "report/text.h"
 
+const char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
+
 namespace {
 
 constexpr unsigned kConnectLimitMs = 3000;
-constexpr int kCallLimitMs = 2000;
-
-VariantOwner AskBus(GDBusConnection* bus, const char* method, GVariant* arguments, const char* reply_type) {
-  return VariantOwner(g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", method, arguments, G_VARIANT_TYPE(reply_type),
-                                                  G_DBUS_CALL_FLAGS_NONE, kCallLimitMs, nullptr, nullptr));
-}
-
-std::optional<bool> HasOwner(GDBusConnection* bus, const std::string& name) {
-  const VariantOwner reply = AskBus(bus, "NameHasOwner", g_variant_new("(s)", name.c_str()), "(b)");
-  if (reply == nullptr) return std::nullopt;
-  gboolean owned = FALSE;
-  g_variant_get(reply.get(), "(b)", &owned);
-  return owned != FALSE;
-}
-
-std::optional<bool> IsActivatable(GDBusConnection* bus, const std::string& name) {
-  const VariantOwner reply = AskBus(bus, "ListActivatableNames", nullptr, "(as)");
-  if (reply == nullptr) return std::nullopt;
-  const VariantOwner names(g_variant_get_child_value(reply.get(), 0));
-  for (gsize i = 0; i < g_variant_n_children(names.get()); ++i) {
-    const VariantOwner item(g_variant_get_child_value(names.get(), i));
-    if (name == g_variant_get_string(item.get(), nullptr)) return true;
-  }
-  return false;
-}
+constexpr unsigned kCallLimitMs = 2000;
 
 Diagnosis BusGone(const std::string& what) {
   const TextOwner address = SystemBusAddress();
@@ -65,8 +43,8 @@ struct ServiceState {
 ServiceState AskForService() {
   const ConnectionOwner bus = ConnectToSystemBus(kConnectLimitMs);
   if (bus == nullptr) return {false, BusUnreachable()};
-  const std::optional<bool> owned = HasOwner(bus.get(), ServiceName());
-  const std::optional<bool> activatable = IsActivatable(bus.get(), ServiceName());
+  const std::optional<bool> owned = HasOwner(bus.get(), ServiceName(), kCallLimitMs);
+  const std::optional<bool> activatable = IsActivatable(bus.get(), ServiceName(), kCallLimitMs);
   if (!owned || !activatable) return {false, BusGone("does not answer")};
   if (*owned || *activatable) return {*owned, std::nullopt};
   const std::string gone = "the service does not run (" + ServiceName() + " has no owner)";
@@ -85,7 +63,6 @@ bool IsOutOfReach(const std::string& error) {
 
 constexpr int kBusy = -2;
 constexpr char kFactoryResetKey[] = "db/nuv/factory_reset";
-constexpr char kRepairMarker[] = "/opt/dbspace/pkgreinstall";
 
 // The two states in which the setting says that a reset is running.
 std::optional<int> RunningFactoryReset() {

@@ -46,6 +46,9 @@ struct Obstacle {
 // Those for which the library refuses to read the catalogue at all, in the order in which it asks for them.
 std::vector<Obstacle> GuardObstacles();
 
+// The file that says that packages are being repaired.
+extern const char kRepairMarker[];
+
 // The one of them that also keeps the library from the inner side of the database.
 std::optional<Obstacle> RepairObstacle();
 

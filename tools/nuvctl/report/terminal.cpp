@@ -14,10 +14,12 @@ struct StateColour {
 
 constexpr char kGreen[] = "\x1b[32m";
 constexpr char kYellow[] = "\x1b[33m";
+constexpr char kRed[] = "\x1b[31m";
 constexpr char kPlain[] = "\x1b[0m";
 
-constexpr StateColour kColours[] = {
-    {"running", kGreen}, {"front", kGreen}, {"visible", kGreen}, {"background", kYellow}};
+constexpr StateColour kColours[] = {{"running", kGreen},     {"front", kGreen}, {"visible", kGreen},
+                                    {"background", kYellow}, {"ok", kGreen},    {"warn", kYellow},
+                                    {"fail", kRed}};
 
 bool g_colour = false;
 

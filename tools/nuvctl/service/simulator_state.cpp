@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "bus/bus_daemon.h"
 #include "bus/system_bus.h"
 #include "report/text.h"
 #include "service/watch_lines.h"
@@ -13,48 +14,52 @@ namespace {
 
 constexpr unsigned kLimitMs = 1000;
 
-VariantOwner Call(const char* interface, const char* method, GVariant* arguments, const char* reply_type) {
-  const VariantOwner owned(arguments == nullptr ? nullptr : g_variant_ref_sink(arguments));
-  const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
-  if (bus == nullptr) return nullptr;
-  const VariantOwner reply(g_dbus_connection_call_sync(
-      bus.get(), kSimulatorName, kSimulatorPath, interface, method, owned.get(), G_VARIANT_TYPE(reply_type),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kLimitMs), nullptr, nullptr));
-  return VariantOwner(reply == nullptr ? nullptr : g_variant_get_child_value(reply.get(), 0));
+VariantOwner Call(GDBusConnection* bus, unsigned limit_ms, const char* interface, const char* method,
+                  GVariant* arguments, const char* reply_type) {
+  const BusReply reply = CallOnBus(bus, kSimulatorName, kSimulatorPath, interface, method, arguments, limit_ms);
+  if (reply.value == nullptr || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE(reply_type))) return nullptr;
+  return VariantOwner(g_variant_get_child_value(reply.value.get(), 0));
 }
 
-// One directory may have several paths.
-bool SameDirectory(const std::string& one, const std::string& other) {
-  struct stat first = {};
-  struct stat second = {};
-  if (stat(one.c_str(), &first) != 0 || stat(other.c_str(), &second) != 0) return one == other;
-  return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+std::optional<std::vector<std::string>> TextsOf(GDBusConnection* bus, unsigned limit_ms, const char* method) {
+  const VariantOwner list = Call(bus, limit_ms, kSimulatorInterface, method, nullptr, "(as)");
+  if (list == nullptr) return std::nullopt;
+  std::vector<std::string> texts;
+  for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
+    const VariantOwner text(g_variant_get_child_value(list.get(), i));
+    texts.emplace_back(g_variant_get_string(text.get(), nullptr));
+  }
+  return texts;
 }
 
 }  // namespace
 
 std::optional<SimulatorState> AskSimulator() {
-  const VariantOwner properties =
-      Call("org.freedesktop.DBus.Properties", "GetAll", g_variant_new("(s)", kSimulatorInterface), "(a{sv})");
+  const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
+  return bus != nullptr ? AskSimulator(bus.get(), kLimitMs) : std::nullopt;
+}
+
+std::optional<SimulatorState> AskSimulator(GDBusConnection* bus, unsigned limit_ms) {
+  const VariantOwner properties = Call(bus, limit_ms, "org.freedesktop.DBus.Properties", "GetAll",
+                                       g_variant_new("(s)", kSimulatorInterface), "(a{sv})");
   if (properties == nullptr) return std::nullopt;
   SimulatorState state;
-  const char* directory = nullptr;
-  if (g_variant_lookup(properties.get(), "Directory", "&s", &directory) != FALSE) state.directory = directory;
+  const char* text = nullptr;
+  if (g_variant_lookup(properties.get(), "Directory", "&s", &text) != FALSE) state.directory = text;
+  if (g_variant_lookup(properties.get(), "Version", "&s", &text) != FALSE) state.version = text;
   gboolean has_stand_ins = TRUE;
   g_variant_lookup(properties.get(), "HasStandIns", "b", &has_stand_ins);
   state.has_stand_ins = has_stand_ins != FALSE;
   return state;
 }
 
+std::optional<std::vector<std::string>> PinSources(GDBusConnection* bus, unsigned limit_ms) {
+  return TextsOf(bus, limit_ms, "PinSources");
+}
+
 std::optional<std::vector<std::string>> StandIns() {
-  const VariantOwner apps = Call(kSimulatorInterface, "StandIns", nullptr, "(as)");
-  if (apps == nullptr) return std::nullopt;
-  std::vector<std::string> ids;
-  for (gsize i = 0; i < g_variant_n_children(apps.get()); ++i) {
-    const VariantOwner app(g_variant_get_child_value(apps.get(), i));
-    ids.emplace_back(g_variant_get_string(app.get(), nullptr));
-  }
-  return ids;
+  const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
+  return bus != nullptr ? TextsOf(bus.get(), kLimitMs, "StandIns") : std::nullopt;
 }
 
 std::map<int, std::string> LastPayloads() {
@@ -77,6 +82,13 @@ bool Contains(const std::vector<std::string>& ids, const std::string& id) {
 std::optional<bool> IsStandIn(const std::string& app_id) {
   const auto stand_ins = StandIns();
   return stand_ins ? std::optional(Contains(*stand_ins, app_id)) : std::nullopt;
+}
+
+bool SameDirectory(const std::string& one, const std::string& other) {
+  struct stat first = {};
+  struct stat second = {};
+  if (stat(one.c_str(), &first) != 0 || stat(other.c_str(), &second) != 0) return one == other;
+  return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
 std::string WhyOtherDirectory() {
