@@ -58,6 +58,8 @@ class CompletionIn : public NuvctlCatalogueTest, public testing::WithParamInterf
       std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     }
     WriteFile(directory_ / GetParam().file, GetParam().content);
+    // Without it fish reads all man pages of the machine, in a process that outlives it.
+    std::filesystem::create_directories(directory_ / ".local/share/fish/generated_completions");
   }
 
   void OpenShell() {
