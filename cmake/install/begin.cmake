@@ -1,5 +1,6 @@
 # Before anything is installed: is all of it built? Half an installation would be worse than none.
 cmake_minimum_required(VERSION 3.22)
+list(REMOVE_ITEM NUV_BUILT_FILES "")    # where there are no man pages
 foreach(file IN LISTS NUV_BUILT_FILES)
   if(NOT EXISTS "${file}")
     message(FATAL_ERROR "not built yet: ${file}; nothing is installed. First: cmake --build ${NUV_BUILD_DIRECTORY}")

@@ -54,7 +54,7 @@ class NuvctlTable : public NuvctlHostTest {
 
 TEST_F(NuvctlTable, FitsTheTerminal) {
   for (const char* command : {"list", "list --service --hidden", "inner list", "ps", "list --hybrid"}) {
-    for (const int width : {40, 80, 120}) {
+    for (const int width : {20, 40, 80, 120, 200}) {
       const std::string screen = OnTerminal(width, command);
       EXPECT_THAT(screen, StartsWith("ID ")) << command;
       for (const std::string& line : LinesOf(screen)) {
@@ -120,4 +120,41 @@ TEST_F(NuvctlTable, StatesHaveColourOnATerminalUnlessTheUserWantsNone) {
   EXPECT_EQ(Run({"status", kPlayer}).output, "running (stand-in)\n");
   EXPECT_THAT(Run({"status", kPlayer, "--color", "always"}, {{"NO_COLOR", "1"}}).output, StartsWith("\x1b[32m"));
   EXPECT_EQ(Run({"status", kPlayer, "--color", "sometimes"}).status, 2);
+}
+
+// Titles are UTF-8, and so is what is said, whatever the user's locale has for letters.
+class NuvctlTitleInUtf8 : public NuvctlTable {
+ protected:
+  static constexpr char kTitle[] = "V\u00eddeo \u2013 \u65e5\u672c\u8a9e";
+
+  void SetUp() override {
+    std::string catalogue = ReadFile(NUV_SOURCE_DIR "/data/catalogue.json");
+    const std::string title = "\"Kelvo Video\"";
+    const std::size_t at = catalogue.find(title);
+    ASSERT_NE(at, std::string::npos);
+    StartHost(catalogue.replace(at, title.size(), "\"" + std::string(kTitle) + "\""));
+  }
+};
+
+TEST_F(NuvctlTitleInUtf8, IsTheSameInEachLocale) {
+  const char* app = "org.kelvo.app.video";
+  for (const Arguments& verb : {Arguments{"list"}, {"show", app}, {"explain", app}, {"list", "--json"}}) {
+    const NuvctlRun utf8 = Run(verb, {{"LC_ALL", "C.UTF-8"}});
+    EXPECT_EQ(utf8.status, 0) << utf8.errors;
+    for (const char* locale : {"C", "POSIX", "no_SUCH.ISO-8859-1"}) {
+      const NuvctlRun run = Run(verb, {{"LC_ALL", locale}});
+      EXPECT_EQ(run.status, 0) << locale << run.errors;
+      EXPECT_EQ(run.output, utf8.output) << locale;
+      EXPECT_EQ(run.errors, utf8.errors) << locale;
+    }
+  }
+  EXPECT_THAT(Run({"show", app}, {{"LC_ALL", "C"}}).output, HasSubstr(std::string(kTitle) + "\n"));
+}
+
+TEST_F(NuvctlTitleInUtf8, IsFittedByItsColumnsWithoutUtf8Too) {
+  for (const int width : {20, 80, 200}) {
+    const std::string screen = OnTerminal(width, "list --view most-used", "LC_ALL=C");
+    EXPECT_EQ(screen, OnTerminal(width, "list --view most-used", "LC_ALL=C.UTF-8"));
+    for (const std::string& line : LinesOf(screen)) EXPECT_LE(ColumnsOf(line), width) << line;
+  }
 }

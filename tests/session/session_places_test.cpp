@@ -118,6 +118,26 @@ TEST_F(SessionPlacesTest, AStateThatIsNoDirectoryIsSaid) {
   EXPECT_EQ(ReadFile(files_ / "file"), "mine");
 }
 
+TEST_F(SessionPlacesTest, AStateThatCannotBeMadeIsSaid) {
+  const SessionRun run = Run({"--state", "/proc/no/such", "touch", files_ / "run"});
+  EXPECT_EQ(run.status, 125);
+  EXPECT_THAT(run.errors, HasSubstr("nuv-simulator: /proc/no: No such file or directory"));
+  EXPECT_FALSE(fs::exists(files_ / "run"));
+}
+
+// As on a full disk, but for a user who is not root.
+TEST_F(SessionPlacesTest, ALimitOnTheSizeOfFilesIsSaidAndTheStateWorksWithoutIt) {
+  const std::string state = files_ / "state";
+  Process limited({"sh", "-c", "ulimit -c 0; ulimit -f 16; exec \"$@\"", "limited", kSession, "--state", state, "touch",
+                   files_ / "run"},
+                  files_.path(), {{"XDG_RUNTIME_DIR", runtime_.path()}});
+  const SessionRun run = Finish(limited);
+  EXPECT_EQ(run.status, 125);
+  EXPECT_THAT(run.errors, HasSubstr("nuv-simulator did not start: it ended with signal 25 (File size limit exceeded)"));
+  EXPECT_FALSE(fs::exists(files_ / "run"));
+  EXPECT_EQ(RunScript("nuvctl show org.kelvo.app.clock", {"--state", state}).status, 0);
+}
+
 TEST_F(SessionPlacesTest, AStateThatAnotherSessionWorksInIsRefused) {
   const std::string state = files_ / "state";
   const auto first = StartWaiting({"--state", state});
@@ -163,6 +183,42 @@ TEST_F(OwnFileSystemTest, AFullDiskIsSaidAndNothingIsLeftOnIt) {
     EXPECT_FALSE(fs::exists(Sessions())) << left;
     fs::remove(filler);
   }
+}
+
+TEST_F(OwnFileSystemTest, AStateOnAFullDiskIsSaidAndWorksOnceThereIsRoom) {
+  const std::string disk = files_ / "disk";
+  fs::create_directory(disk);
+  const ScratchMount mount(disk, "512k");
+  if (!mount.Problem().empty()) GTEST_SKIP() << mount.Problem();
+  chmod(disk.c_str(), 0700);
+  WriteFile(disk + "/filler", std::string(std::size_t{496} * 1024, 'x'));
+  const SessionRun run = Run({"--state", disk + "/state", "touch", files_ / "run"});
+  EXPECT_EQ(run.status, 125);
+  EXPECT_THAT(run.errors, HasSubstr("nuv-simulator: " + disk + "/state/.corvane.db: database or disk is full"));
+  EXPECT_FALSE(fs::exists(files_ / "run"));
+  fs::remove(disk + "/filler");
+  EXPECT_EQ(RunScript("nuvctl show org.kelvo.app.clock", {"--state", disk + "/state"}).status, 0);
+}
+
+TEST_F(OwnFileSystemTest, AReadOnlyStateIsReadAndChangesAreRefused) {
+  const std::string disk = files_ / "disk";
+  fs::create_directory(disk);
+  const ScratchMount mount(disk, "1m");
+  if (!mount.Problem().empty()) GTEST_SKIP() << mount.Problem();
+  chmod(disk.c_str(), 0700);
+  const std::string state = disk + "/state";
+  ASSERT_EQ(RunScript("nuvctl count org.kelvo.app.clock", {"--state", state}).status, 0);
+  const std::string before = ReadFile(state + "/.corvane.db");
+  ASSERT_TRUE(mount.ReadOnly(true));
+  const SessionRun read = RunScript("nuvctl show org.kelvo.app.clock", {"--state", state});
+  EXPECT_EQ(read.status, 0) << read.errors;
+  const SessionRun changed = RunScript("nuvctl count org.kelvo.app.clock", {"--state", state});
+  EXPECT_EQ(changed.status, 1);
+  EXPECT_THAT(changed.errors, HasSubstr("the database could not be written"));
+  EXPECT_EQ(ReadFile(state + "/.corvane.db"), before);
+  const SessionRun missing = Run({"--state", disk + "/new/state", "true"});
+  EXPECT_EQ(missing.status, 125);
+  EXPECT_THAT(missing.errors, HasSubstr("nuv-simulator: " + disk + "/new: Read-only file system"));
 }
 
 TEST_F(OwnFileSystemTest, AStateOfSomebodyElseIsRefusedAndUnchanged) {
