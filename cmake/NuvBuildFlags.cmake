@@ -34,8 +34,9 @@ endif()
 add_library(nuv_program_flags INTERFACE)
 target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-Og> $<$<CONFIG:RelWithDebInfo>:-g1>)
 
-# What most sources read of the standard library and of GIO, compiled once for a target. Sources include what they use all
-# the same: clang-tidy, and a build with CMAKE_DISABLE_PRECOMPILE_HEADERS, compile them without.
+# What most sources read of the standard library and of GIO, compiled once for a program. Sources include what they use all
+# the same: clang-tidy, and a build with CMAKE_DISABLE_PRECOMPILE_HEADERS, compile them without. Not for the library: tests
+# link its objects by their names, and the compiled headers would be among them.
 function(nuv_compile_headers_once target)
   target_precompile_headers(${target} PRIVATE
     <algorithm> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <vector> <gio/gio.h>)

@@ -63,7 +63,9 @@ std::optional<std::vector<std::string>> StandIns() {
 }
 
 std::map<int, std::string> LastPayloads() {
-  const VariantOwner payloads = Call(kSimulatorInterface, "Payloads", nullptr, "(a{is})");
+  const ConnectionOwner bus = ConnectToSystemBus(kLimitMs);
+  if (bus == nullptr) return {};
+  const VariantOwner payloads = Call(bus.get(), kLimitMs, kSimulatorInterface, "Payloads", nullptr, "(a{is})");
   std::map<int, std::string> by_pid;
   for (gsize i = 0; payloads != nullptr && i < g_variant_n_children(payloads.get()); ++i) {
     gint32 pid = 0;
