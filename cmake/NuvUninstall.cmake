@@ -7,10 +7,11 @@ function(nuv_begin_installation)
     ${CMAKE_INSTALL_INCLUDEDIR}/nuv)
   if(NUV_BUILD_HOST)
     list(APPEND directories
-      ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_INCLUDEDIR}/nuv-platform/nuv_platform ${CMAKE_INSTALL_DATADIR}/nuv
+      ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_INCLUDEDIR}/nuv-platform/nuv_platform ${CMAKE_INSTALL_DATADIR}/nuv/schemas
       ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces ${CMAKE_INSTALL_DATADIR}/dbus-1/system-services
       ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d ${NUV_SYSTEMD_DIR}/sysusers.d ${NUV_SYSTEMD_DIR}/tmpfiles.d
-      ${CMAKE_INSTALL_MANDIR}/man1)
+      ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
+      ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d ${CMAKE_INSTALL_MANDIR}/man1)
   endif()
   set(built $<TARGET_FILE:nuv_launcher_api>)
   if(NUV_BUILD_HOST)
