@@ -98,7 +98,7 @@ void Server::TellMissingPrograms(const Catalogue& catalogue) const {
     const std::string path = TextOf(app, "install_path");
     if (path.empty() || !FindProgram(path, id).empty()) continue;
     ++missing;
-    journal_.Note("missing " + id + " has no program in " + path);
+    journal_.Note(std::string("missing ").append(id).append(" has no program in ").append(path));
   }
   if (missing == 0) return;
   Warn(options_.seed + ": " + std::to_string(missing) + (missing == 1 ? " application has" : " applications have") +

@@ -70,7 +70,7 @@ AppRecord PinGate::CommonUi() {
 }
 
 std::optional<PinScript> PinGate::FindScript(const std::string& app_id) {
-  if (const auto script = scenario_.Current().MatchPin(app_id)) {
+  if (auto script = scenario_.Current().MatchPin(app_id)) {
     journal_.Note("rule    " + script->place + " matches pin_dialog app=\"" + app_id + "\"");
     return script;
   }
