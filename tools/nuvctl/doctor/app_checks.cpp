@@ -61,9 +61,11 @@ Finding LookAtRunningFiles(Examination& examination) {
   if (!stale) return Failure(Printable(running) + ": " + std::strerror(errno), "chmod go+rx " + ShellWord(running));
   if (stale->empty()) return Fine("each file of a running application has its process");
   std::vector<std::string> words;
-  for (const std::string& name : *stale) words.push_back(ShellWord(running + "/" + name));
+  words.reserve(stale->size());
+  const std::string folder = running + "/";
+  for (const std::string& name : *stale) words.push_back(ShellWord(folder + name));
   std::string command = "rm --";
-  for (const std::string& word : words) command += " " + word;
+  for (const std::string& word : words) command.append(" ").append(word);
   const std::string count = std::to_string(words.size());
   return Warning(
       count + (words.size() == 1 ? " file of an application" : " files of applications") + " that does not run",

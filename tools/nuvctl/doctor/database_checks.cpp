@@ -2,7 +2,9 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <set>
 
@@ -22,7 +24,8 @@ std::string Restart(Examination& examination) {
 
 // "a, b, c and 2 more"
 std::string Some(const std::vector<std::string>& texts) {
-  const std::vector<std::string> named(texts.begin(), texts.begin() + std::min<long>(kNamed, texts.size()));
+  const std::vector<std::string> named(
+      texts.begin(), std::next(texts.begin(), static_cast<std::ptrdiff_t>(std::min(kNamed, texts.size()))));
   const size_t rest = texts.size() - named.size();
   return Joined(named) + (rest != 0 ? " and " + std::to_string(rest) + " more" : "");
 }

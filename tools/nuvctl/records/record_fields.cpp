@@ -219,6 +219,7 @@ std::string RecordTable(const List& records, const std::vector<FieldColumn>& col
 
 std::vector<std::string> ColumnNames(const std::vector<FieldColumn>& columns, const Fields& blank) {
   std::vector<std::string> names;
+  names.reserve(columns.size());
   for (const FieldColumn& column : columns) names.push_back(NameOf(column));
   for (const Field& field : blank) names.push_back(field.key);
   return names;

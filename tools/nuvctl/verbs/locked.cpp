@@ -28,6 +28,7 @@ std::optional<Diagnosis> WhyNoAnswer(int result, const std::vector<std::string>&
 
 Report Ask(const YesNoQuestion& question, const std::vector<std::string>& ids) {
   std::vector<std::string> own_ids;
+  own_ids.reserve(ids.size());
   for (const std::string& name : ids) own_ids.push_back(IdOf(name));
   const int result = question.ask(SqlList(own_ids).c_str());
   const Fields details = {{"apps", ListOf(ids)}, {question.key, nullptr}};
