@@ -100,7 +100,8 @@ TEST_F(SessionEndTest, WhatWasKilledWithItsKeeperIsTakenAwayByTheNextSession) {
   if (std::filesystem::exists(Sessions() + "/again")) {
     WriteFile(Sessions() + "/again/left", "over");
   }
-  EXPECT_EQ(RunScript("! test -e $(dirname $NUV_SESSION_LOG)/left", {"--name", "again"}).status, 0);
+  const SessionRun next = RunScript("! test -e $(dirname $NUV_SESSION_LOG)/left", {"--name", "again"});
+  EXPECT_EQ(next.status, 0) << next.errors;
   for (const pid_t pid : Processes()) kill(pid, SIGKILL);
 }
 

@@ -180,6 +180,7 @@ class Keeper {
     const pid_t prober = fork();
     if (prober < 0) throw SystemFailure("cannot start a process");
     if (prober == 0) {
+      close(claim_.lock());  // or the session would look alive for as long as this process takes to die
       prctl(PR_SET_PDEATHSIG, SIGKILL);
       if (getppid() != parent) _exit(kOwnFailure);
       const std::string text = ProbeService(layout_.address, !options_.scenario.empty(), options_.start_limit_s);
