@@ -90,6 +90,8 @@ def _statements(text, tokens):
                 yield 'other value returned', tokens[index + 1].start, tokens[last].start, '{}'
         elif token.text in ('static_assert', 'using', 'if', 'for', 'while', 'switch', 'delete'):
             continue
+        elif token.text in ('NUV_REQUIRES', 'NUV_EXCLUDES', 'NUV_ACQUIRE', 'NUV_RELEASE'):
+            continue    # a word for the analysis of locks, of which the program knows nothing
         elif CALL.match(code) and _closes_at(code, CALL.match(code).end() - 1) == len(code) - 2:
             yield 'call left out', start, end, ';'
         elif ASSIGNMENT.fullmatch(code):

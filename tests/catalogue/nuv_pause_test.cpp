@@ -1,12 +1,49 @@
 // The pauses between the tries at a busy database, in a host that handles signals.
+
+#include <dlfcn.h>
 #include <sys/time.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <vector>
 
 #include "database_test.h"
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
+
+namespace {
+
+// The time that a test sets, and the sleeps for the rest of a pause that are interrupted before one lasts.
+struct SetClock {
+  timespec now;
+  int interruptions;
+  std::vector<std::string> sleeps_until;
+};
+SetClock* set_clock = nullptr;
+
+template <typename Function>
+Function* Real(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
+  static auto* const real = Real(clock_gettime, "clock_gettime");
+  if (set_clock == nullptr || clock != CLOCK_MONOTONIC) return real(clock, now);
+  *now = set_clock->now;
+  return 0;
+}
+
+extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec* rest) {
+  static auto* const real = Real(clock_nanosleep, "clock_nanosleep");
+  if (set_clock == nullptr) return real(clock, flags, end, rest);
+  EXPECT_EQ(CLOCK_MONOTONIC, clock);
+  EXPECT_EQ(TIMER_ABSTIME, flags);
+  set_clock->sleeps_until.push_back(std::to_string(end->tv_sec) + " s " + std::to_string(end->tv_nsec) + " ns");
+  return set_clock->interruptions-- > 0 ? EINTR : 0;
+}
 
 namespace {
 
@@ -61,6 +98,37 @@ TEST_F(BusyPause, OfTheInnerSideLastsASecondWhateverIsSignalled) {
   EXPECT_LE(std::chrono::seconds(1), TimeOf(innerSide.waitBeforeRetry));
   EXPECT_LT(0, signals);
   EXPECT_EQ(std::vector<std::string>{"sleep 1"}, fake_platform::Effects());
+}
+
+using Texts = std::vector<std::string>;
+
+// Until when the reading side sleeps on, by the clock that is set, after a signal has cut its 10 ms short.
+Texts RestOf(const timespec& now, int interruptions = 0) {
+  const Alarm alarm(2000);
+  SetClock clock = {now, interruptions, {}};
+  set_clock = &clock;
+  readSide.waitBeforeRetry();
+  set_clock = nullptr;
+  return clock.sleeps_until;
+}
+
+TEST_F(BusyPause, ThatASignalCutsShortEndsWhenTheWholeOneWouldHave) {
+  EXPECT_EQ(Texts{"6 s 0 ns"}, RestOf({5, 990000000}));
+  EXPECT_EQ(Texts{"5 s 999999999 ns"}, RestOf({5, 989999999}));
+  EXPECT_EQ(Texts{"6 s 1 ns"}, RestOf({5, 990000001}));
+}
+
+TEST_F(BusyPause, IsSleptToItsEndWhereSignalsInterruptItsRest) {
+  EXPECT_EQ(Texts(3, "5 s 10000000 ns"), RestOf({5, 0}, 2));
+}
+
+TEST_F(BusyPause, HasNoRestWhereNothingHasInterruptedIt) {
+  SetClock clock = {{5, 0}, 0, {}};
+  set_clock = &clock;
+  errno = EINTR;  // of an earlier call
+  readSide.waitBeforeRetry();
+  set_clock = nullptr;
+  EXPECT_EQ(Texts(), clock.sleeps_until);
 }
 
 }  // namespace
