@@ -8,6 +8,7 @@
 #include <map>
 
 #include "bus_users.h"
+#include "process.h"
 
 namespace {
 
@@ -230,21 +231,29 @@ TEST_F(ServicePolicyTest, TheServiceServesAnybodyAndReportsToItsClients) {
   }
 }
 
-TEST(ActivationTest, TheFirstCallStartsTheService) {
-  TempDir services;
-  TempDir state;
+// The files as they are installed, for the program of the build and with a directory of the test's own.
+std::string InstallActivationFiles(const TempDir& prefix, const std::string& state) {
+  Process install(
+      {CMAKE_PROGRAM, "-DCMAKE_INSTALL_PREFIX=" + prefix.path(), "-DNUV_BINDIR=" NUV_BIN_DIR, "-DNUV_DATADIR=share",
+       "-DNUV_SERVICE_TEMPLATE=" NUV_SOURCE_DIR "/data/org.kelvo.tv.nuv.server.service.in", "-P",
+       NUV_SOURCE_DIR "/cmake/install/service_files.cmake"},
+      prefix.path());
+  EXPECT_EQ(install.Wait(), 0) << install.Errors();
+  const std::string services = prefix / "share/dbus-1/system-services";
   for (const std::string name : {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"}) {
-    const std::string installed = ReadFile(NUV_BINARY_DIR "/data/" + name + ".service");
-    ASSERT_THAT(installed, HasSubstr("Name=" + name + "\n"));
-    ASSERT_THAT(installed, HasSubstr("/nuv-simulator --dir=/var/lib/nuv\n"));
-    // The program of the build, and a directory of the test's own.
-    const std::size_t program = installed.find("Exec=") + 5;
-    const std::size_t options = installed.find(" --dir=", program);
-    std::string local = installed;
-    local.replace(program, options - program, NUV_BIN_DIR "/nuv-simulator");
-    WriteFile(services / (name + ".service"), Replaced(local, "/var/lib/nuv", state.path()));
+    const std::string file = services + "/" + name + ".service";
+    const std::string installed = ReadFile(file);
+    EXPECT_THAT(installed, HasSubstr("Name=" + name + "\n"));
+    EXPECT_THAT(installed, HasSubstr("Exec=" NUV_BIN_DIR "/nuv-simulator --dir=/var/lib/nuv\n"));
+    WriteFile(file, Replaced(installed, "/var/lib/nuv", state));
   }
-  PrivateBus bus("", services.path());
+  return services;
+}
+
+TEST(ActivationTest, TheFirstCallStartsTheService) {
+  TempDir prefix;
+  TempDir state;
+  PrivateBus bus("", InstallActivationFiles(prefix, state.path()));
   const Connection connection = ConnectTo(bus);
   EXPECT_FALSE(bus.NameHasOwner("org.kelvo.tv.litecorvane.server"));
   const Variant reply(g_dbus_connection_call_sync(connection.get(), "org.kelvo.tv.litecorvane.server",
