@@ -42,6 +42,26 @@ function(nuv_compile_headers_once target)
     <algorithm> <functional> <map> <memory> <mutex> <optional> <sstream> <string> <vector> <gio/gio.h>)
 endfunction()
 
+# For whoever only wants to run what is built: the sources of a folder are compiled as one, which takes half the time. What
+# a source keeps to itself is then seen by its neighbours, so two of them give their own things different names. A folder
+# whose sources know nothing of each other is left as it is.
+option(NUV_COMPILE_FOLDERS "Compile the sources of each folder together" OFF)
+function(nuv_compile_folders_together target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" EXCEPT)
+  if(NOT NUV_COMPILE_FOLDERS)
+    return()
+  endif()
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    get_filename_component(folder ${source} DIRECTORY)
+    if(folder IN_LIST arg_EXCEPT)
+      continue()
+    endif()
+    set_source_files_properties(${source} PROPERTIES UNITY_GROUP "folder_${folder}")
+  endforeach()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+endfunction()
+
 # On a 32-bit machine the host edition looks at files whose inode or offset needs 64 bits; else readdir() finds nothing in
 # such a directory. The library itself asks for no more of a file than whether it exists, by the plain name of stat().
 set(NUV_HOST_DEFINITIONS "")

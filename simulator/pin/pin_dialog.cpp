@@ -82,7 +82,7 @@ bool AskUser(const DialogTask& task, SignalFile& signals) {
   return answered;
 }
 
-bool Answer(const DialogTask& task, SignalFile& signals) {
+bool AnswerFor(const DialogTask& task, SignalFile& signals) {
   bool right = false;
   switch (task.action) {
     case DialogTask::kAsk:
@@ -120,7 +120,7 @@ int RunPinDialog() {
   SignalFile signals;
   const DialogTask task = ReadTask();
   if (task.delay_ms > 0 && signals.Wait(task.delay_ms)) return 0;
-  if (!Answer(task, signals)) return EXIT_FAILURE;
+  if (!AnswerFor(task, signals)) return EXIT_FAILURE;
   if (signals.last() != SIGTERM) signals.Wait(-1);
   return 0;
 }

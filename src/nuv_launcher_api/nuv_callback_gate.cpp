@@ -44,7 +44,7 @@ void RenewInChild() NUV_UNANALYSED {
   TheGate().passing = ownPassing.count;
 }
 
-[[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, RenewInChild);
+[[maybe_unused]] const int gateIsRenewedInForks = pthread_atfork(nullptr, nullptr, RenewInChild);
 
 bool OnlyOwnCallbacksRun() {
   Gate& gate = TheGate();

@@ -30,7 +30,7 @@ void UnlockTable() NUV_UNANALYSED {
   Table().mutex.unlock();
 }
 
-[[maybe_unused]] const int registered = pthread_atfork(LockTable, UnlockTable, UnlockTable);
+[[maybe_unused]] const int tableIsWholeInForks = pthread_atfork(LockTable, UnlockTable, UnlockTable);
 
 }  // namespace
 

@@ -29,7 +29,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr auto kServicePatience = std::chrono::seconds(6);  // it gives its applications two
 constexpr auto kBusPatience = std::chrono::seconds(2);
-constexpr auto kPause = std::chrono::milliseconds(5);
+constexpr auto kReapEvery = std::chrono::milliseconds(5);
 constexpr std::size_t kLongestMessage = 16384;
 constexpr char kServiceName[] = "nuv-simulator";
 
@@ -271,7 +271,7 @@ class Keeper {
         kill(pid, SIGKILL);
         by_itself = false;
       }
-      std::this_thread::sleep_for(kPause);
+      std::this_thread::sleep_for(kReapEvery);
       Reap();
     }
     return by_itself;

@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kPatience = std::chrono::seconds(2);
-constexpr auto kPause = std::chrono::milliseconds(10);
+constexpr auto kLookEvery = std::chrono::milliseconds(10);
 
 // What a process is sent that is still there. A stopped one listens to nothing, an interactive shell to SIGHUP only.
 struct Step {
@@ -108,7 +108,7 @@ void EndProcesses(const std::function<std::vector<ProcessEntry>()>& find, const 
       Signal(process, kSteps[past.steps++].signals);
     }
     tick();
-    std::this_thread::sleep_for(kPause);
+    std::this_thread::sleep_for(kLookEvery);
   }
 }
 

@@ -2,9 +2,6 @@
 
 namespace {
 
-constexpr char kBusName[] = "org.freedesktop.DBus";
-constexpr char kBusPath[] = "/org/freedesktop/DBus";
-
 BusReply ErrorOf(const GError& error) {
   BusReply reply;
   const TextOwner name(g_dbus_error_get_remote_error(&error));

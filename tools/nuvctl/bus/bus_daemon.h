@@ -6,6 +6,9 @@
 
 #include "glib_handles.h"
 
+constexpr char kBusName[] = "org.freedesktop.DBus";  // and its interface's
+constexpr char kBusPath[] = "/org/freedesktop/DBus";
+
 struct BusReply {
   VariantOwner value;      // null where there is none
   std::string error_name;  // of the D-Bus error, or empty where the bus did not answer in time

@@ -6,10 +6,9 @@
 #include <system_error>
 #include <utility>
 
-namespace {
+#include "bus/bus_daemon.h"
 
-constexpr char kBusName[] = "org.freedesktop.DBus";
-constexpr char kBusPath[] = "/org/freedesktop/DBus";
+namespace {
 
 constexpr GDBusConnectionFlags kBusConnection = static_cast<GDBusConnectionFlags>(
     G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);

@@ -121,9 +121,9 @@ std::vector<std::string> OptionNames(const std::vector<Argument>& arguments) {
 }
 
 // The command line, and what the user has given on it.
-class Line {
+class CommandLine {
  public:
-  Line();
+  CommandLine();
 
   ParsedCommandLine Parse(std::vector<std::string> arguments);
 
@@ -150,7 +150,7 @@ class Line {
   std::deque<Place> places_;  // a verb comes before its own verbs
 };
 
-Line::Line() {
+CommandLine::CommandLine() {
   for (const Argument& flag : CommonFlags()) common_.push_back({&flag});
   app_.set_version_flag("--version", std::string("nuvctl ") + NUVCTL_VERSION, kVersionMeaning);
   app_.set_help_flag("-h,--help", kHelpMeaning);
@@ -166,11 +166,11 @@ Line::Line() {
   }
 }
 
-void Line::AddCommonFlags(CLI::App& app) {
+void CommandLine::AddCommonFlags(CLI::App& app) {
   for (Slot& slot : common_) Add(app, slot);
 }
 
-CLI::App* Line::AddVerb(CLI::App& parent, const Verb& named, const Verb& verb) {
+CLI::App* CommandLine::AddVerb(CLI::App& parent, const Verb& named, const Verb& verb) {
   CLI::App* app = parent.add_subcommand(verb.name, verb.summary);
   Place& place = places_.emplace_back(Place{&named, &verb, app, {}});
   AddArguments(place);
@@ -180,7 +180,7 @@ CLI::App* Line::AddVerb(CLI::App& parent, const Verb& named, const Verb& verb) {
   return app;
 }
 
-void Line::AddArguments(Place& place) {
+void CommandLine::AddArguments(Place& place) {
   for (const Argument& argument : place.chosen->arguments) {
     Slot& slot = place.slots.emplace_back(Slot{&argument});
     slot.option = Add(*place.app, slot);
@@ -191,7 +191,7 @@ void Line::AddArguments(Place& place) {
   }
 }
 
-void Line::Check(const Place& place) const {
+void CommandLine::Check(const Place& place) const {
   const Verb& verb = *place.chosen;
   const Values values = ValuesOf(place);
   const auto given = [&values](const char* name) { return values.Given(name); };
@@ -202,7 +202,7 @@ void Line::Check(const Place& place) const {
   if (!wrong.empty()) throw CLI::ValidationError(wrong);
 }
 
-Values Line::ValuesOf(const Place& place) const {
+Values CommandLine::ValuesOf(const Place& place) const {
   Values values;
   for (const Slot& slot : place.slots) values.Set(slot.argument->name, slot.Result());
   for (const Slot& slot : common_) values.Set(slot.argument->name, slot.Result());
@@ -210,7 +210,7 @@ Values Line::ValuesOf(const Place& place) const {
 }
 
 // The innermost verb that the parser has come to.
-const Line::Place* Line::Reached() const {
+const CommandLine::Place* CommandLine::Reached() const {
   const Place* reached = nullptr;
   for (const Place& place : places_) {
     if (place.app->parsed()) reached = &place;
@@ -219,7 +219,7 @@ const Line::Place* Line::Reached() const {
 }
 
 // What the parser says of a line without a verb is about "subcommands".
-std::string Line::NoVerb() const {
+std::string CommandLine::NoVerb() const {
   const std::string verbs = Joined(VerbNames());
   const std::vector<std::string> unknown = app_.remaining();
   if (unknown.empty()) return "a verb is needed: " + verbs;
@@ -230,7 +230,7 @@ std::string Line::NoVerb() const {
 }
 
 // For the first option that the verb does not have: it may lie with the verb that the verb belongs to.
-std::string Line::MeantOption(const Place& place) const {
+std::string CommandLine::MeantOption(const Place& place) const {
   std::vector<std::string> names = OptionNames(CommonFlags());
   for (std::string& name : OptionNames(place.chosen->arguments)) names.push_back(std::move(name));
   for (const std::string& unknown : app_.remaining(true)) {
@@ -239,7 +239,7 @@ std::string Line::MeantOption(const Place& place) const {
   return "";
 }
 
-ParsedCommandLine Line::Parse(std::vector<std::string> arguments) {
+ParsedCommandLine CommandLine::Parse(std::vector<std::string> arguments) {
   try {
     std::reverse(arguments.begin(), arguments.end());  // the order the parser takes them in
     app_.parse(std::move(arguments));
@@ -298,7 +298,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     arguments.erase(arguments.begin());
     arguments.emplace_back("--help");
   }
-  return Line().Parse(std::move(arguments));
+  return CommandLine().Parse(std::move(arguments));
 }
 
 bool AsksForJson(int argc, const char* const* argv) {

@@ -18,7 +18,6 @@ namespace {
 
 constexpr int kTries = 10;
 constexpr std::chrono::milliseconds kBetweenTries(20);
-constexpr size_t kNamed = 5;
 
 // A leading dot marks a file that is being written.
 std::optional<std::vector<std::string>> FilesIn(const std::string& path) {
@@ -98,10 +97,8 @@ Finding JudgePrograms(Examination& examination, SQLite::Database& database) {
   const Apps apps = LookForPrograms(database);
   if (apps.without_program.empty()) return Fine("each install path has its program");
   const size_t missing = apps.without_program.size();
-  const std::vector<std::string> named(apps.without_program.begin(),
-                                       apps.without_program.begin() + static_cast<long>(std::min(kNamed, missing)));
   const std::string text = std::to_string(missing) + " of " + std::to_string(apps.all) +
-                           " install paths have no program: " + Joined(named) + (missing > kNamed ? ", ..." : "");
+                           " install paths have no program: " + Some(apps.without_program);
   const std::string mend = "bin/run below the install path";
   if (simulator != nullptr && !simulator->has_stand_ins) return Failure(text + "; their launches fail", mend);
   return Warning(text + "; stand-ins run in their place", mend);

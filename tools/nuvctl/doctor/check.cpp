@@ -2,7 +2,9 @@
 
 #include <pwd.h>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 
 #include "glib_handles.h"
 #include "report/text.h"
@@ -10,6 +12,7 @@
 namespace {
 
 constexpr char kPlainCharacters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./:=@%+,-";
+constexpr size_t kNamed = 5;
 
 }  // namespace
 
@@ -41,6 +44,13 @@ std::vector<Check> AllChecks() {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
+}
+
+std::string Some(const std::vector<std::string>& texts) {
+  const size_t named = std::min(kNamed, texts.size());
+  const size_t rest = texts.size() - named;
+  const std::vector<std::string> first(texts.begin(), std::next(texts.begin(), static_cast<std::ptrdiff_t>(named)));
+  return Joined(first) + (rest != 0 ? " and " + std::to_string(rest) + " more" : "");
 }
 
 Finding Carry(const Check& check, Examination& examination) {

@@ -40,6 +40,9 @@ std::vector<Check> AllChecks();
 // A check that cannot be made is a failed one.
 Finding Carry(const Check& check, Examination& examination);
 
+// "a, b, c, d, e and 2 more"
+std::string Some(const std::vector<std::string>& texts);
+
 // The text as a word of a shell's command, made printable.
 std::string ShellWord(const std::string& text);
 

@@ -16,18 +16,8 @@
 
 namespace {
 
-constexpr size_t kNamed = 5;  // of what is odd; the rest is counted
-
 std::string Restart(Examination& examination) {
   return "nuv-simulator --dir " + ShellWord(examination.directory()) + ", started anew";
-}
-
-// "a, b, c and 2 more"
-std::string Some(const std::vector<std::string>& texts) {
-  const std::vector<std::string> named(
-      texts.begin(), std::next(texts.begin(), static_cast<std::ptrdiff_t>(std::min(kNamed, texts.size()))));
-  const size_t rest = texts.size() - named.size();
-  return Joined(named) + (rest != 0 ? " and " + std::to_string(rest) + " more" : "");
 }
 
 Finding LookAtDatabase(Examination& examination) {
