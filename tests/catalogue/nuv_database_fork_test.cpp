@@ -9,9 +9,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <ctime>
 #include <functional>
 #include <future>
+#include <mutex>
 #include <thread>
 
 #include "catalogue_log.h"
@@ -132,6 +135,27 @@ int Find(const char* id) {
   return m_nuv_get_app_info(id, &info);
 }
 
+// Who waits for it sleeps, and so touches nothing when the process is copied: fork() looks after none of the locks that
+// ThreadSanitizer takes for a thread that runs.
+class Switch {
+ public:
+  explicit Switch(bool on) : on_(on) {}
+  void Set(bool on) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    on_ = on;
+    changed_.notify_all();
+  }
+  void WaitUntil(bool on) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(60), [=] { return on_ == on; }));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool on_;
+};
+
 class CatalogueFork : public DatabaseTest {
  protected:
   static void SetUpTestSuite() { RegisterBehindTheLibrary(); }
@@ -145,7 +169,7 @@ class CatalogueFork : public DatabaseTest {
   void StartBusyQuery() {
     fake_platform::OnEffect([this](const std::string&) {
       if (waiting_.exchange(true)) return;
-      WaitUntil([this] { return go_on_.load(); });
+      go_on_.WaitUntil(true);
     });
     query_ = std::async(std::launch::async, [this] {
       const int result = Find("app");
@@ -158,17 +182,17 @@ class CatalogueFork : public DatabaseTest {
   // What a thread does at its end where the test wants it still while the process forks.
   void Rest(std::atomic<bool>& arrived) {
     arrived = true;
-    WaitUntil([this] { return !rest_.load(); });
+    rest_.WaitUntil(false);
   }
 
-  // Another thread in the middle of SQLite, until the condition holds.
-  static std::future<void> HoldSqlite(int id, const std::function<bool()>& until) {
+  // Another thread in the middle of SQLite, for as long as it waits there.
+  static std::future<void> HoldSqlite(int id, const std::function<void()>& wait) {
     auto held = std::make_shared<std::atomic<bool>>(false);
     auto holder = std::async(std::launch::async, [=] {
       sqlite3_mutex* const mutex = sqlite3_mutex_alloc(id);
       sqlite3_mutex_enter(mutex);
       *held = true;
-      WaitUntil(until);
+      wait();
       sqlite3_mutex_leave(mutex);
     });
     EXPECT_TRUE(WaitUntil([&] { return held->load(); }));
@@ -194,8 +218,8 @@ class CatalogueFork : public DatabaseTest {
   }
 
   std::atomic<bool> waiting_{false};
-  std::atomic<bool> go_on_{false};
-  std::atomic<bool> rest_{false};
+  Switch go_on_{false};
+  Switch rest_{false};
   std::atomic<bool> answered_{false};
   std::future<int> query_;
 };
@@ -276,12 +300,12 @@ TEST_F(CatalogueFork, WorksInAWriteAheadLog) {
 // threads have come to rest when the process is copied.
 TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
   auto locker = LockDatabase();
-  rest_ = true;
+  rest_.Set(true);
   StartBusyQuery();
   std::atomic<bool> released{false};
   auto release = std::async(std::launch::async, [&] {
     locker->KillAndWait();
-    go_on_ = true;
+    go_on_.Set(true);
     Rest(released);
   });
   bool query_was_over = false;
@@ -292,7 +316,7 @@ TEST_F(CatalogueFork, WaitsForTheQueryOfAnotherThread) {
   EXPECT_EQ(0, InChild([] { return Find("app"); }));
   when_library_is_prepared = nullptr;
   EXPECT_TRUE(query_was_over || !kCalledBehindTheLibrary);
-  rest_ = false;
+  rest_.Set(false);
   EXPECT_EQ(0, query_.get());
   release.get();
 }
@@ -344,7 +368,7 @@ TEST_F(CatalogueFork, BehindAQueryThatDoesNotEndForSecondsGivesAChildThatIsRefus
               return refused != 0 ? refused : InChild([] { return ExpectRefused(); });
             }));
   locker->KillAndWait();  // the child could only tell it to end
-  go_on_ = true;
+  go_on_.Set(true);
   EXPECT_EQ(0, query_.get());
   EXPECT_EQ(0, Find("app")) << "the parent is not refused anything";
 }
@@ -354,14 +378,14 @@ TEST_F(CatalogueFork, WaitsASecondInAllForBothSides) {
   const auto hold = [&](DatabaseSide& side) {
     const DatabaseTurn turn(side);
     ++held;
-    WaitUntil([this] { return go_on_.load(); });
+    go_on_.WaitUntil(true);
   };
   auto reader = std::async(std::launch::async, [&] { hold(readSide); });
   auto writer = std::async(std::launch::async, [&] { hold(innerSide); });
   ASSERT_TRUE(WaitUntil([&] { return held == 2; }));
   forks_are_clocked = true;
   EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
-  go_on_ = true;
+  go_on_.Set(true);
   reader.get();
   writer.get();
 }
@@ -373,18 +397,18 @@ TEST_F(CatalogueFork, WaitsASecondInAllForASideAndForSqlite) {
     {
       const DatabaseTurn turn(readSide);
       held = true;
-      WaitUntil([this] { return go_on_.load(); });
+      go_on_.WaitUntil(true);
     }
     let_go = true;
-    WaitUntil([this] { return !rest_.load(); });
+    rest_.WaitUntil(false);
   });
   ASSERT_TRUE(WaitUntil([&] { return held.load(); }));
-  rest_ = true;
-  auto holder = HoldSqlite(SQLITE_MUTEX_STATIC_VFS1, [this] { return !rest_.load(); });
+  rest_.Set(true);
+  auto holder = HoldSqlite(SQLITE_MUTEX_STATIC_VFS1, [this] { rest_.WaitUntil(false); });
   forks_are_clocked = true;
   const std::function<void()> let_the_side_go = [&] {
     fork_clock.counts = false;
-    go_on_ = true;
+    go_on_.Set(true);
     WaitUntil([&] { return let_go.load(); });
     fork_clock.counts = true;
   };
@@ -392,7 +416,7 @@ TEST_F(CatalogueFork, WaitsASecondInAllForASideAndForSqlite) {
   fork_clock.event = &let_the_side_go;
   EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
   EXPECT_TRUE(let_go);
-  rest_ = false;
+  rest_.Set(false);
   reader.get();
   holder.get();
 }
@@ -401,9 +425,9 @@ TEST_F(CatalogueFork, WaitsASecondInAllForASideAndForSqlite) {
 TEST_F(CatalogueFork, WaitsForAnotherThreadInSqlite) {
   for (const int id : kSqliteMutexes) {
     SCOPED_TRACE(id);
-    go_on_ = false;
-    auto holder = HoldSqlite(id, [this] { return go_on_.load(); });
-    when_fork_begins = [this] { go_on_ = true; };
+    go_on_.Set(false);
+    auto holder = HoldSqlite(id, [this] { go_on_.WaitUntil(true); });
+    when_fork_begins = [this] { go_on_.Set(true); };
     EXPECT_EQ(0, InChild([] { return Find("app"); }));
     when_fork_begins = nullptr;
     holder.get();
@@ -413,11 +437,11 @@ TEST_F(CatalogueFork, WaitsForAnotherThreadInSqlite) {
 TEST_F(CatalogueFork, GivesAChildThatIsRefusedTheDatabaseWhereAnotherThreadStaysInSqliteForSeconds) {
   for (const int id : kSqliteMutexes) {
     SCOPED_TRACE(id);
-    go_on_ = false;
-    auto holder = HoldSqlite(id, [this] { return go_on_.load(); });
+    go_on_.Set(false);
+    auto holder = HoldSqlite(id, [this] { go_on_.WaitUntil(true); });
     forks_are_clocked = true;
     EXPECT_EQ(0, InChild(ExpectASecondAndRefused));
-    go_on_ = true;
+    go_on_.Set(true);
     holder.get();
   }
 }
@@ -427,14 +451,14 @@ TEST_F(CatalogueFork, TheChildDoesNotHangWhereAnotherThreadHoldsTheMutexOfLaunch
   auto holder = std::async(std::launch::async, [&] {
     const CNUVClientAutoLock lock(g_Mute);
     held = true;
-    WaitUntil([this] { return go_on_.load(); });
+    go_on_.WaitUntil(true);
   });
   ASSERT_TRUE(WaitUntil([&] { return held.load(); }));
   EXPECT_EQ(0, InChild([] {
               nuv_app_info_s info = {};
               return nuv_get_app_info_by_runtitle("clock", &info) + nuv_check_app_is_locked("'app'");
             }));
-  go_on_ = true;
+  go_on_.Set(true);
   holder.get();
 }
 
