@@ -21,6 +21,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "before_the_library.h"
 #include "log_notation.h"
 #include "process.h"
 #include "undisturbed.h"
@@ -47,11 +48,11 @@ State& Get() {
   return state;
 }
 
-// A child that is forked while another thread logs finds the state unlocked. Registered before the library's own
-// handlers, so that fork() takes the library's locks first, as a thread does that logs under them.
-__attribute__((constructor(101))) void StayUsableInChildren() {
+// A child that is forked while another thread logs finds the state unlocked.
+void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
+NUV_BEFORE_THE_LIBRARY(StayUsableInChildren);
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <set>
 
+#include "before_the_library.h"
 #include "undisturbed.h"
 
 namespace sqlite_faults {
@@ -33,9 +34,10 @@ Watched& Get() {
 }
 
 // A forked child finds the state unlocked, as in fake_platform.cpp.
-__attribute__((constructor(101))) void StayUsableInChildren() {
+void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
+NUV_BEFORE_THE_LIBRARY(StayUsableInChildren);
 
 template <typename Function>
 Function* Real(Function*, const char* name) {
