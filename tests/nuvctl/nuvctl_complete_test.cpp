@@ -55,6 +55,13 @@ class NuvctlComplete : public NuvctlCatalogueTest {
     return candidates;
   }
 
+  // An application whose process is this one.
+  void PutRunning(const std::string& platform_id) const {
+    const std::string running = database_.directory() + "/running";
+    std::filesystem::create_directories(running);
+    WriteFile(running + "/" + platform_id, "pid " + std::to_string(getpid()) + "\nstatus 3\n");
+  }
+
   // The first words of the lines of a help that match.
   Texts InHelp(Arguments arguments, const std::string& pattern) const {
     arguments.emplace_back("--help");
@@ -176,6 +183,17 @@ TEST_F(NuvctlComplete, OffersEachValueOnceAndNoneThatCannotBeTyped) {
   EXPECT_THAT(Behind({"show", "--title", ""}), ElementsAre("Twice"));
 }
 
+TEST_F(NuvctlComplete, OffersWhatRunsWhereAnApplicationIsToEnd) {
+  database_.Add("running", {{"kelvo_id", "kelvo.running"}});
+  database_.Add("resting", {{"kelvo_id", "kelvo.resting"}});
+  EXPECT_THAT(Behind({"terminate", ""}), IsEmpty());
+  PutRunning("kelvo.running");
+  PutRunning("in no catalogue");
+  EXPECT_THAT(Behind({"terminate", ""}), ElementsAre("running", "in no catalogue"));
+  MakeDatabaseGarbage();
+  EXPECT_THAT(Behind({"terminate", ""}), ElementsAre("in no catalogue", "kelvo.running"));
+}
+
 TEST_F(NuvctlComplete, SaysNothingWhereTheCatalogueCannotBeRead) {
   MakeDatabaseGarbage();
   EXPECT_THAT(Behind({"launch", ""}), IsEmpty());
@@ -194,7 +212,8 @@ TEST_F(NuvctlComplete, AsksNothingOfTheBus) {
   const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   ASSERT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   ASSERT_EQ(listen(listening, 8), 0);
-  database_.Add("app");
+  database_.Add("app", {{"kelvo_id", "kelvo.app"}});
+  PutRunning("kelvo.app");
   const Process::Environment environment = {{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + path},
                                             {"NUV_HOST_DIR", database_.directory()}};
   EXPECT_EQ(Run({"--complete", "words", "terminate", ""}, environment).output, "words\napp\t\n");

@@ -368,6 +368,16 @@ TEST_F(NuvctlDoctor, TellsAFileOfAnApplicationThatDoesNotRun) {
   EXPECT_TRUE(fs::exists(state() + "/running/an.app"));
 }
 
+TEST_F(NuvctlDoctor, TellsAnHbbtvApplicationThatDoesNotRun) {
+  StartHost(CatalogueWith(InstallProgram("program")));
+  WriteFile(state() + "/hbbtv", "gone.app\n");
+  const DoctorRow row = Row("running-files");
+  ExpectRow(row, "warn", "1 file of an application that does not run", "rm -- " + state() + "/hbbtv");
+  ExpectLaunched("an.app");
+  WriteFile(state() + "/hbbtv", "an.app\n");
+  EXPECT_EQ(Row("running-files").state, "ok");
+}
+
 TEST_F(NuvctlDoctor, TellsAnInstallPathWithoutAProgram) {
   StartHost(CatalogueWith(directory_ / "nothing"));
   ExpectRow(Row("programs"), "warn", "1 of 1 install paths have no program: an.app; stand-ins run in their place",

@@ -9,7 +9,7 @@
 #include "report/report.h"
 
 // Where a shell can ask for the values that an argument may have at the moment.
-enum class Live { kNone, kAppIds, kPlatformIds, kRunTitles, kFiles };
+enum class Live { kNone, kAppIds, kRunningIds, kPlatformIds, kRunTitles, kFiles };
 
 class Values;
 

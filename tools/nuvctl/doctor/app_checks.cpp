@@ -1,10 +1,13 @@
 // Applications: what is said to run and does not, and what has no program.
 #include <dirent.h>
+#include <nuv_platform/platform_hbbtv.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <set>
 #include <thread>
 
@@ -37,15 +40,27 @@ std::set<std::string> LivingApps() {
   return ids;
 }
 
-// The files come first: an application that starts in between has one of the living, and is not missed.
+// The HbbTV application that the platform takes for running; empty where there is none.
+std::string RunningHbbtv() {
+  char* id = nullptr;
+  const int found = GetRunningHbbtvApp(&id);
+  const std::unique_ptr<char, decltype(&std::free)> owned(id, std::free);
+  return found == 1 && id != nullptr ? id : "";
+}
+
+// Paths below the state directory. The files come first: an application that starts in between has one of the living,
+// and is not missed.
 std::optional<std::vector<std::string>> StaleFiles(const std::string& running) {
-  auto names = FilesIn(running);
+  const auto names = FilesIn(running);
   if (!names) return std::nullopt;
+  const std::string hbbtv = RunningHbbtv();
   const std::set<std::string> living = LivingApps();
-  names->erase(std::remove_if(names->begin(), names->end(),
-                              [&living](const std::string& name) { return living.count(name) != 0; }),
-               names->end());
-  return names;
+  std::vector<std::string> stale;
+  for (const std::string& name : *names) {
+    if (living.count(name) == 0) stale.push_back("running/" + name);
+  }
+  if (!hbbtv.empty() && living.count(hbbtv) == 0) stale.emplace_back("hbbtv");
+  return stale;
 }
 
 Finding LookAtRunningFiles(Examination& examination) {
@@ -61,8 +76,8 @@ Finding LookAtRunningFiles(Examination& examination) {
   if (stale->empty()) return Fine("each file of a running application has its process");
   std::vector<std::string> words;
   words.reserve(stale->size());
-  const std::string folder = running + "/";
-  for (const std::string& name : *stale) words.push_back(ShellWord(folder + name));
+  const std::string state = examination.directory() + "/";
+  for (const std::string& path : *stale) words.push_back(ShellWord(state + path));
   std::string command = "rm --";
   for (const std::string& word : words) command.append(" ").append(word);
   const std::string count = std::to_string(words.size());

@@ -132,17 +132,17 @@ Report TerminateAll(const Values& values) {
   return WaitUntilGone(values, RunningOfCatalogue, {});
 }
 
-const RegisteredVerb kTerminate({"terminate",
-                                 Group::kApplications,
-                                 "Terminate an application",
-                                 {AppPosition("Application to terminate: its id, kelvo id, package name or run title"),
-                                  TitleOption().Excludes({"ID", "--caller", "--reason", "--option"}), CallerOption(),
-                                  ReasonOption(),
-                                  Option("--option", "N", "The service's terminate option (default 0)").Number(),
-                                  GoneOption(), NoWaitFlag(), TimeoutOption()},
-                                 Terminate,
-                                 {"ID", "--title"}},
-                                Sides::kBoth);
+const RegisteredVerb kTerminate(
+    {"terminate",
+     Group::kApplications,
+     "Terminate an application",
+     {AppPosition("Application to terminate: its id, kelvo id, package name or run title").From(Live::kRunningIds),
+      TitleOption().Excludes({"ID", "--caller", "--reason", "--option"}), CallerOption(), ReasonOption(),
+      Option("--option", "N", "The service's terminate option (default 0)").Number(), GoneOption(), NoWaitFlag(),
+      TimeoutOption()},
+     Terminate,
+     {"ID", "--title"}},
+    Sides::kBoth);
 
 const RegisteredVerb kTerminateAll({"terminate-all",
                                     Group::kApplications,
