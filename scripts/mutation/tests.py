@@ -63,14 +63,15 @@ def _is_for(program, file):
 
 
 class Reach:
-    """Which lines each test reaches, and how long it takes; measured once and kept in a file."""
+    """Which lines each test reaches, and how long it takes; kept in a file until test or library are built anew."""
 
     def __init__(self, project, build, tests):
         self._project, self._build = project, build
         self._notes = build / 'mutation' / 'reach'
         self._objects = build / 'src/CMakeFiles/nuv_launcher_objects.dir'
         self._notes.mkdir(parents=True, exist_ok=True)
-        missing = [test for test in tests if not self._note(test).exists()]
+        library = (build / 'lib/libnuv_launcher_api.so').stat().st_mtime
+        missing = [test for test in tests if not self._is_noted(test, library)]
         if missing:
             print(f'measuring what each of {len(missing)} tests reaches', flush=True)
             with ThreadPoolExecutor(3) as pool:
@@ -89,6 +90,10 @@ class Reach:
 
     def _note(self, test):
         return self._notes / (re.sub(r'[^\w.]', '_', test.name) + '.json')
+
+    def _is_noted(self, test, library):
+        note = self._note(test)
+        return note.exists() and note.stat().st_mtime > max(library, Path(test.command[0]).stat().st_mtime)
 
     def _read(self, test, note):
         if not note['passed']:
