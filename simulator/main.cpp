@@ -7,6 +7,7 @@
 #include "pin/pin_dialog.h"
 #include "scenario_file.h"
 #include "server.h"
+#include "service_backend.h"
 #include "service_methods.h"
 #include "stand_in.h"
 
@@ -25,7 +26,9 @@ int Serve(const simulator::Options& options) {
     simulator::Warn(error.what());
     return kUsageError;
   }
-  return simulator::Server(options, *scenario, std::move(seed)).Run();
+  simulator::Journal journal(options.verbose);
+  simulator::ServiceBackend backend(options, *scenario, std::move(seed), journal);
+  return simulator::Server(options, backend, journal).Run();
 }
 
 }  // namespace
