@@ -5,6 +5,7 @@
 
 #include "options.h"
 #include "pin/pin_dialog.h"
+#include "replay/replayer.h"
 #include "scenario_file.h"
 #include "server.h"
 #include "service_backend.h"
@@ -14,6 +15,18 @@
 namespace {
 
 constexpr int kUsageError = 2;
+
+int Replay(const simulator::Options& options) {
+  simulator::Journal journal(options.verbose);
+  std::optional<simulator::Replayer> replayer;
+  try {
+    replayer.emplace(options, journal);
+  } catch (const simulator::RecordingError& error) {
+    simulator::Warn(error.what());
+    return kUsageError;
+  }
+  return simulator::Server(options, *replayer, journal).Run();
+}
 
 int Serve(const simulator::Options& options) {
   std::optional<simulator::ScenarioFile> scenario;
@@ -41,7 +54,7 @@ int main(int argc, char** argv) {
   const auto options = simulator::ParseOptions(argc, argv, &exit_status);
   if (!options) return exit_status;
   try {
-    return Serve(*options);
+    return options->replay.empty() ? Serve(*options) : Replay(*options);
   } catch (const std::exception& error) {
     simulator::Warn(error.what());
     return EXIT_FAILURE;
