@@ -110,9 +110,10 @@ TEST_F(Conformance, OfALockedApplicationThatIsRefused) {
 
 TEST_F(Conformance, OfEachReasonNotToLaunch) {
   HoldsBothWays({{{"webapp", "nobody.app", "webapp", "absent.app", "webapp", "crash.app", "webapp", "empty.app"},
-                  {"preload", "nobody.app", "deeplink", "absent.app"}},
+                  {"preload", "locked.app", "deeplink", "absent.app"}},
                  {"--no-stand-ins", "--settle", "2000"}},
-                "");
+                "notified nobody.app 903 400\nnotified absent.app 903 401\nnotified crash.app 903 406\n"
+                "notified empty.app 903 404\nnotified locked.app 905 403\nnotified absent.app 907 401\n");
 }
 
 TEST_F(Conformance, OfTerminationAndStatus) {
@@ -129,11 +130,12 @@ TEST_F(Conformance, OfAServiceThatIsLateRefusesAndRepeatsItself) {
                           {"method": "launch_app", "app": "b.app", "start": false,
                            "results": [{"event": 903, "res": 405, "before_reply": true}]},
                           {"method": "get_android_app_status", "reply": "(-7,)"}])rules"},
-                "");
+                "notified a.app 902 0\nterminate -1\nnotified b.app 903 405\nstatus droid.app -7\n");
 }
 
 TEST_F(Conformance, OfAServiceThatDiesInACall) {
-  HoldsBothWays({{{"webapp", "a.app"}}, {}, R"([{"method": "launch_app", "answer": "exit"}])"}, "");
+  HoldsBothWays({{{"webapp", "a.app"}}, {}, R"([{"method": "launch_app", "answer": "exit"}])"},
+                "notified a.app 903 404\nwebapp a.app failed\n");
 }
 
 TEST_F(Conformance, IsBrokenByOneOtherAnswer) {

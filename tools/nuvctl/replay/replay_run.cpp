@@ -27,6 +27,7 @@ using recording::Kind;
 constexpr unsigned kConnectLimitMs = 3000;
 constexpr size_t kMostConnections = 100;  // the bus allows a user a few hundred
 constexpr size_t kPlacesCompared = 32;
+constexpr size_t kLaunchesKept = 32;
 constexpr char kServiceInterfaces[] = "org.kelvo.tv.";
 constexpr const char* kServiceNames[] = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
 
@@ -49,6 +50,13 @@ std::string Counted(size_t count, const std::string& one) {
   return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
 }
 
+Report Refused(const std::string& why) {
+  Report report;
+  report.outcome = Outcome::kUsage;
+  report.error = Printable(why);
+  return report;
+}
+
 // What came to a client in place of the recorded one.
 struct Arrived {
   size_t position;     // among all that came to it
@@ -66,6 +74,12 @@ struct SentCall {
   std::string place;
 };
 
+struct Launch {
+  std::string object;
+  int index;
+  std::string words;
+};
+
 struct Client {
   explicit Client(ConnectionOwner connection, std::shared_ptr<Bell> bell)
       : live(std::move(connection), std::move(bell)) {}
@@ -73,7 +87,7 @@ struct Client {
   LiveClient live;
   std::map<guint32, SentCall> unanswered;       // by the recorded serial
   std::map<guint32, guint32> recorded_serials;  // of those, by the live one
-  std::map<std::string, std::string> launches;  // last call that names the object
+  std::deque<Launch> launches;                  // the last ones
   std::deque<Arrived> arrived;                  // and is not compared yet
   size_t arrivals = 0;
   std::deque<std::pair<size_t, size_t>> compared;  // places then and now of what was compared last
@@ -92,6 +106,12 @@ struct Expected {
   std::string object;       // of a result
   int index = 0;            // of a result
 };
+
+std::string LaunchOf(const Client& client, const std::string& object, int index) {
+  const auto launch = std::find_if(client.launches.rbegin(), client.launches.rend(),
+                                   [&](const Launch& one) { return one.object == object && one.index == index; });
+  return launch == client.launches.rend() ? "" : launch->words;
+}
 
 bool IsFor(const Arrived& arrived, const Expected& expected) {
   return expected.live_serial != 0
@@ -164,17 +184,19 @@ class ReplayRun {
 
 Report ReplayRun::Run() {
   recording::Header header;
-  if (!reader_.Open(header)) return ReportOf({Outcome::kUsage, Printable(reader_.Problem())});
-  if (header.redacted) {
-    return ReportOf({Outcome::kUsage, Printable(plan_.file) + ": a redacted recording cannot be replayed"});
-  }
+  if (!reader_.Open(header)) return Refused(reader_.Problem());
+  if (header.redacted) return Refused(plan_.file + ": a redacted recording cannot be replayed");
   if (const auto obstacle = WhyOutOfReach()) return ReportOf(*obstacle);
   const InterruptHandler handler([bell = bell_] { bell->RingForTheEnd(); });
   ReadAll();
   if (!end_ && calls_ == 0) End({Outcome::kUsage, plan_.file + ": the recording has no calls of the service"});
   if (!end_) TellTheRest();
   if (!end_ && differences_ != 0) End({Outcome::kFailed, "not as recorded: " + Counted(differences_, "difference")});
-  Report report = end_ ? ReportOf({end_->outcome, Printable(end_->message)}, Details()) : Report();
+  Report report;
+  if (end_) {
+    report.outcome = end_->outcome;
+    report.error = Printable(end_->message);
+  }
   report.details = Details();
   report.warnings = warnings_;
   if (!end_) {
@@ -235,7 +257,7 @@ void ReplayRun::ReadMessage(const recording::Entry& entry, GDBusMessage* message
 void ReplayRun::ReadCall(const recording::Entry& entry, GDBusMessage* call) {
   if (!ObjectOfResult(call).empty()) return KeepResult(entry, call);
   const std::string service = ServiceIn(call);
-  if (!service.empty()) SendCall(entry, call, service);
+  if (!service.empty() && !IsFromPinDialog(call)) SendCall(entry, call, service);
 }
 
 // The service's name that the call goes to; empty where it is none of the service's own calls.
@@ -279,6 +301,7 @@ void ReplayRun::KeepResult(const recording::Entry& entry, GDBusMessage* result) 
   expected.client = owner->second;
   expected.index = EventIndexOf(result);
   expected.words = ResultInWords(result);
+  expected.call = LaunchOf(*clients_.at(expected.client), expected.object, expected.index);
   results_[{Text(g_dbus_message_get_sender(result)), g_dbus_message_get_serial(result)}] = std::move(expected);
 }
 
@@ -287,8 +310,8 @@ void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, cons
   const std::string name = Text(g_dbus_message_get_sender(call));
   Client* client = end_ ? nullptr : ClientNamed(name);
   if (client == nullptr) return;
-  const std::string object = ObjectNameIn(call);
-  if (!object.empty() && !OwnObject(*client, name, object)) return;
+  const auto address = ResultAddressIn(call);
+  if (address && !OwnObject(*client, name, address->object_name)) return;
   const MessageOwner copy(g_dbus_message_copy(call, nullptr));
   g_dbus_message_set_sender(copy.get(), nullptr);
   g_dbus_message_set_destination(copy.get(), service.c_str());
@@ -297,7 +320,8 @@ void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, cons
   ++calls_;
   KeepPace(entry.t_us);
   const std::string words = CallInWords(call);
-  if (!object.empty()) client->launches[object] = words;
+  if (address) client->launches.push_back({address->object_name, address->event_index, words});
+  if (client->launches.size() > kLaunchesKept) client->launches.pop_front();
   if ((g_dbus_message_get_flags(call) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) != 0) return;
   const guint32 recorded = g_dbus_message_get_serial(call);
   client->unanswered[recorded] = {serial, Text(g_dbus_message_get_member(call)), words, Place()};
@@ -371,8 +395,9 @@ void ReplayRun::Collect(Client& client) {
   while (const MessageOwner message = client.live.Take()) {
     const std::string object = ObjectOfResult(message.get());
     if (!object.empty()) {
-      client.arrived.push_back({client.arrivals++, 0, object, EventIndexOf(message.get()), client.launches[object],
-                                ResultInWords(message.get())});
+      const int index = EventIndexOf(message.get());
+      client.arrived.push_back(
+          {client.arrivals++, 0, object, index, LaunchOf(client, object, index), ResultInWords(message.get())});
       continue;
     }
     const guint32 serial = g_dbus_message_get_reply_serial(message.get());

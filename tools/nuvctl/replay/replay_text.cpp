@@ -1,7 +1,10 @@
 #include "replay/replay_text.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "glib_handles.h"
 #include "report/text.h"
@@ -24,18 +27,18 @@ constexpr Uncounted kUncounted[] = {
     {"Payloads", ".0.*.0"},     // process id
 };
 
-// Where a request names the client object, and where it says what application it is about.
-struct Request {
+constexpr char kLaunchMethod[] = "launch_app";
+constexpr char kPlainLaunchMethod[] = "LaunchRequest";
+constexpr const char* kDialogMethods[] = {"EnterPin", "CancelPin"};
+
+// Where a call says what application it is about.
+struct AppPlace {
   const char* method;
-  int object;  // -1: nowhere
-  int app;
+  gsize position;
 };
-constexpr Request kRequests[] = {
-    {"launch_app", 0, 2},
-    {"terminate_app", -1, 0},
-    {"terminate_app_by_runtitle", -1, 0},
-    {"get_android_app_status", -1, 0},
-    {"LaunchRequest", -1, 0},
+constexpr AppPlace kAppPlaces[] = {
+    {kLaunchMethod, 2},      {kPlainLaunchMethod, 0},       {"terminate_app", 0}, {"terminate_app_by_runtitle", 0},
+    {"send_appexec_kpi", 1}, {"get_android_app_status", 0}, {"nuv_command", 1},
 };
 
 std::string Text(const char* text) {
@@ -83,34 +86,39 @@ std::string Named(int number) {
   return std::to_string(number) + (meaning == nullptr ? "" : std::string(" (") + meaning->name + ")");
 }
 
-std::string TextAt(GDBusMessage* call, int position) {
+VariantOwner ArgumentAt(GDBusMessage* call, gsize position, const char* type) {
   GVariant* body = g_dbus_message_get_body(call);
-  if (position < 0 || body == nullptr || g_variant_n_children(body) <= static_cast<gsize>(position)) return "";
-  const VariantOwner child(g_variant_get_child_value(body, static_cast<gsize>(position)));
-  return g_variant_is_of_type(child.get(), G_VARIANT_TYPE_STRING) ? g_variant_get_string(child.get(), nullptr) : "";
+  if (body == nullptr || g_variant_n_children(body) <= position) return nullptr;
+  VariantOwner argument(g_variant_get_child_value(body, position));
+  return g_variant_is_of_type(argument.get(), G_VARIANT_TYPE(type)) != FALSE ? std::move(argument) : nullptr;
 }
 
-// The extra data of a request for the PIN dialog tell the client's process id, which its object is called after.
-std::string ObjectNameInExtraData(GDBusMessage* call) {
-  GVariant* body = g_dbus_message_get_body(call);
-  if (body == nullptr || g_variant_is_of_type(body, G_VARIANT_TYPE("(sssa(ss))")) == FALSE) return "";
-  std::string pid;
-  const VariantOwner pairs(g_variant_get_child_value(body, 3));
-  for (gsize i = 0; i < g_variant_n_children(pairs.get()); ++i) {
+std::string TextAt(GDBusMessage* call, gsize position) {
+  const VariantOwner text = ArgumentAt(call, position, "s");
+  return text == nullptr ? "" : g_variant_get_string(text.get(), nullptr);
+}
+
+// A request for the PIN dialog has these in its extra data: the client's process id, after which its object is called,
+// and its number.
+ResultAddress AddressInExtraData(GVariant* pairs) {
+  ResultAddress address;
+  for (gsize i = 0; i < g_variant_n_children(pairs); ++i) {
     const char* key = nullptr;
     const char* value = nullptr;
-    g_variant_get_child(pairs.get(), i, "(&s&s)", &key, &value);
-    if (std::strcmp(key, "Pid") == 0) pid = value;
+    g_variant_get_child(pairs, i, "(&s&s)", &key, &value);
+    if (std::strcmp(key, "Pid") == 0) address.object_name = std::string("obj") + value;
+    if (std::strcmp(key, "Index") == 0) address.event_index = static_cast<int>(g_ascii_strtoll(value, nullptr, 10));
   }
-  return pid.empty() ? "" : "obj" + pid;
+  return address;
 }
 
 }  // namespace
 
 std::string CallInWords(GDBusMessage* call) {
   const std::string method = MethodOf(call);
-  for (const Request& row : kRequests) {
-    if (method == row.method) return Shortened(method + " app=\"" + TextAt(call, row.app) + "\"", kLongestCall);
+  for (const AppPlace& place : kAppPlaces) {
+    if (method != place.method) continue;
+    return Shortened(method + " app=\"" + TextAt(call, place.position) + "\"", kLongestCall);
   }
   return Shortened(method + " " + Body(call, ""), kLongestCall);
 }
@@ -150,11 +158,21 @@ int EventIndexOf(GDBusMessage* result) {
   return index;
 }
 
-std::string ObjectNameIn(GDBusMessage* call) {
+std::optional<ResultAddress> ResultAddressIn(GDBusMessage* call) {
   const std::string method = MethodOf(call);
-  if (method == "LaunchRequest") return ObjectNameInExtraData(call);
-  for (const Request& row : kRequests) {
-    if (method == row.method) return TextAt(call, row.object);
+  ResultAddress address;
+  if (method == kLaunchMethod) {
+    const VariantOwner index = ArgumentAt(call, 9, "i");
+    address = {TextAt(call, 0), index == nullptr ? 0 : g_variant_get_int32(index.get())};
+  } else if (const VariantOwner pairs = ArgumentAt(call, 3, "a(ss)");
+             method == kPlainLaunchMethod && pairs != nullptr) {
+    address = AddressInExtraData(pairs.get());
   }
-  return "";
+  return address.object_name.empty() ? std::nullopt : std::optional<ResultAddress>(address);
+}
+
+bool IsFromPinDialog(GDBusMessage* call) {
+  const std::string method = MethodOf(call);
+  return std::any_of(std::begin(kDialogMethods), std::end(kDialogMethods),
+                     [&](const char* name) { return method == name; });
 }

@@ -3,6 +3,7 @@
 
 #include <gio/gio.h>
 
+#include <optional>
 #include <string>
 
 // "launch_app app=..." for a person; short.
@@ -15,5 +16,14 @@ std::string ResultInWords(GDBusMessage* result);
 // The number under which the client asked for what the result is about.
 int EventIndexOf(GDBusMessage* result);
 
-// The name of the client object that the call wants its results on; empty where it wants none.
-std::string ObjectNameIn(GDBusMessage* call);
+// Where a call wants its results: the name of the client object, and the number that they carry.
+struct ResultAddress {
+  std::string object_name;
+  int event_index = 0;
+};
+
+// Nothing where it wants none.
+std::optional<ResultAddress> ResultAddressIn(GDBusMessage* call);
+
+// Whether the call came from the service's own PIN dialog, which answers the service of now by itself.
+bool IsFromPinDialog(GDBusMessage* call);
