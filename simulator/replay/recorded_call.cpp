@@ -61,7 +61,7 @@ class KeyMaker {
   void Add(GVariant* value) {
     const VariantPtr normal(g_variant_get_normal_form(value));
     const std::string type = g_variant_get_type_string(normal.get());
-    const guint64 size = g_variant_get_size(normal.get());
+    const gsize size = g_variant_get_size(normal.get());
     Add(type.c_str(), type.size() + 1);
     Add(&size, sizeof size);
     Add(g_variant_get_data(normal.get()), size);

@@ -281,6 +281,26 @@ TEST_F(SimulatorReplayTest, WarnsOfMessagesThatAreMissing) {
   EXPECT_EQ(simulator_->Errors(), "nuv-simulator: " + File() + ": 3 messages are missing from the recording\n");
 }
 
+TEST_F(SimulatorReplayTest, KeepsOfALargeRecordingOnlyWhatItAnswersWith) {
+  constexpr int kCalls = 1600;
+  MadeRecording made(File());
+  const auto text = [](int i) { return std::to_string(i) + std::string(48000, 'x'); };
+  for (int i = 0; i < kCalls; ++i) {
+    made.Reply(kClient, made.Call(kClient, "notify_special_app", g_variant_new("(s)", text(i).c_str())));
+  }
+  made.End();
+  ASSERT_GT(std::filesystem::file_size(File()), 100000000u);
+  simulator_ = std::make_unique<Process>(
+      std::vector<std::string>{NUV_BIN_DIR "/nuv-simulator", "--replay", File(), "--print-ready"}, files_.path(),
+      Process::Environment{{"ASAN_OPTIONS", BoundedSanitizer()}});
+  ASSERT_TRUE(WaitUntil([this] { return simulator_->Output() == "ready\n"; }, Milliseconds(100000)));
+  EXPECT_EQ(Call("notify_special_app", g_variant_new("(s)", text(kCalls - 1).c_str())).Text(), "()");
+  const std::string status = ReadFile("/proc/" + std::to_string(simulator_->pid()) + "/status");
+  const std::size_t at = status.find("VmHWM:");
+  ASSERT_NE(at, std::string::npos);
+  EXPECT_LT(std::stol(status.substr(at + 6)), kBoundedKib);
+}
+
 TEST_F(SimulatorReplayTest, ARecordingOfAnotherVersionIsRefused) {
   WriteFile(File(), R"({"format":"nuv-recording","version":2,"library":"9","service":null,"bus":"x",)"
                     R"("started":"2024-02-29T12:00:00.000001Z","redacted":false})"

@@ -35,6 +35,14 @@ guint32 MadeRecording::Call(const std::string& client, const std::string& method
   return serial_;
 }
 
+guint32 MadeRecording::CallControl(const std::string& client, const std::string& method, GVariant* arguments) {
+  GDBusMessage* call = g_dbus_message_new_method_call("org.kelvo.tv.corvane.server", "/org/kelvo/tv/NuvSimulator",
+                                                      "org.kelvo.tv.NuvSimulator1", method.c_str());
+  if (arguments != nullptr) g_dbus_message_set_body(call, arguments);
+  Add(call, client);
+  return serial_;
+}
+
 void MadeRecording::Reply(const std::string& client, guint32 serial, GVariant* body) {
   GDBusMessage* reply = g_dbus_message_new();
   g_dbus_message_set_message_type(reply, G_DBUS_MESSAGE_TYPE_METHOD_RETURN);
@@ -73,6 +81,14 @@ void MadeRecording::Acknowledge(const std::string& client, guint32 serial) {
   Add(reply, client);
 }
 
+void MadeRecording::Signal(std::size_t bytes) {
+  GDBusMessage* signal =
+      g_dbus_message_new_signal("/org/kelvo/tv/NuvSimulator", "org.kelvo.tv.NuvSimulator1", "Request");
+  const std::string text(bytes, 'x');
+  g_dbus_message_set_body(signal, g_variant_new("(sss)", text.c_str(), "", ""));
+  Add(signal, kService);
+}
+
 void MadeRecording::Lost(std::uint64_t count) {
   recording::Entry entry;
   entry.t_us = t_us_;
@@ -94,6 +110,11 @@ void MadeRecording::Add(GDBusMessage* message, const std::string& sender) {
   ASSERT_NE(bytes, nullptr);
   EXPECT_EQ(writer_.Write(recording::EntryOf(t_us_, message, {bytes, bytes + size})), "");
   g_free(bytes);
+}
+
+std::string BoundedSanitizer() {
+  const char* options = g_getenv("ASAN_OPTIONS");
+  return (options == nullptr ? "" : std::string(options) + ":") + "quarantine_size_mb=1";
 }
 
 GVariant* ResultArguments(int thread_id, const std::string& app, int result, int event, int index, int cb_type) {

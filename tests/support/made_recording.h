@@ -3,6 +3,7 @@
 
 #include <gio/gio.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -20,12 +21,16 @@ class MadeRecording {
 
   // A call of the service; its serial.
   guint32 Call(const std::string& client, const std::string& method, GVariant* arguments = nullptr);
+  // One of the simulator's own interface.
+  guint32 CallControl(const std::string& client, const std::string& method, GVariant* arguments = nullptr);
   void Reply(const std::string& client, guint32 serial, GVariant* body = nullptr);
   void Error(const std::string& client, guint32 serial, const std::string& name, const std::string& text,
              const std::string& sender = kService);
   // A result for the client object, with its serial, and what that answers.
   guint32 Result(const std::string& object, GVariant* arguments);
   void Acknowledge(const std::string& client, guint32 serial);
+  // A signal of the service, with so much in it.
+  void Signal(std::size_t bytes);
   void Lost(std::uint64_t count);
   void End();
 
@@ -36,6 +41,11 @@ class MadeRecording {
   std::int64_t t_us_ = 0;
   guint32 serial_ = 0;
 };
+
+// What a process may take of memory at the most to work on a recording of 100 MB a line at a time, in KiB; and what a
+// sanitizer is to be told so that what was given back counts as free.
+inline constexpr long kBoundedKib = 80000;
+std::string BoundedSanitizer();
 
 // The arguments of a result.
 GVariant* ResultArguments(int thread_id, const std::string& app, int result, int event, int index, int cb_type = 1);

@@ -28,6 +28,7 @@ constexpr unsigned kConnectLimitMs = 3000;
 constexpr size_t kMostConnections = 100;  // the bus allows a user a few hundred
 constexpr size_t kPlacesCompared = 32;
 constexpr size_t kLaunchesKept = 32;
+constexpr double kLongestPauseUs = 1e14;  // years; the clock does not overflow
 constexpr char kServiceInterfaces[] = "org.kelvo.tv.";
 constexpr const char* kServiceNames[] = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
 
@@ -377,7 +378,7 @@ void ReplayRun::CloseIdleClient() {
 Clock::time_point ReplayRun::Due(std::int64_t t_us) const {
   if (!pace_ || plan_.speed == 0) return Clock::now();
   const double later_us = static_cast<double>(t_us - pace_->second) / plan_.speed;
-  return pace_->first + std::chrono::microseconds(std::llround(later_us));
+  return pace_->first + std::chrono::microseconds(std::llround(std::min(later_us, kLongestPauseUs)));
 }
 
 // A service that is slower than recorded does not shorten the pauses of its clients.
