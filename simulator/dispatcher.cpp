@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "raw_reply.h"
+
 namespace simulator {
 namespace {
 
@@ -25,14 +27,11 @@ int Shift(int number, int offset) {
   return static_cast<int>(static_cast<unsigned>(number) + static_cast<unsigned>(offset));
 }
 
-// A reply whose type the interface does not know, which GLib's own reply call refuses to send.
 void SendRawReply(GDBusMethodInvocation* invocation, GVariant* body) {
   const ObjectPtr<GDBusMessage> reply(
       g_dbus_message_new_method_reply(g_dbus_method_invocation_get_message(invocation)));
   g_dbus_message_set_body(reply.get(), body);
-  g_dbus_connection_send_message(g_dbus_method_invocation_get_connection(invocation), reply.get(),
-                                 G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
-  g_object_unref(invocation);
+  SendRaw(invocation, reply.get());
 }
 
 // The message may be a text of the database, which anybody has written.
@@ -51,11 +50,7 @@ ProgramInput UnpackPlainRequest(GVariant* arguments) {
   input.app_id = TextOf(arguments, 0);
   input.operation = TextOf(arguments, 1);
   input.uri = TextOf(arguments, 2);
-  const VariantPtr pairs = ChildOf(arguments, 3);
-  for (gsize i = 0; i < g_variant_n_children(pairs.get()); ++i) {
-    const VariantPtr pair = ChildOf(pairs.get(), i);
-    input.extra_data.emplace_back(TextOf(pair.get(), 0), TextOf(pair.get(), 1));
-  }
+  input.extra_data = UnpackPairs(ChildOf(arguments, 3).get());
   return input;
 }
 

@@ -63,4 +63,15 @@ LaunchRequest UnpackLaunchRequest(GVariant* parameters) {
   return request;
 }
 
+ExtraData UnpackPairs(GVariant* pairs) {
+  ExtraData extra_data;
+  const gsize count = g_variant_n_children(pairs);
+  extra_data.reserve(count);
+  for (gsize i = 0; i < count; ++i) {
+    const VariantPtr pair = ChildOf(pairs, i);
+    extra_data.emplace_back(TextOf(pair.get(), 0), TextOf(pair.get(), 1));
+  }
+  return extra_data;
+}
+
 }  // namespace simulator

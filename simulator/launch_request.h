@@ -36,4 +36,7 @@ struct LaunchRequest {
 
 LaunchRequest UnpackLaunchRequest(GVariant* parameters);
 
+// The extra data of a plain request, "a(ss)".
+ExtraData UnpackPairs(GVariant* pairs);
+
 }  // namespace simulator

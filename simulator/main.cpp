@@ -5,14 +5,28 @@
 
 #include "options.h"
 #include "pin/pin_dialog.h"
+#include "replay/replayer.h"
 #include "scenario_file.h"
 #include "server.h"
+#include "service_backend.h"
 #include "service_methods.h"
 #include "stand_in.h"
 
 namespace {
 
 constexpr int kUsageError = 2;
+
+int Replay(const simulator::Options& options) {
+  simulator::Journal journal(options.verbose);
+  std::optional<simulator::Replayer> replayer;
+  try {
+    replayer.emplace(options, journal);
+  } catch (const simulator::RecordingError& error) {
+    simulator::Warn(error.what());
+    return kUsageError;
+  }
+  return simulator::Server(options, *replayer, journal).Run();
+}
 
 int Serve(const simulator::Options& options) {
   std::optional<simulator::ScenarioFile> scenario;
@@ -25,7 +39,9 @@ int Serve(const simulator::Options& options) {
     simulator::Warn(error.what());
     return kUsageError;
   }
-  return simulator::Server(options, *scenario, std::move(seed)).Run();
+  simulator::Journal journal(options.verbose);
+  simulator::ServiceBackend backend(options, *scenario, std::move(seed), journal);
+  return simulator::Server(options, backend, journal).Run();
 }
 
 }  // namespace
@@ -38,7 +54,7 @@ int main(int argc, char** argv) {
   const auto options = simulator::ParseOptions(argc, argv, &exit_status);
   if (!options) return exit_status;
   try {
-    return Serve(*options);
+    return options->replay.empty() ? Serve(*options) : Replay(*options);
   } catch (const std::exception& error) {
     simulator::Warn(error.what());
     return EXIT_FAILURE;

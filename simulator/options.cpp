@@ -31,6 +31,12 @@ void Describe(CLI::App& app, Options& options) {
   app.add_option("--dir", options.directory, "State directory")->capture_default_str();
   app.add_option("--seed", options.seed, "Load this catalogue into the application database");
   app.add_option("--scenario", options.scenario, "Misbehave as this file says; it is read again when it changes");
+  auto* replay = app.add_option("--replay", options.replay, "Answer as the service of this recording did");
+  for (const char* other : {"--seed", "--scenario"}) replay->excludes(app.get_option(other));
+  app.add_option("--speed", options.speed, "Replay so many times as fast as recorded; 0: without delays")
+      ->check(CLI::Range(0.0, 1e6))
+      ->needs(replay)
+      ->capture_default_str();
   app.add_option("--settle", options.settle_ms, "Milliseconds that a program has to live before it counts as started")
       ->check(CLI::Range(0, 600000))
       ->capture_default_str();

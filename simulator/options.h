@@ -12,6 +12,8 @@ struct Options {
   std::string directory;  // state directory
   std::string seed;       // catalogue to load; empty for none
   std::string scenario;   // empty for none
+  std::string replay;     // recording to answer from, in place of a service of its own; empty for none
+  double speed = 1;       // of the replay; 0: without delays
   int settle_ms = 30;
   std::string pin = "0000";
   std::optional<PinAnswer> pin_answer;  // in place of the user's, where no scenario gives one

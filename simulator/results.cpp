@@ -58,8 +58,8 @@ void Try(const DeliveryPtr& delivery) {
     Report(*delivery, "lost: \"" + m.object_name + "\" names no client object");
     return;
   }
-  GVariant* arguments = g_variant_new("(isiiiisi)", m.thread_id, m.app_id.c_str(), m.outcome.result, m.outcome.event, 0,
-                                      m.event_index, m.method_call.c_str(), m.cb_type);
+  GVariant* arguments = g_variant_new("(isiiiisi)", m.thread_id, m.app_id.c_str(), m.outcome.result, m.outcome.event,
+                                      m.data, m.event_index, m.method_call.c_str(), m.cb_type);
   g_dbus_connection_call(delivery->connection.get(), name.c_str(), path.c_str(), interface.c_str(), "app_launch_result",
                          arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kCallTimeoutMs, nullptr, Answered,
                          new DeliveryPtr(delivery));
@@ -76,6 +76,17 @@ ResultMessage MakeResult(const LaunchRequest& request, LaunchResult outcome) {
   message.event_index = request.event_index;
   message.method_call = request.method_call;
   message.cb_type = request.cb_type;
+  return message;
+}
+
+ResultMessage UnpackResult(GVariant* arguments) {
+  ResultMessage message;
+  const char* app_id = nullptr;
+  const char* method_call = nullptr;
+  g_variant_get(arguments, "(i&siiii&si)", &message.thread_id, &app_id, &message.outcome.result, &message.outcome.event,
+                &message.data, &message.event_index, &method_call, &message.cb_type);
+  message.app_id = app_id;
+  message.method_call = method_call;
   return message;
 }
 

@@ -21,12 +21,16 @@ struct ResultMessage {
   int thread_id = 0;
   std::string app_id;
   LaunchResult outcome;
+  int data = 0;
   int event_index = 0;
   std::string method_call;
   int cb_type = 0;
 };
 
 ResultMessage MakeResult(const LaunchRequest& request, LaunchResult outcome);
+
+// All but the object name, from the arguments of a call that was made before.
+ResultMessage UnpackResult(GVariant* arguments);
 
 // Calls app_launch_result. A client whose name or object is a moment late is tried again for about a second.
 void SendResult(GDBusConnection* connection, const ResultMessage& message, const Journal& journal);

@@ -2,19 +2,16 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
-#include "bus_link.h"
-#include "dispatcher.h"
+#include "backend.h"
+#include "journal.h"
 #include "options.h"
-#include "running_files.h"
 
 namespace simulator {
 
 class Server {
  public:
-  // Throws DirectoryError when the state directory is not to be used.
-  Server(const Options& options, ScenarioFile& scenario, std::optional<Catalogue> seed);
+  Server(const Options& options, Backend& backend, Journal& journal);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -28,24 +25,16 @@ class Server {
   };
 
   void Connect();  // throws
-  void PrepareService();
-  void TellMissingPrograms(const Catalogue& catalogue) const;
-  void TellUnknownApps(const Scenario& scenario) const;
-  void TellUnmatched(const Scenario& scenario) const;
-  void TellWhere() const;
   void TellReady();
   void TryAgainLater();
   void BusLost();
   void End(int status);
 
   const Options& options_;
-  ScenarioFile& scenario_;
-  std::optional<Catalogue> seed_;
-  Journal journal_;
-  RunningFiles files_;
+  Backend& backend_;
+  CallHandler* handler_ = nullptr;  // from the first connection on
+  Journal& journal_;
   std::unique_ptr<GMainLoop, LoopUnref> loop_;
-  std::unique_ptr<Service> service_;  // from the first connection on
-  std::unique_ptr<Dispatcher> dispatcher_;
   std::unique_ptr<BusLink> link_;
   int ready_fd_;
   int status_ = 0;

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr double kMostSeconds = 1e6;
+constexpr double kLeastFactor = 0.001;
 
 // More than a command line can hold.
 constexpr int kMostValues = 1 << 24;
@@ -38,13 +39,20 @@ std::string CheckSeconds(const std::string& text) {
   return "not a number of seconds above 0 and up to " + std::to_string(std::lround(kMostSeconds)) + ": " + text;
 }
 
+std::string CheckFactor(const std::string& text) {
+  double factor = 0;
+  const bool number = CLI::detail::lexical_cast(text, factor);
+  if (number && (factor == 0 || (factor >= kLeastFactor && factor <= kMostSeconds))) return "";
+  return "neither 0 nor a number from 0.001 to " + std::to_string(std::lround(kMostSeconds)) + ": " + text;
+}
+
 // An argument with what the parser has read for it.
 struct Slot {
   const Argument* argument;
   CLI::Option* option = nullptr;
   bool flag = false;
   int number = 0;
-  double seconds = 0;
+  double decimal = 0;
   std::string text = {};
 
   Value Result() const;
@@ -62,7 +70,8 @@ Value Slot::Result() const {
     case Argument::Type::kNumber:
       return number;
     case Argument::Type::kSeconds:
-      return static_cast<int>(seconds * 1000);
+    case Argument::Type::kFactor:
+      return static_cast<int>(decimal * 1000);
   }
   return nullptr;
 }
@@ -84,7 +93,9 @@ CLI::Option* AddValue(CLI::App& app, Slot& slot) {
     case Argument::Type::kNumber:
       return app.add_option(argument.name, slot.number, argument.meaning);
     case Argument::Type::kSeconds:
-      return app.add_option(argument.name, slot.seconds, argument.meaning)->check(CLI::Validator(CheckSeconds, ""));
+      return app.add_option(argument.name, slot.decimal, argument.meaning)->check(CLI::Validator(CheckSeconds, ""));
+    case Argument::Type::kFactor:
+      return app.add_option(argument.name, slot.decimal, argument.meaning)->check(CLI::Validator(CheckFactor, ""));
     default:
       return app.add_option(argument.name, slot.text, argument.meaning);
   }

@@ -53,6 +53,11 @@ Argument& Argument::Seconds() {
   return *this;
 }
 
+Argument& Argument::Factor() {
+  type = Type::kFactor;
+  return *this;
+}
+
 Argument& Argument::Many() {
   type = Type::kTexts;
   return *this;
@@ -170,6 +175,11 @@ int Values::Number(const char* name, int otherwise) const {
 
 std::optional<unsigned> Values::Milliseconds(const char* name) const {
   return Get<int>(name);
+}
+
+std::optional<double> Values::Factor(const char* name) const {
+  const auto thousandths = Get<int>(name);
+  return thousandths ? std::optional<double>(*thousandths / 1000.0) : std::nullopt;
 }
 
 RegisteredVerb::RegisteredVerb(Verb verb, Sides sides) {

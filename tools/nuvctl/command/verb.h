@@ -16,7 +16,7 @@ class Values;
 // A position, an option with a value, or a flag.
 struct Argument {
   enum class Kind { kPosition, kOption, kFlag };
-  enum class Type { kText, kTexts, kNumber, kSeconds };
+  enum class Type { kText, kTexts, kNumber, kSeconds, kFactor };
   // Says what is wrong with a value, or nothing; may put in its place what the type is to be read from.
   using Read = std::string (*)(std::string& text);
   // Words that the value may be, too, with what else is given.
@@ -41,6 +41,7 @@ struct Argument {
   Argument& Number();
   Argument& NumberFrom(int first);
   Argument& Seconds();
+  Argument& Factor();
   Argument& Many();
   Argument& Words(std::vector<std::string> allowed, Read reads);
   Argument& List(std::vector<std::string> allowed, Read reads);
@@ -81,6 +82,7 @@ class Values {
   std::vector<std::string> Texts(const char* name) const;
   int Number(const char* name, int otherwise = 0) const;
   std::optional<unsigned> Milliseconds(const char* name) const;
+  std::optional<double> Factor(const char* name) const;
 
  private:
   template <typename T>
