@@ -1,6 +1,7 @@
 // What a verb has to say, and how it is said: as text for people or as one JSON object for programs.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <variant>
@@ -29,7 +30,7 @@ class Fields {
 };
 
 // Texts are bytes, which need not be UTF-8.
-struct Value : std::variant<std::nullptr_t, bool, int, std::string, List, Fields> {
+struct Value : std::variant<std::nullptr_t, bool, int, std::int64_t, std::string, List, Fields> {
   using variant::variant;
 };
 
