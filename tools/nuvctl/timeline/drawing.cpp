@@ -28,7 +28,7 @@ text { font: 11px "DejaVu Sans Mono", Menlo, Consolas, "Liberation Mono", monosp
 .lane { fill: #f4f6f8; }
 .grid { stroke: #dde3e8; }
 .edge { stroke: #b8c2cc; }
-.gap { fill: url(#skipped); }
+.gap { fill: #eef1f4; }
 .call { fill: #3d6a97; }
 .alone { fill: #829ab1; }
 .failed { fill: url(#hatched); stroke: #a61b1b; stroke-width: 1.5; }
@@ -44,13 +44,11 @@ text { font: 11px "DejaVu Sans Mono", Menlo, Consolas, "Liberation Mono", monosp
 .loss { fill: #ffffff; stroke: #a61b1b; stroke-width: 1.6; }
 .hatch { stroke: #a61b1b; stroke-width: 2; }
 .pale { fill: #fdeaea; }
-.skip { stroke: #b8c2cc; }
 </style>
 )svg";
 
 constexpr char kShapes[] = R"svg(<defs>
 <pattern id="hatched" width="5" height="5" patternUnits="userSpaceOnUse" patternTransform="rotate(45)"><rect class="pale" width="5" height="5"/><line class="hatch" x1="0" y1="0" x2="0" y2="5"/></pattern>
-<pattern id="skipped" width="6" height="6" patternUnits="userSpaceOnUse" patternTransform="rotate(30)"><line class="skip" x1="0" y1="0" x2="0" y2="6"/></pattern>
 <marker id="head" viewBox="0 0 8 8" refX="7" refY="4" markerWidth="7" markerHeight="7" orient="auto"><path class="head" d="M0 1 L7 4 L0 7 Z"/></marker>
 <circle id="success" class="good" r="5"/>
 <g id="failure"><path class="bad" d="M0 -7 L7 0 L0 7 L-7 0 Z"/><path class="cross" d="M-2.5 -2.5 L2.5 2.5 M-2.5 2.5 L2.5 -2.5"/></g>
@@ -83,8 +81,10 @@ body .label { stroke: #15191e; }
 body .inside { fill: #10151a; }
 body .lane { fill: #1c2229; }
 body .grid { stroke: #2c343d; }
-body .edge, body .skip { stroke: #46525e; }
+body .gap { fill: #1c2229; }
+body .edge { stroke: #46525e; }
 body .call { fill: #7fb0e0; }
+body .alone { fill: #6b7f93; }
 body .open { fill: #15191e; stroke: #7fb0e0; }
 body .delivery { stroke: #6b7f93; }
 body .wait { stroke: #a3b0bd; }
@@ -105,11 +105,13 @@ constexpr double kMargin = 20;
 constexpr double kRowHeight = 20;
 constexpr double kLanePadding = 8;
 constexpr double kLeastLaneHeight = 44;
-constexpr double kBarHeight = 12;
+constexpr double kBarHeight = 14;
 constexpr double kBaseline = 4;  // of a text, below the middle of its row
 constexpr double kLineHeight = 18;
-constexpr double kAxisHeight = 34;
+constexpr double kAxisHeight = 26;
+constexpr double kGapLabels = 14;  // below the ticks
 constexpr double kTickRoom = 90;
+constexpr double kWaitRim = 4;   // between a waiting line and the label on it
 constexpr double kArrowGap = 7;  // between the end of an arrow and the middle of a mark
 
 // The more there is to see, the wider.
@@ -176,6 +178,7 @@ struct LegendEntry {
 
 constexpr double kLegendBar = 24;
 constexpr double kLegendGlyph = 32;
+constexpr double kLegendShare = 0.95;  // of a label's width: the legend has the narrower font
 
 template <typename Item, typename Is>
 bool Any(const std::vector<Item>& items, Is is) {
@@ -306,7 +309,8 @@ void Drawing::Measure() {
   left_ = kMargin + names + 2 * kMargin;
   const double plot = scale_.At(std::numeric_limits<Micros>::max());
   width_ = left_ + std::max(layout_.right, plot + kTickRoom / 2) + kMargin;
-  axis_ = kMargin + kLineHeight * (2 + static_cast<double>(remarks_.size())) + kAxisHeight + 6;
+  axis_ = kMargin + kLineHeight * (2 + static_cast<double>(remarks_.size())) + kAxisHeight +
+          (scale_.gaps().empty() ? 0 : kGapLabels);
   double top = axis_;
   for (const size_t rows : layout_.rows) {
     const double height = std::max(kLeastLaneHeight, static_cast<double>(rows) * kRowHeight + 2 * kLanePadding);
@@ -352,7 +356,7 @@ void Drawing::DrawAxis() {
   }
   for (const Tick& tick : scale_.Ticks(kTickRoom)) {
     svg_.Line("grid", X(tick.x), axis_ - 6, X(tick.x), bottom_);
-    svg_.Text("tick", X(tick.x), axis_ - 20, tick.label);
+    svg_.Text("tick", X(tick.x), axis_ - (scale_.gaps().empty() ? 0 : kGapLabels) - 8, tick.label);
   }
 }
 
@@ -380,7 +384,11 @@ void Drawing::DrawWait(size_t number) {
     path += " L" + Coordinate(X(mark.x)) + " " + Coordinate(y - kArrowGap);
   }
   svg_.Path("wait", path);
-  if (!mark.wait->label.empty()) svg_.Text("label middle", (x + to) / 2, y + kBaseline, mark.wait->label);
+  const std::string& label = mark.wait->label;
+  if (label.empty()) return;
+  const double width = WidthOfLabel(label) + 2 * kWaitRim;
+  svg_.Rect("page", (x + to - width) / 2, y - kRowHeight / 2 + 2, width, kRowHeight - 4);
+  svg_.Text("label middle", (x + to) / 2, y + kBaseline, label);
 }
 
 void Drawing::DrawBar(size_t number) {
@@ -408,7 +416,7 @@ void Drawing::DrawMark(size_t number) {
 
 // Returns where the next entry begins; what does not fit goes to the next line.
 void Drawing::DrawLegendEntry(const LegendEntry& entry, double& x, double& y) {
-  const double width = kLegendGlyph + WidthOfLabel(entry.meaning) + kMargin;
+  const double width = kLegendGlyph + WidthOfLabel(entry.meaning) * kLegendShare + kMargin;
   if (x > kMargin && x + width > width_) {
     x = kMargin;
     y += kRowHeight;
@@ -437,6 +445,7 @@ std::vector<LegendEntry> Drawing::Legend() const {
       entries.push_back({nullptr, nullptr, look.style, look.meaning});
     }
   }
+  if (!scale_.gaps().empty()) entries.push_back({"gap", nullptr, nullptr, "no message: drawn shorter than it was"});
   return entries;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "glib_handles.h"
+#include "recording/message.h"
 #include "service/meanings.h"
 #include "service/watch_lines.h"
 
@@ -149,13 +150,30 @@ void SortLanes(const std::vector<Lane>& all, Timeline& timeline) {
 
 }  // namespace
 
-void Gatherer::AddClient(const std::string& connection, int pid, const std::string& program) {
-  clients_[connection] = {pid, program};
+void Gatherer::Add(const recording::Entry& entry) {
+  last_ = std::max(last_, entry.t_us);
+  switch (entry.kind) {
+    case recording::Kind::kClient:
+      clients_[entry.name] = {entry.pid, entry.program};
+      return;
+    case recording::Kind::kOwner:
+      return AddOwner(entry.t_us, entry.name, entry.owner);
+    case recording::Kind::kLost:
+      return AddLost(entry);
+    case recording::Kind::kEnd:
+      return;
+    default:
+      break;
+  }
+  if (const recording::MessageOwner message = recording::MessageOf(entry)) {
+    AddMessage(entry.t_us, message.get());
+  } else {
+    AddTrouble(entry.t_us, BusLane(), "not a message");
+  }
 }
 
 // What is told first of a name is how it was at the start, and no change.
 void Gatherer::AddOwner(Micros time, const std::string& name, const std::string& owner) {
-  AddEnd(time);
   if (!owner.empty()) services_.insert(owner);
   const auto known = owners_.find(name);
   const bool changed = known != owners_.end() && known->second != owner;
@@ -170,19 +188,22 @@ void Gatherer::AddOwner(Micros time, const std::string& name, const std::string&
   all_.marks.push_back(std::move(mark));
 }
 
-void Gatherer::AddLost(Micros time, const std::string& sender, int count) {
-  AddEnd(time);
+void Gatherer::AddTrouble(Micros time, size_t lane, std::string what) {
   if (time > cut_.to) return;
   Mark mark;
-  mark.lane = sender.empty() ? BusLane() : LaneOf(sender);
+  mark.lane = lane;
   mark.time = time;
   mark.kind = Mark::Kind::kLost;
-  mark.name = std::to_string(count) + (count == 1 ? " message lost" : " messages lost");
+  mark.name = std::move(what);
   all_.marks.push_back(std::move(mark));
 }
 
+void Gatherer::AddLost(const recording::Entry& entry) {
+  AddTrouble(entry.t_us, entry.sender.empty() ? BusLane() : LaneOf(entry.sender),
+             std::to_string(entry.count) + (entry.count == 1 ? " message lost" : " messages lost"));
+}
+
 void Gatherer::AddMessage(Micros time, GDBusMessage* message) {
-  AddEnd(time);
   switch (g_dbus_message_get_message_type(message)) {
     case G_DBUS_MESSAGE_TYPE_METHOD_CALL:
       return AddCall(time, message);

@@ -1,12 +1,14 @@
-// Makes a time line of what a recording tells, message by message.
+// Makes a time line of a recording, entry by entry.
 #pragma once
 
 #include <gio/gio.h>
 
+#include <cstdint>
 #include <map>
 #include <set>
 #include <utility>
 
+#include "recording/format.h"
 #include "timeline/model.h"
 
 namespace timeline {
@@ -15,23 +17,23 @@ class Gatherer {
  public:
   explicit Gatherer(const Cut& cut) : cut_(cut) {}
 
-  void AddClient(const std::string& connection, int pid, const std::string& program);
-  void AddOwner(Micros time, const std::string& name, const std::string& owner);  // empty: none
-  void AddMessage(Micros time, GDBusMessage* message);
-  void AddLost(Micros time, const std::string& sender, int count);
-  void AddEnd(Micros time) { last_ = std::max(last_, time); }
+  void Add(const recording::Entry& entry);
 
   // Of what was added so far.
   Timeline Finish() const;
 
  private:
   struct Process {
-    int pid = 0;
+    std::int64_t pid = 0;
     std::string program;
   };
   using Request = std::pair<std::string, guint32>;  // who sent it, with which serial
   using Launch = std::pair<std::string, int>;       // which object waits, under which number
 
+  void AddOwner(Micros time, const std::string& name, const std::string& owner);
+  void AddMessage(Micros time, GDBusMessage* message);
+  void AddLost(const recording::Entry& entry);
+  void AddTrouble(Micros time, size_t lane, std::string what);
   bool Wanted(Micros time);
   size_t LaneOf(const std::string& connection);
   size_t BusLane();

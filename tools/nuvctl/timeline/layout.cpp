@@ -10,7 +10,7 @@ namespace timeline {
 namespace {
 
 constexpr size_t kMostRows = 24;  // of a lane
-constexpr size_t kMostColumns = 64;
+constexpr size_t kMostColumns = 88;
 constexpr double kItemGap = 10;
 constexpr double kWaitRims = 24;  // of the line on both sides of its label
 
@@ -48,10 +48,12 @@ class LaneRows {
     }
     return std::nullopt;
   }
-  void Take(size_t row, const Span& span) {
-    if (rows_.size() <= row) rows_.resize(row + 1);
-    rows_[row].Take(span);
+  // What has found no row stands in the last one, over others, and takes nothing from labels.
+  size_t Take(std::optional<size_t> found, const Span& span) {
+    const size_t row = found.value_or(kMostRows - 1);
+    if (found) rows_[row].Take(span);
     used_ = std::max(used_, row + 1);
+    return row;
   }
   size_t used() const { return used_; }
 
@@ -188,9 +190,8 @@ void Arranger::PlaceBar(size_t number) {
     spans.front() = {placed.x, placed.x + placed.width};
     row = rows.Find(spans);
   }
-  placed.row = row.value_or(kMostRows - 1);
-  rows.Take(placed.row, spans.front());
   if (!row) placed.label.text.clear();
+  placed.row = rows.Take(row, spans.front());
   Reach(placed.label);
   for (const size_t mark : waits_[number]) PlaceMark(mark, placed.row + 1);
 }
@@ -206,8 +207,7 @@ void Arranger::PlaceMark(size_t number, size_t from) {
     row = rows.Find({span});
     if (placed.wait) placed.wait->label.clear();
   }
-  placed.row = row.value_or(kMostRows - 1);
-  rows.Take(placed.row, span);
+  placed.row = rows.Take(row, span);
   Reach(placed.label);
 }
 

@@ -13,7 +13,7 @@ namespace timeline {
 // Of the drawing's labels, which are in a font whose characters are equally wide.
 constexpr double kColumnWidth = 6.7;
 constexpr double kLabelGap = 5;
-constexpr double kMarkRadius = 5;
+constexpr double kMarkRadius = 7;
 constexpr double kLeastBarWidth = 3;
 
 double WidthOfLabel(const std::string& label);

@@ -15,8 +15,8 @@ struct Lane {
   enum class Kind { kBus, kService, kClient };
 
   Kind kind = Kind::kClient;
-  std::string name;  // program, or the connection where it is not known
-  int pid = 0;       // 0: not known
+  std::string name;      // program, or the connection where it is not known
+  std::int64_t pid = 0;  // 0: not known
 };
 
 // A call, from the request to what ended it.

@@ -11,7 +11,7 @@ namespace {
 constexpr char kCategory[] = "bus";
 
 // Lanes without a process of their own get a number that no process has.
-constexpr int kFirstFreePid = 1 << 23;
+constexpr std::int64_t kFirstFreePid = 1 << 23;
 
 // Threads of a process: its marks and results, and above them as many as its calls need so that none overlaps another.
 constexpr int kMarksThread = 1;
@@ -21,7 +21,7 @@ constexpr int kFirstCallsThread = 2;
 constexpr Micros kLeastSpan = 1;
 
 struct LaneTracks {
-  int pid;
+  std::int64_t pid;
   std::vector<Micros> free_from;  // of the threads of the calls
 };
 
@@ -34,8 +34,8 @@ class Events {
   Events(const Timeline& timeline, const Heading& heading)
       : timeline_(timeline), start_(heading.monotonic_start.value_or(0)), threads_(timeline.bars.size()) {
     for (size_t i = 0; i < timeline.lanes.size(); ++i) {
-      const int pid = timeline.lanes[i].pid;
-      tracks_.push_back({pid > 0 ? pid : kFirstFreePid + static_cast<int>(i), {}});
+      const std::int64_t pid = timeline.lanes[i].pid;
+      tracks_.push_back({pid > 0 ? pid : kFirstFreePid + static_cast<std::int64_t>(i), {}});
     }
   }
 
