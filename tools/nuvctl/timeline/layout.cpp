@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kMostRows = 24;  // of a lane
 constexpr size_t kMostColumns = 88;
 constexpr double kItemGap = 10;
-constexpr double kWaitRims = 24;  // of the line on both sides of its label
+constexpr double kWaitRims = 48;  // of the line on both sides of its label
 
 struct Span {
   double left;

@@ -25,10 +25,6 @@ struct LaneTracks {
   std::vector<Micros> free_from;  // of the threads of the calls
 };
 
-const char* PhaseOf(bool begin) {
-  return begin ? "s" : "f";
-}
-
 class Events {
  public:
   Events(const Timeline& timeline, const Heading& heading)
@@ -39,12 +35,13 @@ class Events {
     }
   }
 
-  std::vector<Fields> All() {
+  // Separated by commas, a line each.
+  std::string All() {
     for (size_t i = 0; i < timeline_.bars.size(); ++i) AddBar(i);
     for (const Mark& mark : timeline_.marks) AddMark(mark);
     for (size_t i = 0; i < timeline_.arrows.size(); ++i) AddArrow(timeline_.arrows[i], static_cast<int>(i) + 1);
     for (size_t i = 0; i < timeline_.lanes.size(); ++i) AddNames(i);
-    return std::move(events_);
+    return std::move(text_);
   }
 
  private:
@@ -52,6 +49,7 @@ class Events {
     return {{"name", name},        {"cat", kCategory},         {"ph", phase},
             {"ts", start_ + time}, {"pid", tracks_[lane].pid}, {"tid", thread}};
   }
+  void Add(const Fields& event) { text_ += (text_.empty() ? "\n" : ",\n") + ToJson(event); }
   void AddBar(size_t number);
   void AddMark(const Mark& mark);
   void AddArrow(const Arrow& arrow, int id);
@@ -64,7 +62,7 @@ class Events {
   const Micros start_;
   std::vector<LaneTracks> tracks_;
   std::vector<int> threads_;  // of the bars
-  std::vector<Fields> events_;
+  std::string text_;
 };
 
 Micros EndOf(const Bar& bar) {
@@ -103,7 +101,7 @@ void Events::AddBar(size_t number) {
   if (!bar.error.empty()) details["error"] = bar.error;
   if (bar.ending == Bar::Ending::kError) event["cname"] = "terrible";
   event["args"] = details;
-  events_.push_back(std::move(event));
+  Add(event);
 }
 
 bool IsResult(const Mark& mark) {
@@ -114,23 +112,23 @@ void Events::AddMark(const Mark& mark) {
   Fields event = Event(mark.name, "i", mark.time, mark.lane, kMarksThread);
   event["s"] = "p";
   event["args"] = Fields{{"about", mark.detail}};
-  events_.push_back(std::move(event));
+  Add(event);
   if (!IsResult(mark)) return;
   Fields span = Event(mark.name, "X", mark.time, mark.lane, kMarksThread);
   span["dur"] = kLeastSpan;
   if (mark.kind == Mark::Kind::kFailure) span["cname"] = "terrible";
-  events_.push_back(std::move(span));
+  Add(span);
 }
 
 void Events::AddArrowEnd(const Arrow& arrow, int id, bool begin) {
   const Bar& bar = timeline_.bars[arrow.bar];
   const Mark& mark = timeline_.marks[arrow.mark];
   const char* name = arrow.kind == Arrow::Kind::kWait ? "launch and result" : "result";
-  Fields event = begin ? Event(name, PhaseOf(begin), bar.begin, bar.lane, threads_[arrow.bar])
-                       : Event(name, PhaseOf(begin), mark.time, mark.lane, kMarksThread);
+  Fields event = begin ? Event(name, "s", bar.begin, bar.lane, threads_[arrow.bar])
+                       : Event(name, "f", mark.time, mark.lane, kMarksThread);
   if (!begin) event["bp"] = "e";
   event["id"] = id;
-  events_.push_back(std::move(event));
+  Add(event);
 }
 
 void Events::AddArrow(const Arrow& arrow, int id) {
@@ -139,8 +137,7 @@ void Events::AddArrow(const Arrow& arrow, int id) {
 }
 
 void Events::AddName(size_t lane, const char* what, int thread, const std::string& name) {
-  events_.push_back(
-      {{"name", what}, {"ph", "M"}, {"pid", tracks_[lane].pid}, {"tid", thread}, {"args", Fields{{"name", name}}}});
+  Add({{"name", what}, {"ph", "M"}, {"pid", tracks_[lane].pid}, {"tid", thread}, {"args", Fields{{"name", name}}}});
 }
 
 void Events::AddNames(size_t lane) {
@@ -160,14 +157,8 @@ std::string TraceEvents(const Timeline& timeline, const Heading& heading) {
   Fields about = {{"started", heading.started}, {"library", heading.library}, {"clock", clock}};
   if (!heading.service.empty()) about["service"] = heading.service;
   if (!heading.remarks.empty()) about["remarks"] = ListOf(heading.remarks);
-  std::string text = "{\"displayTimeUnit\":\"ms\",\"otherData\":" + ToJson(about) + ",\"traceEvents\":[";
-  const char* before = "\n";
-  for (const Fields& event : Events(timeline, heading).All()) {
-    text += before;
-    text += ToJson(event);
-    before = ",\n";
-  }
-  return text + "\n]}\n";
+  return "{\"displayTimeUnit\":\"ms\",\"otherData\":" + ToJson(about) + ",\"traceEvents\":[" +
+         Events(timeline, heading).All() + "\n]}\n";
 }
 
 }  // namespace timeline
