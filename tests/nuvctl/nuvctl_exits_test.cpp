@@ -24,6 +24,7 @@ constexpr char kCatalogue[] = R"({"config": {"RESERVED_27": "play:org.example.pl
 constexpr char kPlayer[] = "org.example.player";
 constexpr char kAndroid[] = "org.example.android";
 constexpr char kNoSuch[] = "org.example.nosuch";
+constexpr char kRecording[] = NUV_SOURCE_DIR "/data/sample.nuvrec";
 
 // A verb that calls the service: the method, a good reply, and one that is a failure.
 struct Caller {
@@ -88,6 +89,7 @@ const Reader kReaders[] = {
     {{"ps"}, {}, false},
     {{"ping", "-c", "1"}, {}, false},
     {{"watch", "--for", "0.1"}, {}, false},
+    {{"timeline", kRecording}, {}, false},
     {{"doctor"}, {}, false},
 };
 

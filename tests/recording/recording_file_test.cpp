@@ -389,6 +389,29 @@ TEST_F(RecordingFile, TakesTheSameMemoryWhateverItsSize) {
   EXPECT_EQ(grown, 0);
 }
 
+TEST_F(RecordingFile, AHeaderMayTellTheMonotonicClockAtItsStart) {
+  Header read;
+  EXPECT_EQ(recording::ReadLine(recording::LineOf(kHeader), read), "");
+  EXPECT_EQ(read.monotonic_start_us, std::nullopt);
+  Header header = kHeader;
+  header.monotonic_start_us = 9007199254740993;
+  EXPECT_THAT(recording::LineOf(header), HasSubstr("\"monotonic_start_us\":9007199254740993"));
+  EXPECT_EQ(recording::ReadLine(recording::LineOf(header), read), "");
+  EXPECT_EQ(read.monotonic_start_us, 9007199254740993);
+}
+
+TEST_F(RecordingFile, TheMonotonicClockOfNowIsTheSystemsOwn) {
+  const auto read = [] {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
+  };
+  const std::int64_t before = read();
+  const std::int64_t now = recording::MonotonicNow();
+  EXPECT_LE(before, now);
+  EXPECT_LE(now, read());
+}
+
 TEST_F(RecordingFile, AHeaderTellsTheTimeToTheMicrosecond) {
   EXPECT_THAT(recording::Now(), testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[.][0-9]{6}Z"));
 }

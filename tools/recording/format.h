@@ -19,6 +19,7 @@ struct Header {
   std::string bus;                     // its address
   std::string started;                 // RFC 3339, with microseconds, in UTC
   bool redacted = false;
+  std::optional<std::int64_t> monotonic_start_us = {};  // CLOCK_MONOTONIC at the start, where it is known
 };
 
 enum class Kind { kCall, kReply, kError, kSignal, kClient, kOwner, kLost, kEnd };
@@ -55,7 +56,8 @@ struct Entry {
   std::string reason;  // of the end
 };
 
-// The time of now, as a header has it.
+// The times of now, as a header has them.
 std::string Now();
+std::int64_t MonotonicNow();
 
 }  // namespace recording

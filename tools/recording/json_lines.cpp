@@ -177,6 +177,9 @@ Header HeaderOf(const Json& json) {
   if (!Member(json, "service").is_null()) header.service = Text(json, "service");
   if (!Member(json, "redacted").is_boolean()) throw Unreadable("\"redacted\" is neither true nor false");
   header.redacted = json["redacted"].get<bool>();
+  if (json.contains("monotonic_start_us")) {
+    header.monotonic_start_us = static_cast<std::int64_t>(Number(json, "monotonic_start_us", kMostTime));
+  }
   return header;
 }
 
@@ -213,14 +216,20 @@ std::string Now() {
   return text.get();
 }
 
+std::int64_t MonotonicNow() {
+  return g_get_monotonic_time();
+}
+
 std::string LineOf(const Header& header) {
-  return Dump(Json{{"format", kFormat},
-                   {"version", kVersion},
-                   {"library", header.library},
-                   {"service", header.service ? Json(*header.service) : Json()},
-                   {"bus", header.bus},
-                   {"started", header.started},
-                   {"redacted", header.redacted}});
+  Json json = {{"format", kFormat},
+               {"version", kVersion},
+               {"library", header.library},
+               {"service", header.service ? Json(*header.service) : Json()},
+               {"bus", header.bus},
+               {"started", header.started},
+               {"redacted", header.redacted}};
+  if (header.monotonic_start_us) json["monotonic_start_us"] = *header.monotonic_start_us;
+  return Dump(json);
 }
 
 std::string LineOf(const Entry& entry) {
