@@ -29,8 +29,6 @@ constexpr char kMarkerPath[] = "/org/kelvo/tv/corvane/launcherclient/nuvctl";
 constexpr char kMarkerInterface[] = "org.kelvo.tv.nuvctl.Marker";
 constexpr char kMarker[] = "Reached";
 
-constexpr char kBusName[] = "org.freedesktop.DBus";
-
 constexpr std::array<const char*, 2> kServiceNames = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
 
 // What the bus shows. Its own errors stand in for replies of a service that is gone.

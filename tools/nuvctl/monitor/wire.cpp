@@ -11,12 +11,11 @@
 #include <system_error>
 #include <utility>
 
+#include "bus/bus_daemon.h"
 #include "bus/system_bus.h"
 
 namespace {
 
-constexpr char kBusName[] = "org.freedesktop.DBus";
-constexpr char kBusPath[] = "/org/freedesktop/DBus";
 constexpr std::size_t kFixedHeader = 16;
 constexpr std::size_t kReceiveAtOnce = std::size_t{64} << 10;
 constexpr std::size_t kLongestAnswer = 4096;  // of the authentication

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "bus/bus_daemon.h"
 #include "glib_handles.h"
 #include "report/text.h"
 #include "service/meanings.h"
@@ -13,7 +14,6 @@
 namespace {
 
 constexpr size_t kLongestCall = 160;
-constexpr char kBusName[] = "org.freedesktop.DBus";
 constexpr char kResultType[] = "(isiiiisi)";
 
 // Values of replies that are others in each run: their path, with a place for each container and "*" for any element.

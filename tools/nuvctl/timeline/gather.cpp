@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "bus/bus_daemon.h"
 #include "glib_handles.h"
 #include "recording/message.h"
 #include "service/meanings.h"
@@ -12,7 +13,6 @@ namespace timeline {
 
 namespace {
 
-constexpr char kBusName[] = "org.freedesktop.DBus";
 constexpr char kObjectPrefix[] = "obj";
 
 // Which argument of a method says what the call is about.
