@@ -11,7 +11,8 @@ namespace {
 constexpr const char* kKnownOrder[] = {
     "launch",    "preload",     "pin",  "terminate", "terminate-all", "ps",      "status", "showing", "android-status",
     "extra-app", "list",        "show", "locked",    "uninstallable", "group",   "inner",  "used",    "set",
-    "count",     "set-version", "kpi",  "popup",     "command",       "explain", "watch",  "ping",
+    "count",     "set-version", "kpi",  "popup",     "command",       "explain", "watch",  "record",  "show-recording",
+    "ping",
 };
 
 auto PlaceOf(const Verb& verb) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -68,6 +69,7 @@ struct Report {
   std::string error;                  // why it did not work; said where there is no text
   std::vector<std::string> warnings;  // what may make the answer another one than the user thinks
   Fields details;                     // the verb's own keys
+  std::optional<int> status;          // in place of the outcome's: of a command that was run
 };
 
 // The object, on one line, in ASCII.
