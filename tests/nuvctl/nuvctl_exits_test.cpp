@@ -90,6 +90,8 @@ const Reader kReaders[] = {
     {{"ping", "-c", "1"}, {}, false},
     {{"watch", "--for", "0.1"}, {}, false},
     {{"timeline", kRecording}, {}, false},
+    {{"record", "/dev/null", "--force", "--for", "0.1"}, {}, false},
+    {{"show-recording", NUV_SOURCE_DIR "/tests/recording/sample.nuvrec"}, {}, false},
     {{"doctor"}, {}, false},
 };
 
@@ -209,6 +211,7 @@ TEST_F(NuvctlExits, ABusThatIsNotThereEndsInStatus6) {
     if (caller.needs_service) ExpectEnd(caller.line, 6, "bus gone");
   }
   ExpectEnd({"watch"}, 6, "bus gone");
+  ExpectEnd({"record", "/dev/null", "--force"}, 6, "bus gone");
 }
 
 TEST_F(NuvctlExits, ASignalEndsAnyVerbInStatus130WithAnAnswerInJson) {

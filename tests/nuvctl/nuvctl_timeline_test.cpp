@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <set>
 
 #include "checked_by.h"
 #include "made_entries.h"
@@ -184,4 +185,29 @@ TEST_F(NuvctlTimeline, EventsHaveTheMonotonicClockOfTheRecording) {
   const Json document = Json::parse(ReadFile(directory_ / "run.json"));
   EXPECT_EQ(document["traceEvents"][0]["ts"], 124000000);
   EXPECT_EQ(document["otherData"]["clock"], "CLOCK_MONOTONIC");
+}
+
+// The markers that the library leaves in the kernel's buffer have that clock's times, too.
+TEST_F(NuvctlTimeline, EventsOfARealRunHaveTheTimesOfTheMonotonicClock) {
+  const PrivateBus bus;
+  StartSimulator();
+  const std::int64_t before = recording::MonotonicNow();
+  const NuvctlRun record = Run({"record", recording_, "--", NUV_BIN_DIR "/nuvctl", "launch", kApp, "--wait", "20"});
+  const std::int64_t after = recording::MonotonicNow();
+  ASSERT_EQ(record.status, 0) << record.errors;
+  ASSERT_EQ(Draw({"-o", directory_ / "run.json"}).status, 0);
+  EXPECT_EQ(CheckedBy("check_trace_events", directory_ / "run.json", directory_), "");
+  const Json document = Json::parse(ReadFile(directory_ / "run.json"));
+  ASSERT_EQ(document["otherData"]["clock"], "CLOCK_MONOTONIC");
+  std::set<std::string> names;
+  for (const Json& event : document["traceEvents"]) {
+    names.insert(event["name"].get<std::string>());
+    if (event["ph"] == "M") continue;
+    EXPECT_LE(before, event["ts"]) << event;
+    EXPECT_LE(event["ts"], after) << event;
+  }
+  EXPECT_THAT(names, testing::IsSupersetOf({"launch_app", "NUV_NOTIFY_LAUNCHED", "AppStarted"}));
+  const std::string picture = Draw().output;
+  EXPECT_EQ(TextCheckedBy("check_svg", picture, directory_), "");
+  EXPECT_THAT(picture, AllOf(HasSubstr("launch_app org.example.player"), HasSubstr("NUV_NOTIFY_LAUNCHED")));
 }

@@ -45,6 +45,14 @@ class NuvctlWatch : public NuvctlOnBusTest {
     return Finish(*watch_, Milliseconds(10000));
   }
 
+  static void Own(const PrivateConnection& bus, const char* name) {
+    GVariant* reply = g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", name, 4),
+                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr);
+    ASSERT_NE(reply, nullptr);
+    g_variant_unref(reply);
+  }
+
   // In JSON, what the service tells of itself, without the times.
   std::vector<Json> Signals() const {
     std::vector<Json> signals;
@@ -197,14 +205,6 @@ TEST_F(NuvctlWatch, AWrongCommandLineIsRefused) {
 // Signals that the test sends itself.
 class NuvctlWatchSignals : public NuvctlWatch {
  protected:
-  static void Own(const PrivateConnection& bus, const char* name) {
-    GVariant* reply = g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", name, 4),
-                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr);
-    ASSERT_NE(reply, nullptr);
-    g_variant_unref(reply);
-  }
-
   static void Emit(const PrivateConnection& bus, const char* signal, GVariant* arguments) {
     EmitAt(bus, "/org/kelvo/tv/NuvSimulator", signal, arguments);
   }
@@ -424,6 +424,41 @@ TEST_F(NuvctlWatchMessages, ReconnectsWhereTheBusIsBack) {
   EXPECT_EQ(Run({"popup", "3"}).status, 0);
   EXPECT_TRUE(Shows("return launch_systempopup"));
   EXPECT_EQ(Interrupt().status, 0);
+}
+
+// A reply to a call that was never made stands in for a call that the bus did not show.
+class NuvctlWatchLost : public NuvctlWatch {
+ protected:
+  static constexpr char kUnasked[] =
+      "<policy context=\"default\"><allow send_type=\"method_return\" send_requested_reply=\"false\"/>"
+      "<allow receive_type=\"method_return\" receive_requested_reply=\"false\"/></policy>\n";
+
+  static void Reply(const PrivateConnection& service, const PrivateConnection& client, guint32 serial) {
+    GDBusMessage* reply = g_dbus_message_new();
+    g_dbus_message_set_message_type(reply, G_DBUS_MESSAGE_TYPE_METHOD_RETURN);
+    g_dbus_message_set_destination(reply, g_dbus_connection_get_unique_name(client.get()));
+    g_dbus_message_set_reply_serial(reply, serial);
+    ASSERT_TRUE(g_dbus_connection_send_message(service.get(), reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr));
+    ASSERT_TRUE(g_dbus_connection_flush_sync(service.get(), nullptr, nullptr));
+    g_object_unref(reply);
+  }
+
+  const PrivateBus unasked_{kUnasked};
+};
+
+TEST_F(NuvctlWatchLost, AReplyWhoseCallWasNotSeenSaysThatMessagesAreMissing) {
+  const PrivateConnection service(unasked_.address());
+  const PrivateConnection before(unasked_.address());
+  Own(service, "org.kelvo.tv.corvane.server");
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  const PrivateConnection client(unasked_.address());
+  Reply(service, before, 7);  // what was asked before anybody watched is not missing
+  Reply(service, client, 77);
+  ASSERT_TRUE(Shows("lost count=1"));
+  EXPECT_EQ(Interrupt().status, 0);
+  EXPECT_EQ(CountOf("lost count=1 from=" + std::to_string(getpid()) + "/" + "nuvctl_watch_test"), 1U)
+      << watch_->Output();
 }
 
 // A bus that shows nobody else's messages, as a system bus does to users.

@@ -54,8 +54,8 @@ class MadeEntries {
   }
   guint32 Launch(std::int64_t t, const std::string& from, const std::string& object, const std::string& app,
                  int event_index) {
-    GVariant* body = g_variant_new("(sisssssssis)", object.c_str(), 7, app.c_str(), "", "", "", "", "", "", event_index,
-                                   "nuv_launch_app");
+    GVariant* body = g_variant_new("(sisssssssisiiiiiiiiiiiaay)", object.c_str(), 7, app.c_str(), "", "", "", "", "",
+                                   "", event_index, "nuv_launch_app", 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, nullptr);
     return Call(t, from, "launch_app", body);
   }
   guint32 Result(std::int64_t t, const std::string& object, const std::string& app, int event, int status,

@@ -11,8 +11,7 @@ namespace {
 constexpr const char* kKnownOrder[] = {
     "launch",    "preload",     "pin",  "terminate", "terminate-all", "ps",      "status", "showing", "android-status",
     "extra-app", "list",        "show", "locked",    "uninstallable", "group",   "inner",  "used",    "set",
-    "count",     "set-version", "kpi",  "popup",     "command",       "explain", "watch",  "record",  "show-recording",
-    "ping",
+    "count",     "set-version", "kpi",  "popup",     "command",       "explain", "watch",  "ping",
 };
 
 auto PlaceOf(const Verb& verb) {

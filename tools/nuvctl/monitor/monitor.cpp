@@ -269,7 +269,7 @@ bool Monitor::TakeReply(WireMessage& message) {
   const Connection* connection = connections_.Find(caller);
   const bool watched = connection != nullptr && (connection->from_its_start ||
                                                  (connection->first_call != 0 && call.second > connection->first_call));
-  if (!seen && watched && !TellLost(1, caller)) return false;
+  if (!seen && watched && !(TellClient(caller) && TellLost(1, caller))) return false;
   return Tell(message);
 }
 

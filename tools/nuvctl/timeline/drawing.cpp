@@ -35,6 +35,7 @@ text { font: 11px "DejaVu Sans Mono", Menlo, Consolas, "Liberation Mono", monosp
 .open { fill: #ffffff; stroke: #3d6a97; stroke-width: 1.2; stroke-dasharray: 4 2; }
 .delivery { stroke: #829ab1; fill: none; marker-end: url(#head); }
 .wait { stroke: #52606d; stroke-dasharray: 3 3; fill: none; marker-end: url(#head); }
+.near { marker-end: none; }
 .head { fill: #52606d; }
 .good { fill: #1b7f5c; stroke: #ffffff; }
 .bad { fill: #a61b1b; stroke: #ffffff; }
@@ -190,7 +191,7 @@ std::string NameOf(const Lane& lane) {
 }
 
 std::string PidOf(const Lane& lane) {
-  const std::string role = lane.kind == Lane::Kind::kService ? "service" : "";
+  std::string role = lane.kind == Lane::Kind::kService ? "service" : "";
   if (lane.pid == 0) return role;
   return (role.empty() ? "" : role + ", ") + "pid " + std::to_string(lane.pid);
 }
@@ -377,13 +378,10 @@ void Drawing::DrawWait(size_t number) {
   const double from = MiddleOf(timeline_.marks[number].lane, layout_.bars[mark.wait->bar].row) + kBarHeight / 2;
   const double y = MiddleOfMark(number);
   const double to = X(mark.x) - kArrowGap;
-  std::string path = "M" + Coordinate(x) + " " + Coordinate(from);
-  if (to - x > kArrowGap) {
-    path += " V" + Coordinate(y) + " H" + Coordinate(to);
-  } else {
-    path += " L" + Coordinate(X(mark.x)) + " " + Coordinate(y - kArrowGap);
-  }
-  svg_.Path("wait", path);
+  const bool near = to - x <= kArrowGap;  // no room for an arrow
+  const std::string path = near ? " L" + Coordinate(X(mark.x)) + " " + Coordinate(y - kArrowGap)
+                                : " V" + Coordinate(y) + " H" + Coordinate(to);
+  svg_.Path(near ? "wait near" : "wait", "M" + Coordinate(x) + " " + Coordinate(from) + path);
   const std::string& label = mark.wait->label;
   if (label.empty()) return;
   const double width = WidthOfLabel(label) + 2 * kWaitRim;

@@ -7,6 +7,7 @@
 #include "glib_handles.h"
 #include "recording/message.h"
 #include "service/meanings.h"
+#include "service/method_table.h"
 #include "service/watch_lines.h"
 
 namespace timeline {
@@ -14,26 +15,6 @@ namespace timeline {
 namespace {
 
 constexpr char kObjectPrefix[] = "obj";
-
-// Which argument of a method says what the call is about.
-struct Subject {
-  const char* method;
-  gsize argument;
-};
-
-constexpr Subject kSubjects[] = {
-    {"launch_app", 2},
-    {"app_launch_result", 1},
-    {"terminate_app", 0},
-    {"terminate_app_by_runtitle", 0},
-    {"get_android_app_status", 0},
-    {"notify_extra_app_changed", 0},
-    {"nuv_update_app_count", 0},
-    {"nuv_update_app_version", 0},
-    {"nuv_update_app_by_key", 0},
-    {"nuv_command", 1},
-    {"LaunchRequest", 0},
-};
 
 struct SignalKind {
   const char* name;
@@ -69,10 +50,13 @@ std::optional<int> NumberArgument(GDBusMessage* message, gsize index) {
   return g_variant_get_int32(argument.get());
 }
 
+// The application that a call is about, where it is about one.
 std::string SubjectOf(GDBusMessage* message) {
-  const std::string member = TextOf(g_dbus_message_get_member(message));
-  for (const Subject& subject : kSubjects) {
-    if (member == subject.method) return TextArgument(message, subject.argument);
+  const Method* method =
+      FindMethod(TextOf(g_dbus_message_get_member(message)), TextOf(g_dbus_message_get_signature(message)));
+  if (method == nullptr) return "";
+  for (size_t i = 0; i < method->arguments.size(); ++i) {
+    if (method->arguments[i].show == Show::kApp) return TextArgument(message, i);
   }
   return "";
 }

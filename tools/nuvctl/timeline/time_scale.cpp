@@ -8,14 +8,14 @@ namespace timeline {
 
 namespace {
 
-constexpr Micros kShortestSpan = 1000;
-constexpr Micros kLeastGap = 200 * 1000;
+constexpr Micros kMillisecond = 1000;
+constexpr Micros kSecond = 1000 * kMillisecond;
+
+constexpr Micros kShortestSpan = kMillisecond;
+constexpr Micros kLeastGap = 200 * kMillisecond;
 constexpr Micros kGapsPerSpan = 20;  // a gap is at least this part of the whole
 constexpr double kGapWidth = 64;
 constexpr Micros kMostSteps = 1000;  // of the axis, whatever the span
-
-constexpr Micros kSecond = 1000 * 1000;
-constexpr Micros kMillisecond = 1000;
 
 struct Unit {
   Micros micros;

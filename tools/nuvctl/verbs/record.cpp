@@ -94,9 +94,10 @@ Report Record(const Values& values) {
     plan.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(*limit);
   }
   auto interrupted = std::make_unique<InterruptHandler>([&stop] { stop.Set(); });
-  const recording::Header header = HeaderOf(values.Flag("--redact"));
+  recording::Header header = HeaderOf(values.Flag("--redact"));
   Recorder recorder;
   Monitor monitor(stop, plan, [&recorder](const recording::Entry& entry) { return recorder.Take(entry); });
+  header.monotonic_start_us = recording::MonotonicNow() - monitor.Elapsed();
   if (const auto failed = monitor.Start()) {
     const Diagnosis why = DiagnosisOf(*failed, monitor.Problem());
     Report report = ReportOf(why.outcome == Outcome::kDone ? Diagnosis{Outcome::kInterrupted, "interrupted"} : why);
