@@ -145,7 +145,7 @@ class ReplayRun {
   void CloseIdleClient();
 
   void Expect(const Expected& expected);
-  void Compare(Client& client, const Expected& expected, std::deque<Arrived>::iterator arrived);
+  void Compare(Client& client, const Expected& expected, const std::deque<Arrived>::iterator& arrived);
   static std::deque<Arrived>::iterator Find(Client& client, const Expected& expected);
   static bool CameInOrder(Client& client, size_t then, size_t now);
   static void Collect(Client& client);
@@ -264,7 +264,7 @@ void ReplayRun::ReadCall(const recording::Entry& entry, GDBusMessage* call) {
 // The service's name that the call goes to; empty where it is none of the service's own calls.
 std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
   if (Text(g_dbus_message_get_interface(call)).rfind(kServiceInterfaces, 0) != 0) return "";
-  const std::string destination = Text(g_dbus_message_get_destination(call));
+  std::string destination = Text(g_dbus_message_get_destination(call));
   if (Has(kServiceNames, destination)) return destination;
   const auto service = services_.find(destination);
   return service == services_.end() ? "" : service->second;
@@ -443,7 +443,7 @@ void ReplayRun::Expect(const Expected& expected) {
   KeepPace(expected.t_us);
 }
 
-void ReplayRun::Compare(Client& client, const Expected& expected, std::deque<Arrived>::iterator arrived) {
+void ReplayRun::Compare(Client& client, const Expected& expected, const std::deque<Arrived>::iterator& arrived) {
   const bool in_order = CameInOrder(client, expected.position, arrived->position);
   if (arrived->words != expected.words) {
     Differ(expected, expected.words, arrived->words);
