@@ -88,6 +88,8 @@ const Reader kReaders[] = {
     {{"ps"}, {}, false},
     {{"ping", "-c", "1"}, {}, false},
     {{"watch", "--for", "0.1"}, {}, false},
+    {{"record", "/dev/null", "--force", "--for", "0.1"}, {}, false},
+    {{"show-recording", NUV_SOURCE_DIR "/tests/recording/sample.nuvrec"}, {}, false},
     {{"doctor"}, {}, false},
 };
 
@@ -207,6 +209,7 @@ TEST_F(NuvctlExits, ABusThatIsNotThereEndsInStatus6) {
     if (caller.needs_service) ExpectEnd(caller.line, 6, "bus gone");
   }
   ExpectEnd({"watch"}, 6, "bus gone");
+  ExpectEnd({"record", "/dev/null", "--force"}, 6, "bus gone");
 }
 
 TEST_F(NuvctlExits, ASignalEndsAnyVerbInStatus130WithAnAnswerInJson) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <regex>
 #include <sstream>
 
 #include "nuvctl_run.h"
@@ -26,7 +27,7 @@ class NuvctlWatch : public NuvctlOnBusTest {
   std::vector<std::string> Lines() const {
     std::istringstream output(watch_->Output());
     std::vector<std::string> lines;
-    for (std::string line; std::getline(output, line);) lines.push_back(line);
+    for (std::string line; std::getline(output, line);) lines.push_back(std::regex_replace(line, kTime, ""));
     return lines;
   }
 
@@ -44,6 +45,28 @@ class NuvctlWatch : public NuvctlOnBusTest {
     return Finish(*watch_, Milliseconds(10000));
   }
 
+  static void Own(const PrivateConnection& bus, const char* name) {
+    GVariant* reply = g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", name, 4),
+                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr);
+    ASSERT_NE(reply, nullptr);
+    g_variant_unref(reply);
+  }
+
+  // In JSON, what the service tells of itself, without the times.
+  std::vector<Json> Signals() const {
+    std::vector<Json> signals;
+    for (const std::string& line : Lines()) {
+      Json json = Json::parse(line);
+      const std::string kind = json.value("kind", "");
+      json.erase("time");
+      json.erase("t");
+      if (kind != "call" && kind != "return" && kind != "error") signals.push_back(json);
+    }
+    return signals;
+  }
+
+  const std::regex kTime{"^[0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{6} "};
   std::unique_ptr<Process> watch_;
 };
 
@@ -79,14 +102,14 @@ TEST_F(NuvctlWatch, EachLineIsAnObjectInJsonAndTheLastIsTheAnswer) {
   EXPECT_EQ(Run({"launch", kApp, "--wait", "20"}).status, 1);
   ASSERT_TRUE(Shows("\"delivery\":\"delivered"));
   EXPECT_EQ(Interrupt().status, 0);
-  const auto lines = Lines();
+  const auto lines = Signals();
   ASSERT_EQ(lines.size(), 5u) << watch_->Output();
-  EXPECT_EQ(Json::parse(lines[0]), Json::parse(R"({"kind": "service", "present": true})"));
-  EXPECT_EQ(Json::parse(lines[1]), Json::parse(R"({"kind": "request", "method": "launch_app",
+  EXPECT_EQ(lines[0], Json::parse(R"({"kind": "service", "present": true})"));
+  EXPECT_EQ(lines[1], Json::parse(R"({"kind": "request", "method": "launch_app",
                                                    "app": "org.example.player", "caller": ""})"));
-  EXPECT_EQ(Json::parse(lines[2]), Json::parse(R"({"kind": "reply", "method": "launch_app",
+  EXPECT_EQ(lines[2], Json::parse(R"({"kind": "reply", "method": "launch_app",
                                                    "app": "org.example.player", "answer": "reply"})"));
-  Json result = Json::parse(lines[3]);
+  Json result = lines[3];
   EXPECT_TRUE(result["index"].is_number());
   result.erase("index");
   EXPECT_THAT(result["delivery"].get<std::string>(), StartsWith("delivered"));  // and perhaps how the client took it
@@ -94,7 +117,7 @@ TEST_F(NuvctlWatch, EachLineIsAnObjectInJsonAndTheLastIsTheAnswer) {
   EXPECT_EQ(result, Json::parse(R"({"kind": "result", "app": "org.example.player",
                                     "event": 903, "event_name": "NUV_NOTIFY_LAUNCH_FAILED",
                                     "result": 403, "result_name": "NUV_LAUNCH_STATUS_REFUSED"})"));
-  EXPECT_EQ(Json::parse(lines[4]), Json::parse(R"({"verb": "watch", "outcome": "done", "status": 0})"));
+  EXPECT_EQ(lines[4], Json::parse(R"({"verb": "watch", "outcome": "done", "status": 0})"));
 }
 
 TEST_F(NuvctlWatch, MayBeStartedBeforeTheService) {
@@ -125,7 +148,7 @@ TEST_F(NuvctlWatch, IsEndedCleanlyByBothSignals) {
     ASSERT_TRUE(Shows("service absent\n"));
     const NuvctlRun run = Interrupt(signal);
     EXPECT_EQ(run.status, 0) << signal;
-    EXPECT_EQ(run.output, "service absent\n");
+    EXPECT_THAT(Lines(), ElementsAre("service absent"));
     EXPECT_EQ(run.errors, "");
   }
 }
@@ -135,7 +158,7 @@ TEST_F(NuvctlWatch, EndsByItselfWhenTheTimeIsOver) {
   const NuvctlRun run = Run({"watch", "--for", "0.7"});
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
   EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.output, "service absent\n");
+  EXPECT_EQ(std::regex_replace(run.output, kTime, ""), "service absent\n");
   EXPECT_GE(took.count(), 0.7);
 }
 
@@ -182,17 +205,12 @@ TEST_F(NuvctlWatch, AWrongCommandLineIsRefused) {
 // Signals that the test sends itself.
 class NuvctlWatchSignals : public NuvctlWatch {
  protected:
-  static void Own(const PrivateConnection& bus, const char* name) {
-    GVariant* reply = g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", name, 4),
-                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr);
-    ASSERT_NE(reply, nullptr);
-    g_variant_unref(reply);
-  }
-
   static void Emit(const PrivateConnection& bus, const char* signal, GVariant* arguments) {
-    ASSERT_TRUE(g_dbus_connection_emit_signal(bus.get(), nullptr, "/org/kelvo/tv/NuvSimulator",
-                                              "org.kelvo.tv.NuvSimulator1", signal, arguments, nullptr));
+    EmitAt(bus, "/org/kelvo/tv/NuvSimulator", signal, arguments);
+  }
+  static void EmitAt(const PrivateConnection& bus, const char* path, const char* signal, GVariant* arguments) {
+    ASSERT_TRUE(g_dbus_connection_emit_signal(bus.get(), nullptr, path, "org.kelvo.tv.NuvSimulator1", signal, arguments,
+                                              nullptr));
     ASSERT_TRUE(g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr));
   }
 
@@ -239,7 +257,237 @@ TEST_F(NuvctlWatchSignals, WhatIsNoSignalOfTheServiceIsNotShown) {
   Emit(service_, "NoSuchSignal", g_variant_new("(s)", "a"));
   const PrivateConnection other(bus_.address());
   Emit(other, "ForegroundChanged", g_variant_new("(s)", "of another"));
+  EmitAt(other, "/org/kelvo/tv/corvane/launcherclient/obj1", "ForegroundChanged", g_variant_new("(s)", "of another"));
   Emit(service_, "ForegroundChanged", g_variant_new("(s)", "last"));
   ASSERT_TRUE(Shows("last"));
   EXPECT_THAT(Lines(), ElementsAre("service present", "front app=\"last\""));
+}
+
+// Messages between programs and the service.
+class NuvctlWatchMessages : public NuvctlWatch {
+ protected:
+  std::vector<Json> Messages(const std::string& kind) const {
+    std::vector<Json> messages;
+    for (const std::string& line : Lines()) {
+      Json json = Json::parse(line);
+      if (json.value("kind", "") == kind) messages.push_back(json);
+    }
+    return messages;
+  }
+  static std::string Method(const Json& message) { return message["method"].is_string() ? message["method"] : ""; }
+
+  // One of them; the test fails where there is none.
+  Json MessageOf(const std::string& kind, const std::string& method) const {
+    for (const Json& message : Messages(kind)) {
+      if (Method(message) == method) return message;
+    }
+    ADD_FAILURE() << "no " << kind << " of " << method << " in " << watch_->Output();
+    return Json::object();
+  }
+};
+
+TEST_F(NuvctlWatchMessages, ACallTellsItsArgumentsByName) {
+  StartSimulator();
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"launch", kApp, "--force", "--payload", "a=1\x1b", "--caller", "me", "--wait", "20"}).status, 0);
+  ASSERT_TRUE(Shows("delivery=\"delivered"));
+  const auto lines = Lines();
+  EXPECT_THAT(lines, testing::Contains(MatchesRegex(
+                         "call launch_app from=[0-9]+/nuvctl app=\"org.example.player\" payload=\"a=1.u001b\" "
+                         "caller=\"me\" index=[0-9]+ flags=force.*")));
+  EXPECT_THAT(lines, testing::Contains(MatchesRegex(
+                         "return launch_app from=[0-9]+/nuv-simulator to=[0-9]+/nuvctl after=[0-9]+[.][0-9]{3}ms")));
+}
+
+TEST_F(NuvctlWatchMessages, AResultIsJoinedToItsLaunch) {
+  StartSimulator();
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"launch", kApp, "--wait", "20"}).status, 0);
+  ASSERT_TRUE(Shows("return app_launch_result"));
+  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex(
+                           "call app_launch_result from=[0-9]+/nuv-simulator app=\"org.example.player\" result=0 "
+                           "event=900 [(]NUV_NOTIFY_LAUNCHED[)] index=[0-9]+ to=[0-9]+/nuvctl of=launch_app "
+                           "after=[0-9]+[.][0-9]{3}ms")));
+}
+
+TEST_F(NuvctlWatchMessages, InJsonAMessageHasItsEndsItsTimeAndItsArguments) {
+  StartSimulator();
+  Watch({"--json"});
+  ASSERT_TRUE(Shows("\"present\":true"));
+  const auto launch = Start({"launch", kApp, "--payload", "x\n", "--wait", "20"});
+  EXPECT_EQ(Finish(*launch).status, 0);
+  ASSERT_TRUE(WaitUntil([this] { return Messages("return").size() == 2; })) << watch_->Output();
+  const Json call = MessageOf("call", "launch_app");
+  EXPECT_EQ(call["from"]["pid"], launch->pid());
+  EXPECT_EQ(call["from"]["program"], "nuvctl");
+  EXPECT_EQ(call["payload"], "x\n");
+  EXPECT_EQ(call["app"], kApp);
+  EXPECT_EQ(call["extra_data"], Json::array());
+  EXPECT_TRUE(call["flags"].is_array());
+  EXPECT_THAT(call["time"].get<std::string>(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[.][0-9]{6}Z"));
+  const Json answer = MessageOf("return", "launch_app");
+  EXPECT_EQ(answer["to"]["pid"], launch->pid());
+  EXPECT_EQ(answer["after_us"], answer["t"].get<std::int64_t>() - call["t"].get<std::int64_t>());
+  const Json result = MessageOf("call", "app_launch_result");
+  EXPECT_EQ(result["event_name"], "NUV_NOTIFY_LAUNCHED");
+  EXPECT_EQ(result["of"], "launch_app");
+  EXPECT_EQ(result["after_us"], result["t"].get<std::int64_t>() - call["t"].get<std::int64_t>());
+}
+
+TEST_F(NuvctlWatchMessages, ErrorsAndPopupsAreSaidByNameAndText) {
+  StartSimulator(R"([{"method": "launch_systempopup", "answer": "error", "error_name": "org.example.No"}])");
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_NE(Run({"popup", "no-app-id"}).status, 0);
+  ASSERT_TRUE(Shows("error launch_systempopup"));
+  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("call launch_systempopup from=[0-9]+/nuvctl popup=4 "
+                                                      "[(]no-app-id[)]")));
+  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("error launch_systempopup from=[0-9]+/nuv-simulator "
+                                                      "to=[0-9]+/nuvctl after=.*ms name=org.example.No text=\".*\"")));
+}
+
+TEST_F(NuvctlWatchMessages, ACallOfAServiceThatIsGoneIsSeenWithTheErrorOfTheBus) {
+  Watch();
+  ASSERT_TRUE(Shows("service absent\n"));
+  EXPECT_NE(Run({"popup", "3"}).status, 0);
+  ASSERT_TRUE(Shows("ServiceUnknown"));
+  EXPECT_THAT(Lines(), testing::Contains(HasSubstr("call launch_systempopup from=")));
+  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("error launch_systempopup from=org.freedesktop.DBus "
+                                                      "to=[0-9]+/nuvctl after=.* "
+                                                      "name=org.freedesktop.DBus.Error.ServiceUnknown text=.*")));
+}
+
+TEST_F(NuvctlWatchMessages, HeartbeatsAreShownWithAllOnly) {
+  StartSimulator();
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"ping", "-c", "2", "-i", "0.01"}).status, 0);
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  ASSERT_TRUE(Shows("return launch_systempopup"));
+  EXPECT_EQ(watch_->Output().find("heartbeat"), std::string::npos) << watch_->Output();
+  EXPECT_EQ(Interrupt().status, 0);
+  Watch({"--all"});
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"ping", "-c", "2", "-i", "0.01"}).status, 0);
+  EXPECT_TRUE(Shows("return heartbeat"));
+}
+
+TEST_F(NuvctlWatchMessages, FiltersLeaveOutWhatIsNotAskedFor) {
+  StartSimulator();
+  const auto ping = Start({"ping", "-i", "0.05"});
+  Watch({"--method", "launch_systempopup"});
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"launch", kApp, "--wait", "20"}).status, 0);
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  ASSERT_TRUE(Shows("reply method=\"launch_systempopup\""));
+  EXPECT_EQ(Interrupt().status, 0);
+  EXPECT_EQ(watch_->Output().find(kApp), std::string::npos) << watch_->Output();
+
+  Watch({"--app", kApp});
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  EXPECT_EQ(Run({"launch", kApp, "--wait", "20"}).status, 0);
+  ASSERT_TRUE(Shows("result app="));
+  EXPECT_EQ(Interrupt().status, 0);
+  EXPECT_THAT(watch_->Output(), HasSubstr("return launch_app"));
+  EXPECT_EQ(watch_->Output().find("popup"), std::string::npos) << watch_->Output();
+
+  Watch({"--all", "--pid", std::to_string(ping->pid())});
+  ASSERT_TRUE(Shows("return heartbeat"));
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  EXPECT_EQ(Interrupt().status, 0);
+  EXPECT_EQ(watch_->Output().find("popup"), std::string::npos) << watch_->Output();
+}
+
+TEST_F(NuvctlWatchMessages, RawShowsTheWholeMessage) {
+  StartSimulator();
+  Watch({"--raw"});
+  ASSERT_TRUE(Shows("service present\n"));
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  ASSERT_TRUE(Shows("return launch_systempopup"));
+  EXPECT_THAT(watch_->Output(), HasSubstr("\n  Type:    method-call\n"));
+  EXPECT_THAT(watch_->Output(), HasSubstr("member -> 'launch_systempopup'"));
+  EXPECT_EQ(Run({"watch", "--raw", "--json"}).status, 2);
+}
+
+TEST_F(NuvctlWatchMessages, ReconnectsWhereTheBusIsBack) {
+  StartSimulator();
+  Watch({"--reconnect"});
+  ASSERT_TRUE(Shows("service present\n"));
+  bus_.Restart();
+  ASSERT_TRUE(Shows("lost count=unknown\n"));
+  ASSERT_TRUE(Shows("service absent\n"));
+  StartSimulator();
+  ASSERT_TRUE(WaitUntil([this] { return CountOf("service present") == 2; })) << watch_->Output();
+  EXPECT_EQ(Run({"popup", "3"}).status, 0);
+  EXPECT_TRUE(Shows("return launch_systempopup"));
+  EXPECT_EQ(Interrupt().status, 0);
+}
+
+// A reply to a call that was never made stands in for a call that the bus did not show.
+class NuvctlWatchLost : public NuvctlWatch {
+ protected:
+  static constexpr char kUnasked[] =
+      "<policy context=\"default\"><allow send_type=\"method_return\" send_requested_reply=\"false\"/>"
+      "<allow receive_type=\"method_return\" receive_requested_reply=\"false\"/></policy>\n";
+
+  static void Reply(const PrivateConnection& service, const PrivateConnection& client, guint32 serial) {
+    GDBusMessage* reply = g_dbus_message_new();
+    g_dbus_message_set_message_type(reply, G_DBUS_MESSAGE_TYPE_METHOD_RETURN);
+    g_dbus_message_set_destination(reply, g_dbus_connection_get_unique_name(client.get()));
+    g_dbus_message_set_reply_serial(reply, serial);
+    ASSERT_TRUE(g_dbus_connection_send_message(service.get(), reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr));
+    ASSERT_TRUE(g_dbus_connection_flush_sync(service.get(), nullptr, nullptr));
+    g_object_unref(reply);
+  }
+
+  const PrivateBus unasked_{kUnasked};
+};
+
+TEST_F(NuvctlWatchLost, AReplyWhoseCallWasNotSeenSaysThatMessagesAreMissing) {
+  const PrivateConnection service(unasked_.address());
+  const PrivateConnection before(unasked_.address());
+  Own(service, "org.kelvo.tv.corvane.server");
+  Watch();
+  ASSERT_TRUE(Shows("service present\n"));
+  const PrivateConnection client(unasked_.address());
+  Reply(service, before, 7);  // what was asked before anybody watched is not missing
+  Reply(service, client, 77);
+  ASSERT_TRUE(Shows("lost count=1"));
+  EXPECT_EQ(Interrupt().status, 0);
+  EXPECT_EQ(CountOf("lost count=1 from=" + std::to_string(getpid()) + "/" + "nuvctl_watch_test"), 1U)
+      << watch_->Output();
+}
+
+// A bus that shows nobody else's messages, as a system bus does to users.
+class NuvctlWatchRefused : public NuvctlTest {
+ protected:
+  static constexpr char kRefuses[] =
+      "<policy context=\"default\"><deny send_destination=\"org.freedesktop.DBus\" "
+      "send_interface=\"org.freedesktop.DBus.Monitoring\"/></policy>\n";
+  const PrivateBus bus_{kRefuses};
+};
+
+TEST_F(NuvctlWatchRefused, ShowsWhatTheServiceTellsAndSaysWhy) {
+  StartSimulator();
+  const auto watch = Start({"watch"});
+  ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("service present\n") != std::string::npos; }));
+  EXPECT_EQ(Run({"launch", kApp, "--wait", "20"}).status, 0);
+  ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("delivery=\"delivered") != std::string::npos; }));
+  watch->Signal(SIGINT);
+  const NuvctlRun run = Finish(*watch);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.errors,
+              MatchesRegex("nuvctl: the bus does not show its messages \\(.*BecomeMonitor.*\\): only what the "
+                           "service tells of itself follows\n"));
+  EXPECT_EQ(run.output.find("call "), std::string::npos) << run.output;
+}
+
+TEST_F(NuvctlWatchRefused, ARecordingFailsWithTheWordsOfTheBusAndLeavesNoFile) {
+  const NuvctlRun run = Run({"record", directory_ / "a.nuvrec"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, MatchesRegex("nuvctl: failed: the bus does not show its messages: .*BecomeMonitor.*\n"));
+  EXPECT_NE(access((directory_ / "a.nuvrec").c_str(), F_OK), 0);
 }

@@ -32,9 +32,13 @@ Writer::~Writer() {
   if (fd_ >= 0) close(fd_);
 }
 
-std::string Writer::Open(const std::string& path, Existing existing) {
+int Writer::OpenFile(const std::string& path, Existing existing) {
   const int how = existing == Existing::kRefuse ? O_EXCL : O_TRUNC;
-  fd_ = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, kMode);
+  return open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, kMode);
+}
+
+std::string Writer::Open(const std::string& path, Existing existing) {
+  fd_ = OpenFile(path, existing);
   return fd_ >= 0 ? "" : strerror(errno);
 }
 

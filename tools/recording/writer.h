@@ -21,6 +21,8 @@ class Writer {
   // These say why they failed, in the system's words, or nothing. A time before the last one's becomes that one. After
   // a line that could not be written whole, the file ends with the last whole line.
   std::string Open(const std::string& path, Existing existing);
+  // The same, for who writes the file in another form; -1 where it failed.
+  static int OpenFile(const std::string& path, Existing existing);
   std::string Write(const Header& header);
   std::string Write(const Entry& entry);
 

@@ -313,7 +313,10 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
 }
 
 bool AsksForJson(int argc, const char* const* argv) {
-  return std::any_of(argv, argv + argc, [](const char* argument) { return std::string(argument) == "--json"; });
+  const auto is = [](const char* option) { return [option](const char* text) { return std::string(text) == option; }; };
+  // Behind it are the words of another command.
+  const char* const* const end = std::find_if(argv, argv + argc, is("--"));
+  return std::any_of(argv, end, is("--json"));
 }
 
 std::optional<int> ReadNumber(const std::string& text) {

@@ -44,7 +44,7 @@ class Descriptor {
 struct Desk {
   std::mutex mutex;
   std::optional<Limit> limit;
-  std::function<void()> on_interrupt;
+  std::function<void(const Interrupt&)> on_interrupt;
   std::optional<Report> report;
   std::exception_ptr failure;
   Descriptor news{eventfd(0, EFD_CLOEXEC)};  // the limit or the report is another one
@@ -112,10 +112,10 @@ int MillisecondsTo(const std::optional<Limit>& limit) {
 }
 
 // False where the work ends itself on an interrupt.
-bool InterruptEnds(Desk& desk) {
+bool InterruptEnds(Desk& desk, const signalfd_siginfo& signal) {
   const std::lock_guard<std::mutex> lock(desk.mutex);
   if (!desk.on_interrupt) return true;
-  desk.on_interrupt();
+  desk.on_interrupt({static_cast<int>(signal.ssi_signo), signal.ssi_code > 0});
   return false;
 }
 
@@ -133,7 +133,7 @@ Report Watch(Desk& desk, int signals) {
     if (sources[0].revents != 0) eventfd_read(desk.news.number(), &ignored);
     signalfd_siginfo signal = {};
     const bool ended = sources[1].revents != 0 && read(signals, &signal, sizeof signal) == sizeof signal;
-    if (ended && InterruptEnds(desk)) return EndOf(Outcome::kInterrupted, "interrupted");
+    if (ended && InterruptEnds(desk, signal)) return EndOf(Outcome::kInterrupted, "interrupted");
   }
 }
 
@@ -145,7 +145,7 @@ void SetLimit(std::optional<Limit> limit) {
   desk->Tell();
 }
 
-void SetInterruptHandler(std::function<void()> on_interrupt) {
+void SetInterruptHandler(std::function<void(const Interrupt&)> on_interrupt) {
   const std::shared_ptr<Desk> desk = CurrentDesk();
   if (desk == nullptr) return;
   const std::lock_guard<std::mutex> lock(desk->mutex);
@@ -177,9 +177,12 @@ AnswerLimit::~AnswerLimit() {
   SetLimit(std::nullopt);
 }
 
-InterruptHandler::InterruptHandler(std::function<void()> on_interrupt) {
+InterruptHandler::InterruptHandler(std::function<void(const Interrupt&)> on_interrupt) {
   SetInterruptHandler(std::move(on_interrupt));
 }
+
+InterruptHandler::InterruptHandler(const std::function<void()>& on_interrupt)
+    : InterruptHandler([on_interrupt](const Interrupt&) { on_interrupt(); }) {}
 
 InterruptHandler::~InterruptHandler() {
   SetInterruptHandler(nullptr);

@@ -23,10 +23,16 @@ class AnswerLimit {
   AnswerLimit& operator=(const AnswerLimit&) = delete;
 };
 
+struct Interrupt {
+  int signal;
+  bool from_terminal;  // which sends it to all of its foreground
+};
+
 // As long as it lives, an interrupt calls the function, from another thread, in place of ending the work.
 class InterruptHandler {
  public:
-  explicit InterruptHandler(std::function<void()> on_interrupt);
+  explicit InterruptHandler(std::function<void(const Interrupt&)> on_interrupt);
+  explicit InterruptHandler(const std::function<void()>& on_interrupt);
   ~InterruptHandler();
   InterruptHandler(const InterruptHandler&) = delete;
   InterruptHandler& operator=(const InterruptHandler&) = delete;

@@ -48,6 +48,10 @@ const OutcomeRow& RowOf(Outcome outcome) {
   return kOutcomes[static_cast<int>(Outcome::kFailed)];
 }
 
+int StatusOf(const Report& report) {
+  return report.status.value_or(ExitStatusOf(report.outcome));
+}
+
 Json JsonOf(const Value& value);
 
 struct MakeJson {
@@ -118,7 +122,7 @@ std::string ToJson(const Fields& fields) {
 }
 
 std::string ToJson(const Report& report) {
-  const int status = ExitStatusOf(report.outcome);
+  const int status = StatusOf(report);
   Fields object = {{"verb", report.verb.empty() ? Value() : Value(report.verb)},
                    {"outcome", WordOf(report.outcome)},
                    {"status", status}};
@@ -137,5 +141,5 @@ int Print(const Report& report, bool as_json) {
   } else if (!report.error.empty()) {
     PrintError(report.error);
   }
-  return ExitStatusOf(report.outcome);
+  return StatusOf(report);
 }

@@ -1,7 +1,9 @@
 // What a verb has to say, and how it is said: as text for people or as one JSON object for programs.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -29,7 +31,7 @@ class Fields {
 };
 
 // Texts are bytes, which need not be UTF-8.
-struct Value : std::variant<std::nullptr_t, bool, int, std::string, List, Fields> {
+struct Value : std::variant<std::nullptr_t, bool, int, std::int64_t, std::string, List, Fields> {
   using variant::variant;
 };
 
@@ -67,6 +69,7 @@ struct Report {
   std::string error;                  // why it did not work; said where there is no text
   std::vector<std::string> warnings;  // what may make the answer another one than the user thinks
   Fields details;                     // the verb's own keys
+  std::optional<int> status;          // in place of the outcome's: of a command that was run
 };
 
 // The object, on one line, in ASCII.

@@ -82,6 +82,15 @@ std::string Printable(const std::string& text) {
   return printable;
 }
 
+std::string Quoted(const std::string& text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
+  }
+  return Printable(quoted + "\"");
+}
+
 size_t WidthOf(const std::string& printable) {
   size_t width = 0;
   for (const char* at = printable.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {

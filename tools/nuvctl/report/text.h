@@ -9,6 +9,9 @@
 // an escape such as \u001b.
 std::string Printable(const std::string& text);
 
+// The same between double quotes, which nothing in the text can end.
+std::string Quoted(const std::string& text);
+
 // Columns that the text takes on a terminal: a wide character takes two, a combining one none.
 size_t WidthOf(const std::string& printable);
 

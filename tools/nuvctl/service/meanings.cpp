@@ -77,3 +77,14 @@ std::optional<Verdict> Judge(const LaunchReport& report) {
   if (meaning->sense == Sense::kSuccess) return Verdict{Outcome::kLaunched, number};
   return plain ? Verdict{Outcome::kFailed, number} : JudgeFailedEvent(report);
 }
+
+const std::map<std::string, int>& PopupKinds() {
+  static const std::map<std::string, int> kinds = {
+      {"unknown-title", LAUNCH_ERROR_POPUP_UNKNOWN_TITLE},
+      {"type-1", LAUNCH_ERROR_POPUP_TYPE_1},
+      {"type-2", LAUNCH_ERROR_POPUP_TYPE_2},
+      {"type-3", LAUNCH_ERROR_POPUP_TYPE_3},
+      {"no-app-id", LAUNCH_ERROR_POPUP_NO_APP_ID},
+  };
+  return kinds;
+}

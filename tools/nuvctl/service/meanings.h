@@ -1,6 +1,7 @@
 // Names and meanings of the numbers that the service reports, and what they say about a launch.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 
@@ -38,3 +39,6 @@ struct Verdict {
 
 // What the report says about the launch; nothing where the launch is still undecided after it.
 std::optional<Verdict> Judge(const LaunchReport& report);
+
+// The kinds of an error popup, by their names.
+const std::map<std::string, int>& PopupKinds();

@@ -8,7 +8,7 @@
 
 namespace {
 
-enum class FieldType { kText, kNumber, kNamedNumber, kMark };
+enum class FieldType { kText, kSecret, kNumber, kNamedNumber, kMark };
 
 struct SignalField {
   const char* key;  // null: there is no such field
@@ -25,6 +25,7 @@ struct Signal {
 };
 
 constexpr FieldType kText = FieldType::kText;
+constexpr FieldType kSecret = FieldType::kSecret;
 constexpr FieldType kNumber = FieldType::kNumber;
 constexpr FieldType kNamed = FieldType::kNamedNumber;
 constexpr FieldType kMark = FieldType::kMark;
@@ -41,18 +42,14 @@ constexpr Signal kSignals[] = {
     {"LaunchDelivered",
      "delivered",
      "(sissss)",
-     {{"app", kText}, {"pid", kNumber}, {"payload", kText}, {"caller", kText}, {"uri", kText}, {"extra_data", kText}}},
+     {{"app", kText},
+      {"pid", kNumber},
+      {"payload", kSecret},
+      {"caller", kText},
+      {"uri", kSecret},
+      {"extra_data", kSecret}}},
     {"ForegroundChanged", "front", "(s)", {{"app", kText}}},
 };
-
-std::string Quoted(const std::string& text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') quoted += '\\';
-    quoted += c;
-  }
-  return Printable(quoted + "\"");
-}
 
 void AddText(WatchLine& line, const SignalField& field, const std::string& value) {
   line.text += Quoted(value);
@@ -79,7 +76,7 @@ void AddMark(WatchLine& line, const SignalField& field, bool holds) {
 void AddField(WatchLine& line, const SignalField& field, GVariant* value) {
   if (field.type == FieldType::kMark) return AddMark(line, field, g_variant_get_boolean(value) != FALSE);
   line.text += std::string(" ") + field.key + "=";
-  if (field.type == FieldType::kText) {
+  if (field.type == FieldType::kText || field.type == FieldType::kSecret) {
     AddText(line, field, g_variant_get_string(value, nullptr));
   } else {
     AddNumber(line, field, g_variant_get_int32(value));
@@ -108,6 +105,16 @@ std::optional<WatchLine> LineOfSignal(const std::string& signal, GVariant* argum
     return MakeLine(known, arguments);
   }
   return std::nullopt;
+}
+
+std::vector<bool> SecretsOfSignal(const std::string& signal, const std::string& signature, size_t arguments) {
+  for (const Signal& known : kSignals) {
+    if (signal != known.name || "(" + signature + ")" != known.arguments) continue;
+    std::vector<bool> secrets(arguments);
+    for (size_t i = 0; i < arguments; ++i) secrets[i] = known.fields[i].type == FieldType::kSecret;
+    return secrets;
+  }
+  return std::vector<bool>(arguments, true);
 }
 
 WatchLine LineOfService(bool present) {

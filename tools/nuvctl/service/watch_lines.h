@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "report/report.h"
 
@@ -19,6 +20,9 @@ struct WatchLine {
 
 // Nothing for a signal that has no line, or that carries something else than it should.
 std::optional<WatchLine> LineOfSignal(const std::string& signal, GVariant* arguments);
+
+// Which arguments of a signal say what somebody watches or says: all of one that has no line.
+std::vector<bool> SecretsOfSignal(const std::string& signal, const std::string& signature, size_t arguments);
 
 WatchLine LineOfService(bool present);
 

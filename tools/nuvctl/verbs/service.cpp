@@ -1,11 +1,10 @@
 // nuvctl kpi, popup, android-status, extra-app: one call of the service each.
 #include <nuv/nuv_service_api.h>
 
-#include <map>
-
 #include "command/command_line.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
+#include "service/meanings.h"
 
 namespace {
 
@@ -28,17 +27,6 @@ const RegisteredVerb kKpi({"kpi",
                             Option("--preload-type", "N", "The service's preload type (default 0)").Number(),
                             Option("--text", "TEXT", "The service's event text"), TimeoutOption()},
                            Kpi});
-
-const std::map<std::string, int>& PopupKinds() {
-  static const std::map<std::string, int> kinds = {
-      {"unknown-title", LAUNCH_ERROR_POPUP_UNKNOWN_TITLE},
-      {"type-1", LAUNCH_ERROR_POPUP_TYPE_1},
-      {"type-2", LAUNCH_ERROR_POPUP_TYPE_2},
-      {"type-3", LAUNCH_ERROR_POPUP_TYPE_3},
-      {"no-app-id", LAUNCH_ERROR_POPUP_NO_APP_ID},
-  };
-  return kinds;
-}
 
 std::vector<std::string> PopupNames() {
   std::vector<std::string> names;

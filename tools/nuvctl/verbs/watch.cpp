@@ -1,107 +1,64 @@
 // nuvctl watch
+#include <chrono>
 #include <cstdio>
-#include <functional>
 #include <optional>
-#include <utility>
-#include <vector>
 
-#include "bus/system_bus.h"
 #include "command/guard.h"
 #include "command/verb.h"
-#include "obstacles/obstacles.h"
+#include "monitor/line_options.h"
+#include "monitor/monitor.h"
+#include "monitor/monitor_end.h"
+#include "monitor/service_signals.h"
 #include "report/text.h"
-#include "service/watch_lines.h"
 
 namespace {
 
-// Follows what the service tells about itself until something ends it.
-class WatchSession {
- public:
-  using Show = std::function<bool(const WatchLine&)>;  // false ends the session
-
-  explicit WatchSession(Show show) : show_(std::move(show)), loop_(g_main_loop_new(nullptr, FALSE)) {}
-  WatchSession(const WatchSession&) = delete;
-  WatchSession& operator=(const WatchSession&) = delete;
-
-  // Until the user ends it, or the time is over where there is one, or the bus is gone.
-  Diagnosis Run(std::optional<unsigned> limit_ms);
-
- private:
-  void ConnectToBus();
-  void Follow(GDBusConnection* bus);
-  void OnService(bool present);
-  void Tell(const WatchLine& line);
-  void End(const Diagnosis& end);
-
-  const Show show_;
-  GlibOwner<GMainLoop> loop_;
-  Timer time_;
-  std::optional<LiveBus> bus_;
-  std::optional<SignalWatch> signals_;
-  std::optional<NameWatch> service_;
-  std::optional<bool> service_present_;
-  std::optional<Diagnosis> end_;
-};
-
-Diagnosis WatchSession::Run(std::optional<unsigned> limit_ms) {
-  const InterruptHandler handler([this] { InMainLoop([this] { End({Outcome::kDone, ""}); }); });
-  if (limit_ms) time_.Start(*limit_ms, [this] { End({Outcome::kDone, ""}); });
-  ConnectToBus();
-  g_main_loop_run(loop_.get());
-  return *end_;
+// Of the time, what is left of it.
+std::optional<unsigned> MillisecondsTo(const Deadline& deadline) {
+  if (!deadline) return std::nullopt;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - std::chrono::steady_clock::now()).count();
+  return left > 0 ? static_cast<unsigned>(left) : 0;
 }
 
-void WatchSession::ConnectToBus() {
-  LiveBus::Listener listener;
-  listener.on_connected = [this](GDBusConnection* bus) { Follow(bus); };
-  listener.on_unreachable = [this] { End(BusUnreachable()); };
-  listener.on_closed = [this] { End({Outcome::kBusGone, "the connection to the system bus broke"}); };
-  bus_.emplace(std::move(listener));
-}
-
-// The signals first: whoever is told that the service is there may rely on seeing what it does.
-void WatchSession::Follow(GDBusConnection* bus) {
-  signals_.emplace(bus, SignalSource{kSimulatorName, kSimulatorPath, kSimulatorInterface},
-                   [this](const char* signal, GVariant* arguments) {
-                     if (const auto line = LineOfSignal(signal, arguments)) Tell(*line);
-                   });
-  service_.emplace(bus, kSimulatorName, [this](const std::string& owner) { OnService(!owner.empty()); });
-}
-
-// That it is there may be heard twice at the beginning, as an answer and as a change.
-void WatchSession::OnService(bool present) {
-  if (service_present_ == present) return;
-  service_present_ = present;
-  Tell(LineOfService(present));
-}
-
-void WatchSession::Tell(const WatchLine& line) {
-  if (end_) return;
-  if (!show_(line)) End({Outcome::kDone, ""});
-}
-
-void WatchSession::End(const Diagnosis& end) {
-  if (!end_) end_ = end;
-  g_main_loop_quit(loop_.get());
-}
-
-bool CanBeWritten() {
-  return std::ferror(stdout) == 0;
+Diagnosis WatchSignals(const Values& values, const Deadline& deadline, const std::string& why) {
+  PrintError("the bus does not show its messages (" + Printable(why) +
+             "): only what the service tells of itself follows");
+  const bool json = values.Flag("--json");
+  const auto show = [json](const WatchLine& line) {
+    PrintLine(Print(line, json));
+    return std::ferror(stdout) == 0;
+  };
+  return FollowSignals(show, MillisecondsTo(deadline));
 }
 
 Report Watch(const Values& values) {
-  WatchSession session([json = values.Flag("--json")](const WatchLine& line) {
-    PrintLine(Print(line, json));
-    return CanBeWritten();
-  });
-  const Diagnosis end = session.Run(values.Milliseconds("--for"));
+  const Stop stop;
+  Monitor::Plan plan = {std::nullopt, values.Flag("--reconnect")};
+  if (const auto limit = values.Milliseconds("--for")) {
+    plan.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(*limit);
+  }
+  MessageLines lines(recording::Now(), FilterOf(values), FormOf(values));
+  Diagnosis end;
+  std::optional<std::string> refused;
+  {
+    const InterruptHandler handler([&stop] { stop.Set(); });
+    Monitor monitor(stop, plan, [&lines](const recording::Entry& entry) { return PrintLineOf(lines, entry); });
+    const std::optional<Monitor::End> failed = monitor.Start();
+    if (failed == Monitor::End::kRefused) refused = monitor.Problem();
+    if (!refused) end = DiagnosisOf(failed ? *failed : monitor.Run(), monitor.Problem());
+  }
+  if (refused) end = WatchSignals(values, plan.deadline, *refused);
   return end.outcome == Outcome::kDone ? Report() : ReportOf(end);
 }
 
-const RegisteredVerb kWatch({"watch",
-                             Group::kDiagnosis,
-                             "Show what the service does, line by line",
-                             {Option("--for", "SECONDS", "End after so long (default: when interrupted)").Seconds()},
-                             Watch});
+const RegisteredVerb kWatch(
+    {"watch",
+     Group::kDiagnosis,
+     "Show what passes between programs and the service, line by line",
+     WithLineOptions({Option("--for", "SECONDS", "End after so long (default: when interrupted)").Seconds(),
+                      Flag("--reconnect", "Go on when the bus was gone and is back")}),
+     Watch,
+     {},
+     CheckLineOptions});
 
 }  // namespace

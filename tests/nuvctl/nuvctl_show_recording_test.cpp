@@ -1,0 +1,136 @@
+// nuvctl show-recording: as watch shows it, whatever is wrong with the file.
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <regex>
+
+#include "nuvctl_run.h"
+#include "recording/json_lines.h"
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+using Json = nlohmann::json;
+
+class NuvctlShowRecording : public NuvctlOnBusTest {
+ protected:
+  // A launch and a popup.
+  void RecordSome() {
+    StartSimulator();
+    const std::string nuvctl = "'" NUV_BIN_DIR "/nuvctl' ";
+    const std::string script = nuvctl + "launch " + kApp + " --wait 20; " + nuvctl + "popup 3";
+    ASSERT_EQ(Run({"record", file_, "--", "sh", "-c", script}).status, 0);
+  }
+  NuvctlRun Show(const Arguments& more = {}) const {
+    Arguments arguments = {"show-recording", file_};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Run(arguments);
+  }
+  // Of a line without what differs from one watcher to the other.
+  static std::string WithoutTimes(const std::string& text) {
+    const std::string lines = std::regex_replace(text, std::regex("(^|\n)[0-9:]{8}[.][0-9]{6} "), "$1");
+    return std::regex_replace(lines, std::regex(" after=[0-9.]+ms"), "");
+  }
+
+  const std::string file_ = directory_ / "tv.nuvrec";
+};
+
+TEST_F(NuvctlShowRecording, ShowsWhatWatchShows) {
+  StartSimulator();
+  const auto watch = Start({"watch", "--all"});
+  ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("service present\n") != std::string::npos; }));
+  const std::string nuvctl = "'" NUV_BIN_DIR "/nuvctl' ";
+  const std::string script = nuvctl + "launch " + kApp + " --payload x --wait 20; " + nuvctl + "popup 3";
+  ASSERT_EQ(Run({"record", file_, "--", "sh", "-c", script}).status, 0);
+  watch->Signal(SIGINT);
+  const std::string watched = WithoutTimes(Finish(*watch).output);
+  const std::string shown = WithoutTimes(Show({"--all"}).output);
+  const std::string end = "end reason=\"command ended\"\n";
+  ASSERT_THAT(shown, EndsWith(end));
+  // Before the recording began, the watch saw it ask the service.
+  EXPECT_THAT(watched, EndsWith(shown.substr(0, shown.size() - end.size()).substr(shown.find('\n'))));
+  EXPECT_THAT(shown, StartsWith("service present\n"));
+}
+
+TEST_F(NuvctlShowRecording, TakesTheFiltersOfWatch) {
+  RecordSome();
+  EXPECT_THAT(Show().output, HasSubstr("launch_app"));
+  EXPECT_THAT(Show({"--method", "launch_systempopup"}).output, HasSubstr("call launch_systempopup"));
+  EXPECT_EQ(Show({"--method", "launch_systempopup"}).output.find("launch_app"), std::string::npos);
+  EXPECT_EQ(Show({"--app", kApp}).output.find("popup"), std::string::npos);
+  EXPECT_EQ(Show({"--pid", "1"}).output.find("call "), std::string::npos);
+  EXPECT_THAT(Show({"--raw"}).output, HasSubstr("  Type:    method-call\n"));
+}
+
+TEST_F(NuvctlShowRecording, SinceLeavesOutWhatWasBefore) {
+  recording::Header header = {"1", std::nullopt, "b", "2024-02-29T12:00:00.000000Z", false};
+  std::string text = recording::LineOf(header) + "\n";
+  for (const int seconds : {1, 2, 3}) {
+    recording::Entry lost;
+    lost.t_us = seconds * 1000000;
+    lost.kind = recording::Kind::kLost;
+    lost.count = static_cast<std::uint64_t>(seconds);
+    text += recording::LineOf(lost) + "\n";
+  }
+  WriteFile(file_, text);
+  EXPECT_EQ(WithoutTimes(Show({"--since", "2"}).output), "lost count=2\nlost count=3\n");
+  EXPECT_EQ(WithoutTimes(Show({"--since", "2024-02-29T12:00:02.5Z"}).output), "lost count=3\n");
+  EXPECT_EQ(WithoutTimes(Show({"--since", "2020-01-01T00:00:00Z"}).output),
+            "lost count=1\nlost count=2\nlost count=3\n");
+  const NuvctlRun wrong = Show({"--since", "noon"});
+  EXPECT_EQ(wrong.status, 2);
+  EXPECT_THAT(wrong.errors, HasSubstr("noon"));
+}
+
+TEST_F(NuvctlShowRecording, InJsonEachLineIsAnObject) {
+  RecordSome();
+  std::istringstream lines(Show({"--json"}).output);
+  std::set<std::string> kinds;
+  for (std::string line; std::getline(lines, line);) kinds.insert(Json::parse(line).value("kind", "answer"));
+  EXPECT_THAT(kinds, testing::IsSupersetOf({"service", "call", "return", "request", "end", "answer"}));
+}
+
+TEST_F(NuvctlShowRecording, ReadsTheStandardInput) {
+  RecordSome();
+  Process shell({"sh", "-c", "'" NUV_BIN_DIR "/nuvctl' show-recording - < '" + file_ + "'"}, directory_.path());
+  EXPECT_EQ(shell.Wait(), 0);
+  EXPECT_EQ(shell.Output(), Show().output);
+}
+
+TEST_F(NuvctlShowRecording, SaysThatOneWasCutAndShowsWhatIsThere) {
+  RecordSome();
+  const std::string whole = ReadFile(file_);
+  const std::string before = Show().output;
+  WriteFile(file_, whole.substr(0, whole.size() - 10));
+  const NuvctlRun run = Show();
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output, before.substr(0, before.rfind("\n", before.size() - 2) + 1));
+  EXPECT_EQ(run.errors, "nuvctl: warning: " + file_ + " was cut: it has no end\n");
+}
+
+TEST_F(NuvctlShowRecording, NamesABrokenLineAndShowsWhatIsBefore) {
+  RecordSome();
+  const std::string whole = ReadFile(file_);
+  const auto lines = std::count(whole.begin(), whole.end(), '\n');
+  WriteFile(file_, whole.substr(0, whole.rfind("\n", whole.size() - 2) + 1) + "{}\n");
+  const NuvctlRun run = Show();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, HasSubstr("return launch_systempopup"));
+  EXPECT_EQ(run.errors, "nuvctl: failed: " + file_ + ":" + std::to_string(lines) + ": \"t\" is missing\n");
+}
+
+TEST_F(NuvctlShowRecording, WhatIsNoRecordingIsSaid) {
+  WriteFile(file_, "a letter\n");
+  const NuvctlRun run = Show();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "nuvctl: failed: " + file_ + ":1: no JSON object\n");
+  EXPECT_EQ(Run({"show-recording", directory_ / "none"}).status, 1);
+}
+
+TEST_F(NuvctlShowRecording, NeedsNeitherBusNorService) {
+  RecordSome();
+  const std::string before = Show().output;
+  simulator().KillAndWait();
+  bus_.Kill();
+  EXPECT_EQ(Show().output, before);
+}

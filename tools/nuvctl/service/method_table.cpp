@@ -1,0 +1,88 @@
+#include "service/method_table.h"
+
+namespace {
+
+const std::vector<Method>& Methods() {
+  static const std::vector<Method> methods = {
+      {"heartbeat", "", {}, "", {}},
+      {"launch_app",
+       "sisssssssisiiiiiiiiiiiaay",
+       {{"object", Show::kText},    {"thread", Show::kNumber},     {"app", Show::kApp},
+        {"payload", Show::kSecret}, {"uri", Show::kSecret},        {"caller", Show::kText},
+        {"entry", Show::kText},     {"below", Show::kText},        {"requestor", Show::kText},
+        {"index", Show::kNumber},   {"method_call", Show::kText},  {"force", Show::kFlag},
+        {"preload", Show::kFlag},   {"option1", Show::kFlag},      {"option2", Show::kFlag},
+        {"option3", Show::kFlag},   {"option4", Show::kFlag},      {"cb_type", Show::kNumber},
+        {"deep-link", Show::kFlag}, {"extra-option", Show::kFlag}, {"background", Show::kFlag},
+        {"skip-pin", Show::kFlag},  {"extra_data", Show::kPairs}},
+       "",
+       {}},
+      {"app_launch_result",
+       "isiiiisi",
+       {{"thread", Show::kNumber},
+        {"app", Show::kApp},
+        {"result", Show::kNamed},
+        {"event", Show::kNamed},
+        {"data", Show::kNumber},
+        {"index", Show::kNumber},
+        {"method_call", Show::kText},
+        {"cb_type", Show::kNumber}},
+       "",
+       {}},
+      {"terminate_app",
+       "siss",
+       {{"app", Show::kApp}, {"option", Show::kNumber}, {"caller", Show::kText}, {"reason", Show::kText}},
+       "",
+       {}},
+      {"terminate_app_by_runtitle", "s", {{"run_title", Show::kSecret}}, "", {}},
+      {"terminate_allapp", "ss", {{"caller", Show::kText}, {"reason", Show::kText}}, "", {}},
+      {"launch_systempopup", "i", {{"popup", Show::kPopup}}, "", {}},
+      {"send_appexec_kpi",
+       "issis",
+       {{"log_type", Show::kNumber},
+        {"app", Show::kApp},
+        {"caller", Show::kText},
+        {"preload_type", Show::kNumber},
+        {"text", Show::kText}},
+       "",
+       {}},
+      {"get_android_app_status", "s", {{"app", Show::kApp}}, "i", {{"status", Show::kNumber}}},
+      {"get_extra_app", "", {}, "s", {{"app", Show::kApp}}},
+      {"notify_extra_app_changed", "s", {{"app", Show::kApp}}, "", {}},
+      {"notify_app_launch_status", "s", {{"app", Show::kApp}}, "", {}},
+      {"notify_special_app", "s", {{"app", Show::kApp}}, "", {}},
+      {"nuv_update_app_count", "s", {{"app", Show::kApp}}, "i", {{"state", Show::kNumber}}},
+      {"nuv_update_app_version",
+       "ss",
+       {{"app", Show::kApp}, {"version", Show::kText}},
+       "i",
+       {{"state", Show::kNumber}}},
+      {"nuv_update_app_by_key", "si", {{"app", Show::kApp}, {"key", Show::kNumber}}, "i", {{"state", Show::kNumber}}},
+      {"nuv_command",
+       "isss",
+       {{"command", Show::kNumber}, {"app", Show::kApp}, {"package_path", Show::kText}, {"data", Show::kSecret}},
+       "",
+       {}},
+      {"LaunchRequest",
+       "sssa(ss)",
+       {{"app", Show::kApp}, {"operation", Show::kText}, {"uri", Show::kSecret}, {"extra_data", Show::kTextPairs}},
+       "i",
+       {{"pid", Show::kNumber}}},
+      {"EnterPin", "us", {{"question", Show::kNumber}, {"pin", Show::kPin}}, "b", {{"accepted", Show::kFlag}}},
+      {"CancelPin", "u", {{"question", Show::kNumber}}, "", {}},
+  };
+  return methods;
+}
+
+}  // namespace
+
+const Method* FindMethod(const std::string& name, const std::string& signature) {
+  for (const Method& method : Methods()) {
+    if (name == method.name && signature == method.signature) return &method;
+  }
+  return nullptr;
+}
+
+bool IsSecret(Show show) {
+  return show == Show::kSecret || show == Show::kPin || show == Show::kPairs || show == Show::kTextPairs;
+}
