@@ -234,7 +234,7 @@ TEST_F(NuvctlReplay, HasMoreClientsThanItMayHaveConnections) {
   made.End();
   StartSimulator();
   Process nuvctl(
-      {"/bin/sh", "-c", "ulimit -n 200; exec \"$@\"", "sh", NUV_BIN_DIR "/nuvctl", "replay", File(), "--speed", "0"},
+      {"/bin/sh", "-c", "ulimit -n 300; exec \"$@\"", "sh", NUV_BIN_DIR "/nuvctl", "replay", File(), "--speed", "0"},
       directory_.path(), {{"NUV_HOST_DIR", directory_ / "client"}});
   const NuvctlRun run = Finish(nuvctl, Milliseconds(100000));
   EXPECT_EQ(run.output, "as recorded: 300 calls, 300 answers, 0 results, 300 clients\n") << run.errors;
