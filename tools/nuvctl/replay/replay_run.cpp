@@ -25,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 using recording::Kind;
 
 constexpr unsigned kConnectLimitMs = 3000;
-constexpr size_t kMostConnections = 100;  // the bus allows a user a few hundred
+constexpr size_t kMostConnections = 50;  // of a few descriptors each
 constexpr size_t kPlacesCompared = 32;
 constexpr size_t kLaunchesKept = 32;
 constexpr double kLongestPauseUs = 1e14;  // years; the clock does not overflow
