@@ -82,8 +82,8 @@ struct Launch {
 };
 
 struct Client {
-  explicit Client(ConnectionOwner connection, std::shared_ptr<Bell> bell)
-      : live(std::move(connection), std::move(bell)) {}
+  Client(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
+      : live(std::move(connection), std::move(context), std::move(bell)) {}
 
   LiveClient live;
   std::map<guint32, SentCall> unanswered;       // by the recorded serial
@@ -347,13 +347,14 @@ Client* ReplayRun::ClientNamed(const std::string& name) {
   auto& client = clients_[name];
   if (client == nullptr) {
     CloseIdleClient();
-    ConnectionOwner connection = ConnectToSystemBus(kConnectLimitMs);
+    GlibOwner<GMainContext> context(g_main_context_new());
+    ConnectionOwner connection = ConnectToSystemBus(kConnectLimitMs, nullptr, context.get());
     if (connection == nullptr) {
       clients_.erase(name);
       End(BusUnreachable());
       return nullptr;
     }
-    client = std::make_unique<Client>(std::move(connection), bell_);
+    client = std::make_unique<Client>(std::move(connection), std::move(context), bell_);
     ++seen_clients_;
   }
   client->last_use = position_;
