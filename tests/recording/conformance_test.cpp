@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include "bus_recorder.h"
 #include "simulator_fixture.h"
 
 namespace {
@@ -40,25 +39,32 @@ class Conformance : public SimulatorTest {
                        crash + R"("}]})");
   }
 
+  // Runs the clients, one after the other.
+  static std::string Script(const std::vector<Words>& clients) {
+    std::string script = "set -e\n";
+    for (const Words& words : clients) {
+      script += NUV_TEST_DIR "/launch_client";
+      for (const std::string& word : words) script.append(" '").append(word).append("'");
+      script += '\n';
+    }
+    return script;
+  }
+
   // The lines of the clients.
   std::string Run(const std::vector<Words>& clients) {
-    std::string lines;
-    for (Words words : clients) {
-      words.insert(words.begin(), NUV_TEST_DIR "/launch_client");
-      Process client(words, files_.path(), Process::Environment{{"NUV_HOST_DIR", directory_.path()}});
-      EXPECT_EQ(client.Wait(Milliseconds(60000)), 0) << client.Errors();
-      lines += client.Output();
-    }
-    return lines;
+    Process shell({"/bin/sh", "-c", Script(clients)}, files_.path(),
+                  Process::Environment{{"NUV_HOST_DIR", directory_.path()}});
+    EXPECT_EQ(shell.Wait(Milliseconds(60000)), 0) << shell.Errors();
+    return shell.Output();
   }
 
   std::string Record(const Scene& scene) {
     StartService(scene);
-    BusRecorder recorder(bus_, File());
-    const std::string lines = Run(scene.clients);
-    recorder.End();
+    Process record({NUV_BIN_DIR "/nuvctl", "record", "--force", File(), "--", "/bin/sh", "-c", Script(scene.clients)},
+                   files_.path(), Process::Environment{{"NUV_HOST_DIR", directory_.path()}});
+    EXPECT_EQ(record.Wait(Milliseconds(60000)), 0) << record.Errors();
     End();
-    return lines;
+    return record.Output();
   }
 
   // The exit status of nuvctl and what it said, of the recording sent to a service as in the scene.

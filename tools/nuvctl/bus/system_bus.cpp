@@ -16,7 +16,10 @@ constexpr GDBusConnectionFlags kBusConnection = static_cast<GDBusConnectionFlags
 // A main context that is the calling thread's own while it lives.
 class ThreadContext {
  public:
-  ThreadContext() : context_(g_main_context_new()) { g_main_context_push_thread_default(context_.get()); }
+  explicit ThreadContext(GMainContext* given)
+      : context_(given != nullptr ? g_main_context_ref(given) : g_main_context_new()) {
+    g_main_context_push_thread_default(context_.get());
+  }
   ~ThreadContext() { g_main_context_pop_thread_default(context_.get()); }
   ThreadContext(const ThreadContext&) = delete;
   ThreadContext& operator=(const ThreadContext&) = delete;
@@ -74,10 +77,10 @@ TextOwner SystemBusAddress() {
   return TextOwner(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
 }
 
-ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why) {
+ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why, GMainContext* given) {
   const TextOwner address = SystemBusAddress();
   if (address == nullptr) return nullptr;
-  const ThreadContext context;
+  const ThreadContext context(given);
   const CancellableOwner cancellable(g_cancellable_new());
   const GlibOwner<GSource> limit(g_timeout_source_new(limit_ms));
   g_source_set_callback(limit.get(), OnLimit, cancellable.get(), nullptr);

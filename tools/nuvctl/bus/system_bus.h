@@ -11,7 +11,9 @@ TextOwner SystemBusAddress();
 
 // A new connection, or null when there is none within the limit, also where the bus takes the call and says nothing:
 // "why" then has GLib's error, which is a cancellation where the time was over, and nothing where there is no address.
-ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why = nullptr);
+// The connection tells of its end on the context, where one is given, and is released when that has been heard.
+ConnectionOwner ConnectToSystemBus(unsigned limit_ms, GlibOwner<GError>* why = nullptr,
+                                   GMainContext* context = nullptr);
 
 // The bus name to which this process's requests go.
 std::string ServiceName();

@@ -62,8 +62,8 @@ std::string ObjectOfResult(GDBusMessage* message) {
   return name.rfind(kClientInterfaces, 0) == 0 ? name.substr(sizeof kClientInterfaces - 1) : "";
 }
 
-LiveClient::LiveClient(ConnectionOwner connection, std::shared_ptr<Bell> bell)
-    : connection_(std::move(connection)), inbox_(std::make_shared<Inbox>()) {
+LiveClient::LiveClient(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
+    : context_(std::move(context)), connection_(std::move(connection)), inbox_(std::make_shared<Inbox>()) {
   inbox_->bell = std::move(bell);
   using Shared = std::shared_ptr<Inbox>;
   filter_ = g_dbus_connection_add_filter(connection_.get(), Filter, new Shared(inbox_),
@@ -73,6 +73,9 @@ LiveClient::LiveClient(ConnectionOwner connection, std::shared_ptr<Bell> bell)
 LiveClient::~LiveClient() {
   g_dbus_connection_remove_filter(connection_.get(), filter_);
   g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);
+  // What tells of the end holds the connection and its descriptors until it was heard.
+  while (g_main_context_iteration(context_.get(), FALSE) != FALSE) {
+  }
 }
 
 // On the connection's own thread. A result is acknowledged here: no object of GLib's has to know its type.

@@ -40,8 +40,9 @@ class Bell {
 
 class LiveClient {
  public:
-  // The bell lives on for as long as the connection does.
-  LiveClient(ConnectionOwner connection, std::shared_ptr<Bell> bell);
+  // The context is the one that the connection tells of its end on. The bell lives on for as long as the connection
+  // does.
+  LiveClient(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell);
   ~LiveClient();
   LiveClient(const LiveClient&) = delete;
   LiveClient& operator=(const LiveClient&) = delete;
@@ -70,6 +71,7 @@ class LiveClient {
 
   static GDBusMessage* Filter(GDBusConnection* connection, GDBusMessage* message, gboolean incoming, gpointer inbox);
 
+  const GlibOwner<GMainContext> context_;
   const ConnectionOwner connection_;
   const std::shared_ptr<Inbox> inbox_;
   guint filter_ = 0;

@@ -25,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 using recording::Kind;
 
 constexpr unsigned kConnectLimitMs = 3000;
-constexpr size_t kMostConnections = 100;  // the bus allows a user a few hundred
+constexpr size_t kMostConnections = 50;  // of a few descriptors each
 constexpr size_t kPlacesCompared = 32;
 constexpr size_t kLaunchesKept = 32;
 constexpr double kLongestPauseUs = 1e14;  // years; the clock does not overflow
@@ -82,8 +82,8 @@ struct Launch {
 };
 
 struct Client {
-  explicit Client(ConnectionOwner connection, std::shared_ptr<Bell> bell)
-      : live(std::move(connection), std::move(bell)) {}
+  Client(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
+      : live(std::move(connection), std::move(context), std::move(bell)) {}
 
   LiveClient live;
   std::map<guint32, SentCall> unanswered;       // by the recorded serial
@@ -145,7 +145,7 @@ class ReplayRun {
   void CloseIdleClient();
 
   void Expect(const Expected& expected);
-  void Compare(Client& client, const Expected& expected, std::deque<Arrived>::iterator arrived);
+  void Compare(Client& client, const Expected& expected, const std::deque<Arrived>::iterator& arrived);
   static std::deque<Arrived>::iterator Find(Client& client, const Expected& expected);
   static bool CameInOrder(Client& client, size_t then, size_t now);
   static void Collect(Client& client);
@@ -264,7 +264,7 @@ void ReplayRun::ReadCall(const recording::Entry& entry, GDBusMessage* call) {
 // The service's name that the call goes to; empty where it is none of the service's own calls.
 std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
   if (Text(g_dbus_message_get_interface(call)).rfind(kServiceInterfaces, 0) != 0) return "";
-  const std::string destination = Text(g_dbus_message_get_destination(call));
+  std::string destination = Text(g_dbus_message_get_destination(call));
   if (Has(kServiceNames, destination)) return destination;
   const auto service = services_.find(destination);
   return service == services_.end() ? "" : service->second;
@@ -347,13 +347,14 @@ Client* ReplayRun::ClientNamed(const std::string& name) {
   auto& client = clients_[name];
   if (client == nullptr) {
     CloseIdleClient();
-    ConnectionOwner connection = ConnectToSystemBus(kConnectLimitMs);
+    GlibOwner<GMainContext> context(g_main_context_new());
+    ConnectionOwner connection = ConnectToSystemBus(kConnectLimitMs, nullptr, context.get());
     if (connection == nullptr) {
       clients_.erase(name);
       End(BusUnreachable());
       return nullptr;
     }
-    client = std::make_unique<Client>(std::move(connection), bell_);
+    client = std::make_unique<Client>(std::move(connection), std::move(context), bell_);
     ++seen_clients_;
   }
   client->last_use = position_;
@@ -443,7 +444,7 @@ void ReplayRun::Expect(const Expected& expected) {
   KeepPace(expected.t_us);
 }
 
-void ReplayRun::Compare(Client& client, const Expected& expected, std::deque<Arrived>::iterator arrived) {
+void ReplayRun::Compare(Client& client, const Expected& expected, const std::deque<Arrived>::iterator& arrived) {
   const bool in_order = CameInOrder(client, expected.position, arrived->position);
   if (arrived->words != expected.words) {
     Differ(expected, expected.words, arrived->words);
