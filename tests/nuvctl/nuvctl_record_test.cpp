@@ -118,22 +118,53 @@ TEST_F(NuvctlRecord, HoldsEachMessageOfTheCommandWithItsBytes) {
   EXPECT_TRUE(recorded.Of(Kind::kLost).empty()) << ReadFile(file_);
 }
 
-TEST_F(NuvctlRecord, IsReadyBeforeTheCommandAndTellsWhoCalls) {
+TEST_F(NuvctlRecord, IsReadyBeforeTheCommand) {
   StartSimulator();
   EXPECT_EQ(Run(Record({}, Nuvctl({"ping", "-c", "1"}))).status, 0);
   const Recorded recorded = ReadWhole();
-  const auto calls = recorded.Of(Kind::kCall, "heartbeat");
-  ASSERT_EQ(calls.size(), 1U) << ReadFile(file_);
-  bool told = false;
-  for (const Entry& entry : recorded.entries) {
-    if (entry.kind == Kind::kClient && entry.name == calls[0].sender) {
-      told = entry.program == "nuvctl" && entry.pid > 0 && entry.uid == getuid();
-    }
-    if (entry.kind == Kind::kCall && entry.sender == calls[0].sender) break;
-  }
-  EXPECT_TRUE(told) << ReadFile(file_);
+  EXPECT_EQ(recorded.Of(Kind::kCall, "heartbeat").size(), 1U) << ReadFile(file_);
   ASSERT_GE(recorded.Of(Kind::kOwner).size(), 2U);
   EXPECT_NE(recorded.Of(Kind::kOwner)[0].owner, "");
+}
+
+TEST_F(NuvctlRecord, TellsWhoCallsBeforeTheFirstCall) {
+  StartSimulator();
+  const auto record = StartRecording();
+  const PrivateConnection client(bus_.address());
+  GVariant* reply =
+      g_dbus_connection_call_sync(client.get(), "org.kelvo.tv.corvane.server", "/org/kelvo/tv/corvane/server",
+                                  "org.kelvo.tv.corvane.server.interface", "heartbeat", nullptr, nullptr,
+                                  G_DBUS_CALL_FLAGS_NONE, 10000, nullptr, nullptr);
+  ASSERT_NE(reply, nullptr);
+  g_variant_unref(reply);
+  ASSERT_TRUE(Holds("\"type\":\"reply\""));
+  record->Signal(SIGINT);
+  EXPECT_EQ(Finish(*record).status, 0);
+  const std::string name = g_dbus_connection_get_unique_name(client.get());
+  bool told = false;
+  for (const Entry& entry : ReadWhole().entries) {
+    if (entry.kind == Kind::kCall && entry.sender == name) break;
+    if (entry.kind != Kind::kClient || entry.name != name) continue;
+    told = entry.program == "nuvctl_record_test" && entry.pid == getpid() && entry.uid == getuid();
+  }
+  EXPECT_TRUE(told) << ReadFile(file_);
+}
+
+// The recorder stands still for as long as the command runs: all that the command said is still to be read when it has
+// ended.
+TEST_F(NuvctlRecord, NothingOfTheCommandIsMissingHoweverSlowlyItIsRead) {
+  StartSimulator();
+  const std::string done = directory_ / "done";
+  const auto record = Start(Record(
+      {},
+      {"sh", "-c", "kill -STOP $PPID; '" NUV_BIN_DIR "/nuvctl' ping -c 1000 -i 0.0001 --json; touch '" + done + "'"}));
+  ASSERT_TRUE(WaitUntil([&] { return access(done.c_str(), F_OK) == 0; }, Milliseconds(60000)));
+  record->Signal(SIGCONT);
+  EXPECT_EQ(Finish(*record).status, 0);
+  const Recorded recorded = ReadWhole();
+  EXPECT_EQ(recorded.Of(Kind::kCall, "heartbeat").size(), 1000U);
+  EXPECT_EQ(recorded.Of(Kind::kReply).size(), 1000U);
+  EXPECT_TRUE(recorded.Of(Kind::kLost).empty());
 }
 
 TEST_F(NuvctlRecord, TheBusesOwnChatterIsLeftOut) {
@@ -325,6 +356,7 @@ TEST_F(NuvctlRecord, ExtraDataAndTitlesAreRedactedAlike) {
   EXPECT_EQ(marks.size(), 1U);
 }
 
+#ifdef NUV_WITH_PCAP
 TEST_F(NuvctlRecord, ACaptureIsReadByOtherTools) {
   StartSimulator();
   EXPECT_EQ(Run(Record({"--pcap"}, Nuvctl({"launch", kApp, "--wait", "20"}))).status, 0);
@@ -334,6 +366,14 @@ TEST_F(NuvctlRecord, ACaptureIsReadByOtherTools) {
   EXPECT_THAT(tshark.Output(), HasSubstr("launch_app"));
   EXPECT_THAT(tshark.Output(), HasSubstr("app_launch_result"));
 }
+#else
+TEST_F(NuvctlRecord, ACaptureThatIsNotBuiltInIsSaid) {
+  const NuvctlRun run = Run({"record", "--pcap", file_});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.errors, HasSubstr("--pcap is not built in"));
+  EXPECT_NE(access(file_.c_str(), F_OK), 0);
+}
+#endif
 
 TEST_F(NuvctlRecord, AWrongCommandLineIsRefused) {
   for (const Arguments& wrong :

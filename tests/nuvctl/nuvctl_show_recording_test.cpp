@@ -1,11 +1,16 @@
 // nuvctl show-recording: as watch shows it, whatever is wrong with the file.
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 
+#include <cstdlib>
 #include <regex>
 
+#include "kept_memory.h"
 #include "nuvctl_run.h"
 #include "recording/json_lines.h"
+#include "recording/message.h"
+#include "recording/writer.h"
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -26,10 +31,10 @@ class NuvctlShowRecording : public NuvctlOnBusTest {
     arguments.insert(arguments.end(), more.begin(), more.end());
     return Run(arguments);
   }
-  // Of a line without what differs from one watcher to the other.
-  static std::string WithoutTimes(const std::string& text) {
+  // Of a line without what differs from one watcher to the other, such as whether a program could still be asked for.
+  static std::string InCommon(const std::string& text) {
     const std::string lines = std::regex_replace(text, std::regex("(^|\n)[0-9:]{8}[.][0-9]{6} "), "$1");
-    return std::regex_replace(lines, std::regex(" after=[0-9.]+ms"), "");
+    return std::regex_replace(lines, std::regex(" (after=[0-9.]+ms|from=[^ ]+|to=[^ ]+)"), "");
   }
 
   const std::string file_ = directory_ / "tv.nuvrec";
@@ -43,8 +48,8 @@ TEST_F(NuvctlShowRecording, ShowsWhatWatchShows) {
   const std::string script = nuvctl + "launch " + kApp + " --payload x --wait 20; " + nuvctl + "popup 3";
   ASSERT_EQ(Run({"record", file_, "--", "sh", "-c", script}).status, 0);
   watch->Signal(SIGINT);
-  const std::string watched = WithoutTimes(Finish(*watch).output);
-  const std::string shown = WithoutTimes(Show({"--all"}).output);
+  const std::string watched = InCommon(Finish(*watch).output);
+  const std::string shown = InCommon(Show({"--all"}).output);
   const std::string end = "end reason=\"command ended\"\n";
   ASSERT_THAT(shown, EndsWith(end));
   // Before the recording began, the watch saw it ask the service.
@@ -73,10 +78,9 @@ TEST_F(NuvctlShowRecording, SinceLeavesOutWhatWasBefore) {
     text += recording::LineOf(lost) + "\n";
   }
   WriteFile(file_, text);
-  EXPECT_EQ(WithoutTimes(Show({"--since", "2"}).output), "lost count=2\nlost count=3\n");
-  EXPECT_EQ(WithoutTimes(Show({"--since", "2024-02-29T12:00:02.5Z"}).output), "lost count=3\n");
-  EXPECT_EQ(WithoutTimes(Show({"--since", "2020-01-01T00:00:00Z"}).output),
-            "lost count=1\nlost count=2\nlost count=3\n");
+  EXPECT_EQ(InCommon(Show({"--since", "2"}).output), "lost count=2\nlost count=3\n");
+  EXPECT_EQ(InCommon(Show({"--since", "2024-02-29T12:00:02.5Z"}).output), "lost count=3\n");
+  EXPECT_EQ(InCommon(Show({"--since", "2020-01-01T00:00:00Z"}).output), "lost count=1\nlost count=2\nlost count=3\n");
   const NuvctlRun wrong = Show({"--since", "noon"});
   EXPECT_EQ(wrong.status, 2);
   EXPECT_THAT(wrong.errors, HasSubstr("noon"));
@@ -125,6 +129,51 @@ TEST_F(NuvctlShowRecording, WhatIsNoRecordingIsSaid) {
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "nuvctl: failed: " + file_ + ":1: no JSON object\n");
   EXPECT_EQ(Run({"show-recording", directory_ / "none"}).status, 1);
+}
+
+// Of a recording with so many calls, the most memory that the program needs, in kB.
+class NuvctlShowLongRecording : public NuvctlTest {
+ protected:
+  void Write(const std::string& path, int calls) const {
+    recording::Writer writer;
+    ASSERT_EQ(writer.Open(path, recording::Writer::Existing::kRefuse), "");
+    ASSERT_EQ(writer.Write(recording::Header{"1", std::nullopt, "b", "2024-02-29T12:00:00.000000Z", false}), "");
+    const recording::MessageOwner message(
+        g_dbus_message_new_method_call("org.kelvo.tv.litecorvane.server", "/a", "a.b", "terminate_app_by_runtitle"));
+    g_dbus_message_set_body(message.get(), g_variant_new("(s)", std::string(100, 'x').c_str()));
+    for (int i = 0; i < calls; ++i) {
+      g_dbus_message_set_serial(message.get(), static_cast<guint32>(i + 1));
+      gsize size = 0;
+      guchar* blob = g_dbus_message_to_blob(message.get(), &size, G_DBUS_CAPABILITY_FLAGS_NONE, nullptr);
+      recording::Entry entry = recording::EntryOf(i, message.get(), {blob, blob + size});
+      g_free(blob);
+      entry.sender = ":1." + std::to_string(i);  // each from another client
+      ASSERT_EQ(writer.Write(entry), "");
+    }
+    ASSERT_EQ(writer.End(calls, "interrupted"), "");
+  }
+  // More than what ran before it in this process, where it needs more.
+  static long PeakOfShowing(const std::string& path) {
+    const std::string command = "'" NUV_BIN_DIR "/nuvctl' show-recording '" + path + "' > /dev/null";
+    if (system(command.c_str()) != 0) return -1;
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return usage.ru_maxrss;
+  }
+};
+
+TEST_F(NuvctlShowLongRecording, TakesTheSameMemoryForAHundredThousandMessages) {
+  Write(directory_ / "few.nuvrec", 5000);
+  Write(directory_ / "many.nuvrec", 100000);
+  const int grown = InChild(
+      [this] {
+        const long few = PeakOfShowing(directory_ / "few.nuvrec");
+        const long many = PeakOfShowing(directory_ / "many.nuvrec");
+        if (few < 0 || many < 0) return 1;
+        return many - few < kSpareKb ? 0 : 2;
+      },
+      std::chrono::minutes(2));
+  EXPECT_EQ(grown, 0);
 }
 
 TEST_F(NuvctlShowRecording, NeedsNeitherBusNorService) {

@@ -293,11 +293,11 @@ TEST_F(NuvctlWatchMessages, ACallTellsItsArgumentsByName) {
   EXPECT_EQ(Run({"launch", kApp, "--force", "--payload", "a=1\x1b", "--caller", "me", "--wait", "20"}).status, 0);
   ASSERT_TRUE(Shows("delivery=\"delivered"));
   const auto lines = Lines();
+  EXPECT_THAT(lines, testing::Contains(
+                         MatchesRegex("call launch_app from=[^ ]+ app=\"org.example.player\" payload=\"a=1.u001b\" "
+                                      "caller=\"me\" index=[0-9]+ flags=force(,[a-z0-9,-]+)?")));
   EXPECT_THAT(lines, testing::Contains(MatchesRegex(
-                         "call launch_app from=[0-9]+/nuvctl app=\"org.example.player\" payload=\"a=1.u001b\" "
-                         "caller=\"me\" index=[0-9]+ flags=force.*")));
-  EXPECT_THAT(lines, testing::Contains(MatchesRegex(
-                         "return launch_app from=[0-9]+/nuv-simulator to=[0-9]+/nuvctl after=[0-9]+[.][0-9]{3}ms")));
+                         "return launch_app from=[0-9]+/nuv-simulator to=[^ ]+ after=[0-9]+[.][0-9]{3}ms")));
 }
 
 TEST_F(NuvctlWatchMessages, AResultIsJoinedToItsLaunch) {
@@ -308,7 +308,7 @@ TEST_F(NuvctlWatchMessages, AResultIsJoinedToItsLaunch) {
   ASSERT_TRUE(Shows("return app_launch_result"));
   EXPECT_THAT(Lines(), testing::Contains(MatchesRegex(
                            "call app_launch_result from=[0-9]+/nuv-simulator app=\"org.example.player\" result=0 "
-                           "event=900 [(]NUV_NOTIFY_LAUNCHED[)] index=[0-9]+ to=[0-9]+/nuvctl of=launch_app "
+                           "event=900 [(]NUV_NOTIFY_LAUNCHED[)] index=[0-9]+ to=[^ ]+ of=launch_app "
                            "after=[0-9]+[.][0-9]{3}ms")));
 }
 
@@ -316,24 +316,47 @@ TEST_F(NuvctlWatchMessages, InJsonAMessageHasItsEndsItsTimeAndItsArguments) {
   StartSimulator();
   Watch({"--json"});
   ASSERT_TRUE(Shows("\"present\":true"));
-  const auto launch = Start({"launch", kApp, "--payload", "x\n", "--wait", "20"});
-  EXPECT_EQ(Finish(*launch).status, 0);
+  EXPECT_EQ(Run({"launch", kApp, "--payload", "x\n", "--wait", "20"}).status, 0);
   ASSERT_TRUE(WaitUntil([this] { return Messages("return").size() == 2; })) << watch_->Output();
   const Json call = MessageOf("call", "launch_app");
-  EXPECT_EQ(call["from"]["pid"], launch->pid());
-  EXPECT_EQ(call["from"]["program"], "nuvctl");
+  EXPECT_THAT(call["from"]["name"].get<std::string>(), StartsWith(":"));
   EXPECT_EQ(call["payload"], "x\n");
   EXPECT_EQ(call["app"], kApp);
   EXPECT_EQ(call["extra_data"], Json::array());
   EXPECT_TRUE(call["flags"].is_array());
   EXPECT_THAT(call["time"].get<std::string>(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}[.][0-9]{6}Z"));
   const Json answer = MessageOf("return", "launch_app");
-  EXPECT_EQ(answer["to"]["pid"], launch->pid());
+  EXPECT_EQ(answer["to"]["name"], call["from"]["name"]);
   EXPECT_EQ(answer["after_us"], answer["t"].get<std::int64_t>() - call["t"].get<std::int64_t>());
   const Json result = MessageOf("call", "app_launch_result");
   EXPECT_EQ(result["event_name"], "NUV_NOTIFY_LAUNCHED");
   EXPECT_EQ(result["of"], "launch_app");
   EXPECT_EQ(result["after_us"], result["t"].get<std::int64_t>() - call["t"].get<std::int64_t>());
+}
+
+// This process is still there when it is asked for.
+TEST_F(NuvctlWatchMessages, WhoAsksIsToldByItsProcessAndProgram) {
+  StartSimulator();
+  for (const Arguments& how : {Arguments{}, {"--json"}}) {
+    Watch(how);
+    ASSERT_TRUE(Shows(how.empty() ? "service present\n" : "\"present\":true"));
+    const PrivateConnection client(bus_.address());
+    GVariant* reply =
+        g_dbus_connection_call_sync(client.get(), "org.kelvo.tv.corvane.server", "/org/kelvo/tv/corvane/server",
+                                    "org.kelvo.tv.corvane.server.interface", "launch_systempopup",
+                                    g_variant_new("(i)", 3), nullptr, G_DBUS_CALL_FLAGS_NONE, 10000, nullptr, nullptr);
+    ASSERT_NE(reply, nullptr);
+    g_variant_unref(reply);
+    ASSERT_TRUE(Shows(how.empty() ? "return launch_systempopup" : "\"kind\":\"return\""));
+    const std::string self = std::to_string(getpid()) + "/nuvctl_watch_test";
+    if (how.empty()) {
+      EXPECT_EQ(CountOf("call launch_systempopup from=" + self + " popup=3 (type-3)"), 1U);
+    } else {
+      EXPECT_EQ(MessageOf("call", "launch_systempopup")["from"]["pid"], getpid());
+      EXPECT_EQ(MessageOf("return", "launch_systempopup")["to"]["program"], "nuvctl_watch_test");
+    }
+    EXPECT_EQ(Interrupt().status, 0);
+  }
 }
 
 TEST_F(NuvctlWatchMessages, ErrorsAndPopupsAreSaidByNameAndText) {
@@ -342,10 +365,10 @@ TEST_F(NuvctlWatchMessages, ErrorsAndPopupsAreSaidByNameAndText) {
   ASSERT_TRUE(Shows("service present\n"));
   EXPECT_NE(Run({"popup", "no-app-id"}).status, 0);
   ASSERT_TRUE(Shows("error launch_systempopup"));
-  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("call launch_systempopup from=[0-9]+/nuvctl popup=4 "
+  EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("call launch_systempopup from=[^ ]+ popup=4 "
                                                       "[(]no-app-id[)]")));
   EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("error launch_systempopup from=[0-9]+/nuv-simulator "
-                                                      "to=[0-9]+/nuvctl after=.*ms name=org.example.No text=\".*\"")));
+                                                      "to=[^ ]+ after=.*ms name=org.example.No text=\".*\"")));
 }
 
 TEST_F(NuvctlWatchMessages, ACallOfAServiceThatIsGoneIsSeenWithTheErrorOfTheBus) {
@@ -355,7 +378,7 @@ TEST_F(NuvctlWatchMessages, ACallOfAServiceThatIsGoneIsSeenWithTheErrorOfTheBus)
   ASSERT_TRUE(Shows("ServiceUnknown"));
   EXPECT_THAT(Lines(), testing::Contains(HasSubstr("call launch_systempopup from=")));
   EXPECT_THAT(Lines(), testing::Contains(MatchesRegex("error launch_systempopup from=org.freedesktop.DBus "
-                                                      "to=[0-9]+/nuvctl after=.* "
+                                                      "to=[^ ]+ after=.* "
                                                       "name=org.freedesktop.DBus.Error.ServiceUnknown text=.*")));
 }
 

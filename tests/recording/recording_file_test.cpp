@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "kept_memory.h"
 #include "process.h"
 #include "recording/json_lines.h"
 #include "recording/message.h"
@@ -362,20 +363,6 @@ long PeakAfter(int entries) {
   getrusage(RUSAGE_SELF, &usage);
   return read == entries ? usage.ru_maxrss : -1;
 }
-
-// A sanitizer keeps what was freed for a while.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KEEPS_WHAT_WAS_FREED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KEEPS_WHAT_WAS_FREED 1
-#endif
-#endif
-#ifdef KEEPS_WHAT_WAS_FREED
-constexpr long kSpareKb = 512L << 10;
-#else
-constexpr long kSpareKb = 8L << 10;
-#endif
 
 TEST_F(RecordingFile, TakesTheSameMemoryWhateverItsSize) {
   const int grown = InChild(

@@ -15,7 +15,7 @@ std::string TextIn(const char* half) {
 }
 
 void Put(char* half, const std::string& text) {
-  std::memcpy(half, text.data(), std::min(text.size(), kHalf - 1));
+  std::copy_n(text.begin(), std::min(text.size(), kHalf - 1), half);
 }
 
 }  // namespace

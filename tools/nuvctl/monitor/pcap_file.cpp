@@ -1,5 +1,7 @@
 #include "monitor/pcap_file.h"
 
+#ifdef NUVCTL_WITH_PCAP
+
 #include <pcap/pcap.h>
 
 #include <cerrno>
@@ -54,3 +56,26 @@ std::string PcapFile::Write(std::int64_t unix_us, const std::vector<unsigned cha
   const bool written = pcap_dump_flush(dump_->file) == 0 && std::ferror(pcap_dump_file(dump_->file)) == 0;
   return written ? "" : std::strerror(errno);
 }
+
+#else
+
+// Of a build without the library for packet captures.
+struct PcapDump {};
+
+PcapFile::PcapFile() = default;
+
+PcapFile::~PcapFile() = default;
+
+bool PcapFile::IsBuiltIn() {
+  return false;
+}
+
+std::string PcapFile::Open(int) {
+  return "packet captures are not built in";
+}
+
+std::string PcapFile::Write(std::int64_t, const std::vector<unsigned char>&) {
+  return "packet captures are not built in";
+}
+
+#endif
