@@ -11,6 +11,8 @@
 namespace simulator {
 namespace {
 
+using recording::TextOf;
+
 constexpr const char* kResultMethod = "app_launch_result";
 constexpr const char* kResultType = "(isiiiisi)";
 constexpr char kClientInterface[] = "org.kelvo.tv.corvane.launcherclient.interface.";
@@ -23,10 +25,6 @@ constexpr const char* kNobody[] = {
     "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
     "org.freedesktop.DBus.Error.UnknownMethod", "org.freedesktop.DBus.Error.UnknownObject",
     "org.freedesktop.DBus.Error.UnknownInterface"};
-
-std::string Text(const char* text) {
-  return text == nullptr ? "" : text;
-}
 
 template <typename Names>
 bool Has(const Names& names, const std::string& name) {
@@ -65,20 +63,20 @@ class Assembly {
 
  private:
   bool IsServiceCall(GDBusMessage* message) const {
-    const std::string destination = Text(g_dbus_message_get_destination(message));
+    const std::string destination = TextOf(g_dbus_message_get_destination(message));
     return (Has(kServiceNames, destination) || services_.count(destination) != 0) &&
-           Has(kServiceInterfaces, Text(g_dbus_message_get_interface(message)));
+           Has(kServiceInterfaces, TextOf(g_dbus_message_get_interface(message)));
   }
 
   static bool IsResult(GDBusMessage* message) {
     GVariant* body = g_dbus_message_get_body(message);
-    return Text(g_dbus_message_get_member(message)) == kResultMethod &&
-           Text(g_dbus_message_get_interface(message)).rfind(kClientInterface, 0) == 0 && body != nullptr &&
+    return TextOf(g_dbus_message_get_member(message)) == kResultMethod &&
+           TextOf(g_dbus_message_get_interface(message)).rfind(kClientInterface, 0) == 0 && body != nullptr &&
            g_variant_is_of_type(body, G_VARIANT_TYPE(kResultType));
   }
 
   void Call(std::int64_t t_us, GDBusMessage* message) {
-    const std::string method = Text(g_dbus_message_get_member(message));
+    const std::string method = TextOf(g_dbus_message_get_member(message));
     GVariant* body = g_dbus_message_get_body(message);
     const VariantPtr arguments(body != nullptr ? g_variant_ref(body) : g_variant_ref_sink(g_variant_new("()")));
     auto exchange = std::make_shared<RecordedExchange>();
@@ -88,16 +86,16 @@ class Assembly {
       exchange->address = *address;
       launches_[address->object_name].push_back(exchange);
     }
-    unanswered_[{Text(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = exchange;
+    unanswered_[{TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = exchange;
     calls_.push_back({KeyOf(method, arguments.get()), exchange});
   }
 
   void Answer(std::int64_t t_us, GDBusMessage* message, std::vector<unsigned char> bytes) {
-    const Sent call = {Text(g_dbus_message_get_destination(message)), g_dbus_message_get_reply_serial(message)};
+    const Sent call = {TextOf(g_dbus_message_get_destination(message)), g_dbus_message_get_reply_serial(message)};
     if (const auto exchange = unanswered_.extract(call); !exchange.empty()) {
       Add(*exchange.mapped(), t_us, std::move(bytes));
     } else if (const auto result = results_.extract(call); !result.empty()) {
-      if (Has(kNobody, Text(g_dbus_message_get_error_name(message)))) {
+      if (Has(kNobody, TextOf(g_dbus_message_get_error_name(message)))) {
         result.mapped().first->acts[result.mapped().second].reached_nobody = true;
       }
     }
@@ -106,8 +104,8 @@ class Assembly {
   void Result(std::int64_t t_us, GDBusMessage* message, std::vector<unsigned char> bytes) {
     const auto exchange = LaunchOf(message);
     if (exchange == nullptr) return;
-    results_[{Text(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = {exchange,
-                                                                                                exchange->acts.size()};
+    results_[{TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = {
+        exchange, exchange->acts.size()};
     Add(*exchange, t_us, std::move(bytes));
   }
 

@@ -21,10 +21,6 @@ Kind KindOf(GDBusMessage* message) {
   }
 }
 
-std::string TextOf(const char* text) {
-  return text != nullptr ? text : "";
-}
-
 }  // namespace
 
 MessageOwner MessageOf(const std::vector<unsigned char>& bytes) {

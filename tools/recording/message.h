@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "recording/format.h"
 
@@ -14,6 +15,11 @@ struct ReleaseMessage {
   void operator()(GDBusMessage* message) const { g_object_unref(message); }
 };
 using MessageOwner = std::unique_ptr<GDBusMessage, ReleaseMessage>;
+
+// A field of a message; empty where it has none.
+inline std::string TextOf(const char* field) {
+  return field != nullptr ? field : "";
+}
 
 // Null where the bytes are no message.
 MessageOwner MessageOf(const std::vector<unsigned char>& bytes);

@@ -17,6 +17,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using recording::Entry;
 using recording::Kind;
+using recording::TextOf;
 
 constexpr unsigned kAskLimitMs = 3000;
 constexpr unsigned kConnectLimitMs = 3000;
@@ -52,10 +53,6 @@ GVariant* Rules() {
 
 bool IsUnique(const std::string& name) {
   return !name.empty() && name.front() == ':';
-}
-
-std::string TextOf(const char* text) {
-  return text != nullptr ? text : "";
 }
 
 // Another user's program tells its short name only.

@@ -23,6 +23,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using recording::Kind;
+using recording::TextOf;
 
 constexpr unsigned kConnectLimitMs = 3000;
 constexpr size_t kMostConnections = 50;  // of a few descriptors each
@@ -41,10 +42,6 @@ constexpr const char* kNobody[] = {
 template <typename Names>
 bool Has(const Names& names, const std::string& name) {
   return std::find(std::begin(names), std::end(names), name) != std::end(names);
-}
-
-std::string Text(const char* text) {
-  return text == nullptr ? "" : text;
 }
 
 std::string Counted(size_t count, const std::string& one) {
@@ -263,17 +260,17 @@ void ReplayRun::ReadCall(const recording::Entry& entry, GDBusMessage* call) {
 
 // The service's name that the call goes to; empty where it is none of the service's own calls.
 std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
-  if (Text(g_dbus_message_get_interface(call)).rfind(kServiceInterfaces, 0) != 0) return "";
-  std::string destination = Text(g_dbus_message_get_destination(call));
+  if (TextOf(g_dbus_message_get_interface(call)).rfind(kServiceInterfaces, 0) != 0) return "";
+  std::string destination = TextOf(g_dbus_message_get_destination(call));
   if (Has(kServiceNames, destination)) return destination;
   const auto service = services_.find(destination);
   return service == services_.end() ? "" : service->second;
 }
 
 void ReplayRun::ReadAnswer(const recording::Entry& entry, GDBusMessage* answer) {
-  const Sent call = {Text(g_dbus_message_get_destination(answer)), g_dbus_message_get_reply_serial(answer)};
+  const Sent call = {TextOf(g_dbus_message_get_destination(answer)), g_dbus_message_get_reply_serial(answer)};
   if (auto result = results_.extract(call); !result.empty()) {
-    if (!Has(kNobody, Text(g_dbus_message_get_error_name(answer)))) Expect(result.mapped());
+    if (!Has(kNobody, TextOf(g_dbus_message_get_error_name(answer)))) Expect(result.mapped());
     return;
   }
   const auto client = clients_.find(call.first);
@@ -303,12 +300,12 @@ void ReplayRun::KeepResult(const recording::Entry& entry, GDBusMessage* result) 
   expected.index = EventIndexOf(result);
   expected.words = ResultInWords(result);
   expected.call = LaunchOf(*clients_.at(expected.client), expected.object, expected.index);
-  results_[{Text(g_dbus_message_get_sender(result)), g_dbus_message_get_serial(result)}] = std::move(expected);
+  results_[{TextOf(g_dbus_message_get_sender(result)), g_dbus_message_get_serial(result)}] = std::move(expected);
 }
 
 void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, const std::string& service) {
   WaitFor(entry.t_us);
-  const std::string name = Text(g_dbus_message_get_sender(call));
+  const std::string name = TextOf(g_dbus_message_get_sender(call));
   Client* client = end_ ? nullptr : ClientNamed(name);
   if (client == nullptr) return;
   const auto address = ResultAddressIn(call);
@@ -325,7 +322,7 @@ void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, cons
   if (client->launches.size() > kLaunchesKept) client->launches.pop_front();
   if ((g_dbus_message_get_flags(call) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) != 0) return;
   const guint32 recorded = g_dbus_message_get_serial(call);
-  client->unanswered[recorded] = {serial, Text(g_dbus_message_get_member(call)), words, Place()};
+  client->unanswered[recorded] = {serial, TextOf(g_dbus_message_get_member(call)), words, Place()};
   client->recorded_serials[serial] = recorded;
 }
 

@@ -8,10 +8,14 @@
 
 #include "bus/bus_daemon.h"
 #include "glib_handles.h"
+#include "recording/message.h"
 #include "report/text.h"
 #include "service/meanings.h"
+#include "service/method_table.h"
 
 namespace {
+
+using recording::TextOf;
 
 constexpr size_t kLongestCall = 160;
 constexpr char kResultType[] = "(isiiiisi)";
@@ -31,22 +35,8 @@ constexpr char kLaunchMethod[] = "launch_app";
 constexpr char kPlainLaunchMethod[] = "LaunchRequest";
 constexpr const char* kDialogMethods[] = {"EnterPin", "CancelPin"};
 
-// Where a call says what application it is about.
-struct AppPlace {
-  const char* method;
-  gsize position;
-};
-constexpr AppPlace kAppPlaces[] = {
-    {kLaunchMethod, 2},      {kPlainLaunchMethod, 0},       {"terminate_app", 0}, {"terminate_app_by_runtitle", 0},
-    {"send_appexec_kpi", 1}, {"get_android_app_status", 0}, {"nuv_command", 1},
-};
-
-std::string Text(const char* text) {
-  return text == nullptr ? "" : text;
-}
-
 std::string MethodOf(GDBusMessage* call) {
-  return Text(g_dbus_message_get_member(call));
+  return TextOf(g_dbus_message_get_member(call));
 }
 
 bool IsUncounted(const std::string& method, const std::string& path) {
@@ -116,10 +106,9 @@ ResultAddress AddressInExtraData(GVariant* pairs) {
 
 std::string CallInWords(GDBusMessage* call) {
   const std::string method = MethodOf(call);
-  for (const AppPlace& place : kAppPlaces) {
-    if (method != place.method) continue;
-    return Shortened(method + " app=\"" + TextAt(call, place.position) + "\"", kLongestCall);
-  }
+  const Method* known = FindMethod(method, TextOf(g_dbus_message_get_signature(call)));
+  const auto app = known != nullptr ? AppArgument(*known) : std::nullopt;
+  if (app) return Shortened(method + " app=\"" + TextAt(call, *app) + "\"", kLongestCall);
   return Shortened(method + " " + Body(call, ""), kLongestCall);
 }
 
@@ -127,7 +116,7 @@ std::string CallInWords(GDBusMessage* call) {
 std::string AnswerInWords(const std::string& method, GDBusMessage* answer) {
   const char* error = g_dbus_message_get_error_name(answer);
   if (error == nullptr) return "reply " + Body(answer, method);
-  if (Text(g_dbus_message_get_sender(answer)) == kBusName) return std::string("error ") + error + " of the bus";
+  if (TextOf(g_dbus_message_get_sender(answer)) == kBusName) return std::string("error ") + error + " of the bus";
   return std::string("error ") + error + " " + Body(answer, method);
 }
 

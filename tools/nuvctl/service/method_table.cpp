@@ -83,6 +83,13 @@ const Method* FindMethod(const std::string& name, const std::string& signature) 
   return nullptr;
 }
 
+std::optional<size_t> AppArgument(const Method& method) {
+  for (size_t i = 0; i < method.arguments.size(); ++i) {
+    if (method.arguments[i].show == Show::kApp) return i;
+  }
+  return std::nullopt;
+}
+
 bool IsSecret(Show show) {
   return show == Show::kSecret || show == Show::kPin || show == Show::kPairs || show == Show::kTextPairs;
 }

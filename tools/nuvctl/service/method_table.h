@@ -1,6 +1,8 @@
 // The methods of the service and of its clients: what their arguments are, and how each is shown.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,5 +34,8 @@ struct Method {
 
 // Null for a method that is not known with such arguments.
 const Method* FindMethod(const std::string& name, const std::string& signature);
+
+// Which argument says what application a call is about; nothing where none does.
+std::optional<size_t> AppArgument(const Method& method);
 
 bool IsSecret(Show show);

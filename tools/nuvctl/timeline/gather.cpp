@@ -14,6 +14,8 @@ namespace timeline {
 
 namespace {
 
+using recording::TextOf;
+
 constexpr char kObjectPrefix[] = "obj";
 
 struct SignalKind {
@@ -28,10 +30,6 @@ constexpr SignalKind kSignals[] = {
 
 // The messages themselves show what these repeat.
 constexpr const char* kRepeating[] = {"Request", "Reply", "Result"};
-
-std::string TextOf(const char* text) {
-  return text != nullptr ? text : "";
-}
 
 // Empty where the argument is none, or no text.
 std::string TextArgument(GDBusMessage* message, gsize index) {
@@ -54,11 +52,8 @@ std::optional<int> NumberArgument(GDBusMessage* message, gsize index) {
 std::string SubjectOf(GDBusMessage* message) {
   const Method* method =
       FindMethod(TextOf(g_dbus_message_get_member(message)), TextOf(g_dbus_message_get_signature(message)));
-  if (method == nullptr) return "";
-  for (size_t i = 0; i < method->arguments.size(); ++i) {
-    if (method->arguments[i].show == Show::kApp) return TextArgument(message, i);
-  }
-  return "";
+  const auto app = method != nullptr ? AppArgument(*method) : std::nullopt;
+  return app ? TextArgument(message, *app) : "";
 }
 
 bool IsResult(GDBusMessage* message) {
