@@ -11,8 +11,6 @@
 namespace simulator {
 namespace {
 
-using recording::TextOf;
-
 constexpr const char* kResultMethod = "app_launch_result";
 constexpr const char* kResultType = "(isiiiisi)";
 constexpr char kClientInterface[] = "org.kelvo.tv.corvane.launcherclient.interface.";
@@ -63,20 +61,20 @@ class Assembly {
 
  private:
   bool IsServiceCall(GDBusMessage* message) const {
-    const std::string destination = TextOf(g_dbus_message_get_destination(message));
+    const std::string destination = recording::TextOf(g_dbus_message_get_destination(message));
     return (Has(kServiceNames, destination) || services_.count(destination) != 0) &&
-           Has(kServiceInterfaces, TextOf(g_dbus_message_get_interface(message)));
+           Has(kServiceInterfaces, recording::TextOf(g_dbus_message_get_interface(message)));
   }
 
   static bool IsResult(GDBusMessage* message) {
     GVariant* body = g_dbus_message_get_body(message);
-    return TextOf(g_dbus_message_get_member(message)) == kResultMethod &&
-           TextOf(g_dbus_message_get_interface(message)).rfind(kClientInterface, 0) == 0 && body != nullptr &&
-           g_variant_is_of_type(body, G_VARIANT_TYPE(kResultType));
+    return recording::TextOf(g_dbus_message_get_member(message)) == kResultMethod &&
+           recording::TextOf(g_dbus_message_get_interface(message)).rfind(kClientInterface, 0) == 0 &&
+           body != nullptr && g_variant_is_of_type(body, G_VARIANT_TYPE(kResultType));
   }
 
   void Call(std::int64_t t_us, GDBusMessage* message) {
-    const std::string method = TextOf(g_dbus_message_get_member(message));
+    const std::string method = recording::TextOf(g_dbus_message_get_member(message));
     GVariant* body = g_dbus_message_get_body(message);
     const VariantPtr arguments(body != nullptr ? g_variant_ref(body) : g_variant_ref_sink(g_variant_new("()")));
     auto exchange = std::make_shared<RecordedExchange>();
@@ -86,16 +84,17 @@ class Assembly {
       exchange->address = *address;
       launches_[address->object_name].push_back(exchange);
     }
-    unanswered_[{TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = exchange;
+    unanswered_[{recording::TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = exchange;
     calls_.push_back({KeyOf(method, arguments.get()), exchange});
   }
 
   void Answer(std::int64_t t_us, GDBusMessage* message, std::vector<unsigned char> bytes) {
-    const Sent call = {TextOf(g_dbus_message_get_destination(message)), g_dbus_message_get_reply_serial(message)};
+    const Sent call = {recording::TextOf(g_dbus_message_get_destination(message)),
+                       g_dbus_message_get_reply_serial(message)};
     if (const auto exchange = unanswered_.extract(call); !exchange.empty()) {
       Add(*exchange.mapped(), t_us, std::move(bytes));
     } else if (const auto result = results_.extract(call); !result.empty()) {
-      if (Has(kNobody, TextOf(g_dbus_message_get_error_name(message)))) {
+      if (Has(kNobody, recording::TextOf(g_dbus_message_get_error_name(message)))) {
         result.mapped().first->acts[result.mapped().second].reached_nobody = true;
       }
     }
@@ -104,7 +103,7 @@ class Assembly {
   void Result(std::int64_t t_us, GDBusMessage* message, std::vector<unsigned char> bytes) {
     const auto exchange = LaunchOf(message);
     if (exchange == nullptr) return;
-    results_[{TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = {
+    results_[{recording::TextOf(g_dbus_message_get_sender(message)), g_dbus_message_get_serial(message)}] = {
         exchange, exchange->acts.size()};
     Add(*exchange, t_us, std::move(bytes));
   }
