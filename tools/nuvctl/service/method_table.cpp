@@ -2,71 +2,81 @@
 
 namespace {
 
-constexpr Show kApp = Show::kApp;
-constexpr Show kFlag = Show::kFlag;
-constexpr Show kNamed = Show::kNamed;
-constexpr Show kNumber = Show::kNumber;
-constexpr Show kPairs = Show::kPairs;
-constexpr Show kPin = Show::kPin;
-constexpr Show kPopup = Show::kPopup;
-constexpr Show kSecret = Show::kSecret;
-constexpr Show kText = Show::kText;
-constexpr Show kTextPairs = Show::kTextPairs;
-
-const std::vector<Method>& Methods() {
+// A launch, its result, and the dialog between them.
+const std::vector<Method>& LaunchMethods() {
   static const std::vector<Method> methods = {
-      {"heartbeat", "", {}, "", {}},
       {"launch_app",
        "sisssssssisiiiiiiiiiiiaay",
-       {{"object", kText},     {"thread", kNumber},  {"app", kApp},          {"payload", kSecret},
-        {"uri", kSecret},      {"caller", kText},    {"entry", kText},       {"below", kText},
-        {"requestor", kText},  {"index", kNumber},   {"method_call", kText}, {"force", kFlag},
-        {"preload", kFlag},    {"option1", kFlag},   {"option2", kFlag},     {"option3", kFlag},
-        {"option4", kFlag},    {"cb_type", kNumber}, {"deep-link", kFlag},   {"extra-option", kFlag},
-        {"background", kFlag}, {"skip-pin", kFlag},  {"extra_data", kPairs}},
+       {{"object", Show::kText},    {"thread", Show::kNumber},     {"app", Show::kApp},
+        {"payload", Show::kSecret}, {"uri", Show::kSecret},        {"caller", Show::kText},
+        {"entry", Show::kText},     {"below", Show::kText},        {"requestor", Show::kText},
+        {"index", Show::kNumber},   {"method_call", Show::kText},  {"force", Show::kFlag},
+        {"preload", Show::kFlag},   {"option1", Show::kFlag},      {"option2", Show::kFlag},
+        {"option3", Show::kFlag},   {"option4", Show::kFlag},      {"cb_type", Show::kNumber},
+        {"deep-link", Show::kFlag}, {"extra-option", Show::kFlag}, {"background", Show::kFlag},
+        {"skip-pin", Show::kFlag},  {"extra_data", Show::kPairs}},
        "",
        {}},
       {"app_launch_result",
        "isiiiisi",
-       {{"thread", kNumber},
-        {"app", kApp},
-        {"result", kNamed},
-        {"event", kNamed},
-        {"data", kNumber},
-        {"index", kNumber},
-        {"method_call", kText},
-        {"cb_type", kNumber}},
-       "",
-       {}},
-      {"terminate_app", "siss", {{"app", kApp}, {"option", kNumber}, {"caller", kText}, {"reason", kText}}, "", {}},
-      {"terminate_app_by_runtitle", "s", {{"run_title", kSecret}}, "", {}},
-      {"terminate_allapp", "ss", {{"caller", kText}, {"reason", kText}}, "", {}},
-      {"launch_systempopup", "i", {{"popup", kPopup}}, "", {}},
-      {"send_appexec_kpi",
-       "issis",
-       {{"log_type", kNumber}, {"app", kApp}, {"caller", kText}, {"preload_type", kNumber}, {"text", kText}},
-       "",
-       {}},
-      {"get_android_app_status", "s", {{"app", kApp}}, "i", {{"status", kNumber}}},
-      {"get_extra_app", "", {}, "s", {{"app", kApp}}},
-      {"notify_extra_app_changed", "s", {{"app", kApp}}, "", {}},
-      {"notify_app_launch_status", "s", {{"app", kApp}}, "", {}},
-      {"notify_special_app", "s", {{"app", kApp}}, "", {}},
-      {"nuv_update_app_count", "s", {{"app", kApp}}, "i", {{"state", kNumber}}},
-      {"nuv_update_app_version", "ss", {{"app", kApp}, {"version", kText}}, "i", {{"state", kNumber}}},
-      {"nuv_update_app_by_key", "si", {{"app", kApp}, {"key", kNumber}}, "i", {{"state", kNumber}}},
-      {"nuv_command",
-       "isss",
-       {{"command", kNumber}, {"app", kApp}, {"package_path", kText}, {"data", kSecret}},
+       {{"thread", Show::kNumber},
+        {"app", Show::kApp},
+        {"result", Show::kNamed},
+        {"event", Show::kNamed},
+        {"data", Show::kNumber},
+        {"index", Show::kNumber},
+        {"method_call", Show::kText},
+        {"cb_type", Show::kNumber}},
        "",
        {}},
       {"LaunchRequest",
        "sssa(ss)",
-       {{"app", kApp}, {"operation", kText}, {"uri", kSecret}, {"extra_data", kTextPairs}},
+       {{"app", Show::kApp}, {"operation", Show::kText}, {"uri", Show::kSecret}, {"extra_data", Show::kTextPairs}},
        "i",
-       {{"pid", kNumber}}},
-      {"EnterPin", "us", {{"question", kNumber}, {"pin", kPin}}, "b", {{"accepted", kFlag}}},
-      {"CancelPin", "u", {{"question", kNumber}}, "", {}},
+       {{"pid", Show::kNumber}}},
+      {"EnterPin", "us", {{"question", Show::kNumber}, {"pin", Show::kPin}}, "b", {{"accepted", Show::kFlag}}},
+      {"CancelPin", "u", {{"question", Show::kNumber}}, "", {}},
+  };
+  return methods;
+}
+
+const std::vector<Method>& OtherMethods() {
+  static const std::vector<Method> methods = {
+      {"heartbeat", "", {}, "", {}},
+      {"terminate_app",
+       "siss",
+       {{"app", Show::kApp}, {"option", Show::kNumber}, {"caller", Show::kText}, {"reason", Show::kText}},
+       "",
+       {}},
+      {"terminate_app_by_runtitle", "s", {{"run_title", Show::kSecret}}, "", {}},
+      {"terminate_allapp", "ss", {{"caller", Show::kText}, {"reason", Show::kText}}, "", {}},
+      {"launch_systempopup", "i", {{"popup", Show::kPopup}}, "", {}},
+      {"send_appexec_kpi",
+       "issis",
+       {{"log_type", Show::kNumber},
+        {"app", Show::kApp},
+        {"caller", Show::kText},
+        {"preload_type", Show::kNumber},
+        {"text", Show::kText}},
+       "",
+       {}},
+      {"get_android_app_status", "s", {{"app", Show::kApp}}, "i", {{"status", Show::kNumber}}},
+      {"get_extra_app", "", {}, "s", {{"app", Show::kApp}}},
+      {"notify_extra_app_changed", "s", {{"app", Show::kApp}}, "", {}},
+      {"notify_app_launch_status", "s", {{"app", Show::kApp}}, "", {}},
+      {"notify_special_app", "s", {{"app", Show::kApp}}, "", {}},
+      {"nuv_update_app_count", "s", {{"app", Show::kApp}}, "i", {{"state", Show::kNumber}}},
+      {"nuv_update_app_version",
+       "ss",
+       {{"app", Show::kApp}, {"version", Show::kText}},
+       "i",
+       {{"state", Show::kNumber}}},
+      {"nuv_update_app_by_key", "si", {{"app", Show::kApp}, {"key", Show::kNumber}}, "i", {{"state", Show::kNumber}}},
+      {"nuv_command",
+       "isss",
+       {{"command", Show::kNumber}, {"app", Show::kApp}, {"package_path", Show::kText}, {"data", Show::kSecret}},
+       "",
+       {}},
   };
   return methods;
 }
@@ -74,8 +84,10 @@ const std::vector<Method>& Methods() {
 }  // namespace
 
 const Method* FindMethod(const std::string& name, const std::string& signature) {
-  for (const Method& method : Methods()) {
-    if (name == method.name && signature == method.signature) return &method;
+  for (const auto* methods : {&LaunchMethods(), &OtherMethods()}) {
+    for (const Method& method : *methods) {
+      if (name == method.name && signature == method.signature) return &method;
+    }
   }
   return nullptr;
 }
