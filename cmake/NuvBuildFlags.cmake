@@ -32,7 +32,10 @@ endif()
 # The programs around the library wait for other processes: nobody would see them optimized any further, and compiling them
 # for that takes twice as long.
 add_library(nuv_program_flags INTERFACE)
-target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-Og> $<$<CONFIG:RelWithDebInfo>:-g1>)
+target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-Og>)
+if(NOT NUV_COMPILE_FOLDERS)
+  target_compile_options(nuv_program_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-g1>)
+endif()
 
 # What most sources read of the standard library and of GIO, compiled once for a program. Sources include what they use all
 # the same: clang-tidy, and a build with CMAKE_DISABLE_PRECOMPILE_HEADERS, compile them without. Not for the library: tests
@@ -43,23 +46,25 @@ function(nuv_compile_headers_once target)
 endfunction()
 
 # For whoever only wants to run what is built: the sources of a folder are compiled as one, which takes half the time. What
-# a source keeps to itself is then seen by its neighbours, so two of them give their own things different names. A folder
-# whose sources know nothing of each other is left as it is.
-option(NUV_COMPILE_FOLDERS "Compile the sources of each folder together" OFF)
+# a source keeps to itself is then seen by its neighbours, so two of them give their own things different names.
 function(nuv_compile_folders_together target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" EXCEPT)
   if(NOT NUV_COMPILE_FOLDERS)
     return()
   endif()
   get_target_property(sources ${target} SOURCES)
+  set(folders "")
   foreach(source IN LISTS sources)
     get_filename_component(folder ${source} DIRECTORY)
-    if(folder IN_LIST arg_EXCEPT)
-      continue()
-    endif()
+    list(APPEND folders "folder_${folder}")
     set_source_files_properties(${source} PROPERTIES UNITY_GROUP "folder_${folder}")
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  # Where few read them, compiling headers first is no gain.
+  list(REMOVE_DUPLICATES folders)
+  list(LENGTH folders count)
+  if(count LESS 6)
+    set_target_properties(${target} PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
+  endif()
 endfunction()
 
 # On a 32-bit machine the host edition looks at files whose inode or offset needs 64 bits; else readdir() finds nothing in

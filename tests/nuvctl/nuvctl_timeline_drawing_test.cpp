@@ -277,9 +277,8 @@ TEST_F(TimelineDrawing, AWaitIsADashedLineAndADeliveryAnArrow) {
 
 TEST_F(TimelineDrawing, TheLegendHasWhatThePictureHas) {
   const std::string svg = Svg(LaunchWithWait(500 * kMillisecond));
-  EXPECT_THAT(svg,
-              AllOf(HasSubstr(">call, to its reply<"), HasSubstr(">result: success<"),
-                    HasSubstr(">result, from the service<"), HasSubstr(">from a launch's reply to its result<")));
+  EXPECT_THAT(svg, AllOf(HasSubstr(">call, to its reply<"), HasSubstr(">result: success<"),
+                         HasSubstr(">result, from the service<"), HasSubstr(">from a launch's reply to its result<")));
   EXPECT_THAT(svg, AllOf(Not(HasSubstr(">call, to its error<")), Not(HasSubstr(">messages lost<")),
                          Not(HasSubstr("drawn shorter"))));
 }

@@ -221,12 +221,9 @@ std::int64_t MonotonicNow() {
 }
 
 std::string LineOf(const Header& header) {
-  Json json = {{"format", kFormat},
-               {"version", kVersion},
-               {"library", header.library},
-               {"service", header.service ? Json(*header.service) : Json()},
-               {"bus", header.bus},
-               {"started", header.started},
+  Json json = {{"format", kFormat},          {"version", kVersion},
+               {"library", header.library},  {"service", header.service ? Json(*header.service) : Json()},
+               {"bus", header.bus},          {"started", header.started},
                {"redacted", header.redacted}};
   if (header.monotonic_start_us) json["monotonic_start_us"] = *header.monotonic_start_us;
   return Dump(json);

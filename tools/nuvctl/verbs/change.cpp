@@ -9,6 +9,7 @@
 #include "report/did_you_mean.h"
 #include "report/text.h"
 
+namespace change_verb {
 namespace {
 
 constexpr int kNotForwarded = -1;
@@ -246,3 +247,4 @@ const RegisteredVerb kCommand({"command",
                                SendCommand});
 
 }  // namespace
+}  // namespace change_verb

@@ -4,6 +4,7 @@
 #include "report/terminal.h"
 #include "report/text.h"
 
+namespace doctor_verb {
 namespace {
 
 constexpr unsigned kDefaultTimeoutMs = 2000;
@@ -68,3 +69,4 @@ const RegisteredVerb kDoctor(
      Doctor});
 
 }  // namespace
+}  // namespace doctor_verb

@@ -6,6 +6,7 @@
 #include "report/terminal.h"
 #include "report/text.h"
 
+namespace explain_verb {
 namespace {
 
 struct Stop {
@@ -92,3 +93,4 @@ const RegisteredVerb kExplain({"explain",
                               Sides::kBoth);
 
 }  // namespace
+}  // namespace explain_verb

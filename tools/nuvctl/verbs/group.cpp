@@ -6,6 +6,7 @@
 #include "obstacles/obstacles.h"
 #include "report/text.h"
 
+namespace group_verb {
 namespace {
 
 // The configuration is read whatever the guards say.
@@ -40,3 +41,4 @@ const RegisteredVerb kGroup({"group",
                              ShowGroup});
 
 }  // namespace
+}  // namespace group_verb

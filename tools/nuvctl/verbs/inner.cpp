@@ -10,6 +10,7 @@
 #include "records/record_fields.h"
 #include "report/text.h"
 
+namespace inner_verb {
 namespace {
 
 constexpr size_t kWidestTitle = 32;
@@ -203,3 +204,4 @@ const RegisteredVerb kUsed(
      Used});
 
 }  // namespace
+}  // namespace inner_verb

@@ -10,6 +10,7 @@
 #include "launch/launch_run.h"
 #include "launch/request_file.h"
 
+namespace launch_verb {
 namespace {
 
 Report WrongUsage(const std::string& what) {
@@ -120,3 +121,4 @@ const RegisteredVerb kLaunch(
     Sides::kBoth);
 
 }  // namespace
+}  // namespace launch_verb

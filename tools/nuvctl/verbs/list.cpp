@@ -10,6 +10,7 @@
 #include "records/record_fields.h"
 #include "report/text.h"
 
+namespace list_verb {
 namespace {
 
 struct NamedNumber {
@@ -258,3 +259,4 @@ const RegisteredVerb kList(
      ListApps});
 
 }  // namespace
+}  // namespace list_verb

@@ -5,6 +5,7 @@
 #include "obstacles/obstacles.h"
 #include "report/text.h"
 
+namespace locked_verb {
 namespace {
 
 struct YesNoQuestion {
@@ -64,3 +65,4 @@ const RegisteredVerb kUninstallableVerb({"uninstallable",
                                          Uninstallable});
 
 }  // namespace
+}  // namespace locked_verb

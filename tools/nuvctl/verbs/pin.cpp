@@ -4,6 +4,7 @@
 
 #include "launch/launch_run.h"
 
+namespace pin_verb {
 namespace {
 
 constexpr int kReserved = 0;
@@ -69,3 +70,4 @@ const RegisteredVerb kPin(
     Sides::kBoth);
 
 }  // namespace
+}  // namespace pin_verb

@@ -14,6 +14,7 @@
 #include "service/heartbeat.h"
 #include "service/round_trips.h"
 
+namespace ping_verb {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -129,3 +130,4 @@ const RegisteredVerb kPing(
      Ping});
 
 }  // namespace
+}  // namespace ping_verb

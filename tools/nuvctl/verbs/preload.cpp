@@ -3,6 +3,7 @@
 
 #include "launch/launch_run.h"
 
+namespace preload_verb {
 namespace {
 
 // The function takes a caller, and does nothing with it.
@@ -26,3 +27,4 @@ const RegisteredVerb kPreload(
     Sides::kBoth);
 
 }  // namespace
+}  // namespace preload_verb

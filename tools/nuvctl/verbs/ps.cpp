@@ -14,6 +14,7 @@
 #include "service/running_apps.h"
 #include "service/simulator_state.h"
 
+namespace ps_verb {
 namespace {
 
 struct Free {
@@ -138,3 +139,4 @@ const RegisteredVerb kPs(
     Sides::kBoth);
 
 }  // namespace
+}  // namespace ps_verb

@@ -18,6 +18,7 @@
 #include "report/text.h"
 #include "service/simulator_state.h"
 
+namespace record_verb {
 namespace {
 
 recording::Header HeaderOf(bool redacted) {
@@ -137,3 +138,4 @@ const RegisteredVerb kRecord({"record",
                               Check});
 
 }  // namespace
+}  // namespace record_verb

@@ -3,6 +3,7 @@
 #include "replay/replay_run.h"
 #include "report/text.h"
 
+namespace replay_verb {
 namespace {
 
 constexpr unsigned kDefaultTimeoutMs = 15000;
@@ -64,3 +65,4 @@ const RegisteredVerb kReplay(
      RunReplay});
 
 }  // namespace
+}  // namespace replay_verb

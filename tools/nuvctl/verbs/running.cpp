@@ -14,6 +14,7 @@
 #include "service/running_apps.h"
 #include "service/simulator_state.h"
 
+namespace running_verb {
 namespace {
 
 constexpr int kAndroidApp = 8;
@@ -135,3 +136,4 @@ const RegisteredVerb kShowing({"showing", Group::kRunning, "Show the application
                               Sides::kBoth);
 
 }  // namespace
+}  // namespace running_verb

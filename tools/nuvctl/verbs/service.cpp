@@ -6,6 +6,7 @@
 #include "report/text.h"
 #include "service/meanings.h"
 
+namespace service_verb {
 namespace {
 
 Report Kpi(const Values& values) {
@@ -109,3 +110,4 @@ const RegisteredVerb kExtraApp(
      ExtraApp});
 
 }  // namespace
+}  // namespace service_verb

@@ -6,6 +6,7 @@
 #include "obstacles/obstacles.h"
 #include "records/record_fields.h"
 
+namespace show_verb {
 namespace {
 
 struct Lookup {
@@ -54,3 +55,4 @@ const RegisteredVerb kShow({"show",
                             {"ID", "--title"}});
 
 }  // namespace
+}  // namespace show_verb

@@ -10,6 +10,7 @@
 #include "recording/reader.h"
 #include "report/text.h"
 
+namespace show_recording_verb {
 namespace {
 
 constexpr double kMicroseconds = 1e6;
@@ -80,3 +81,4 @@ const RegisteredVerb kShowRecording(
      Check});
 
 }  // namespace
+}  // namespace show_recording_verb

@@ -18,6 +18,7 @@
 #include "report/text.h"
 #include "service/running_apps.h"
 
+namespace terminate_verb {
 namespace {
 
 constexpr int kAndroidApp = 8;
@@ -151,3 +152,4 @@ const RegisteredVerb kTerminateAll({"terminate-all",
                                     TerminateAll});
 
 }  // namespace
+}  // namespace terminate_verb

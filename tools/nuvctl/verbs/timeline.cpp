@@ -14,6 +14,7 @@
 #include "timeline/gather.h"
 #include "timeline/trace_events.h"
 
+namespace timeline_verb {
 namespace {
 
 using recording::Entry;
@@ -177,3 +178,4 @@ const RegisteredVerb kTimeline(
      Check});
 
 }  // namespace
+}  // namespace timeline_verb

@@ -11,6 +11,7 @@
 #include "monitor/service_signals.h"
 #include "report/text.h"
 
+namespace watch_verb {
 namespace {
 
 // Of the time, what is left of it.
@@ -62,3 +63,4 @@ const RegisteredVerb kWatch(
      CheckLineOptions});
 
 }  // namespace
+}  // namespace watch_verb
