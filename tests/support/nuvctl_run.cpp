@@ -34,6 +34,7 @@ NuvctlRun NuvctlTest::Run(const Arguments& arguments, const Process::Environment
 void NuvctlTest::StartSimulator(const std::string& scenario) {
   WriteFile(directory_ / "seed.json", std::string(R"({"apps": [{"id": ")") + kApp + R"("}]})");
   WriteFile(directory_ / "scenario.json", scenario);
+  simulator_.reset();  // one that has lost its bus may still be ending, and has the directory until then
   simulator_ = std::make_unique<Process>(
       Arguments{NUV_BIN_DIR "/nuv-simulator", "--dir", directory_ / "client", "--seed", directory_ / "seed.json",
                 "--scenario", directory_ / "scenario.json", "--print-ready", "--verbose"},

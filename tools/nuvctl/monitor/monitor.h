@@ -33,6 +33,8 @@ class Monitor {
 
   // Once it has succeeded, the bus keeps each message for this monitor. Otherwise why not.
   std::optional<End> Start();
+  void EndAt(const Deadline& deadline) { plan_.deadline = deadline; }
+
   // Tells the owners of the service's names, and then each message until the end.
   End Run();
 
@@ -65,7 +67,7 @@ class Monitor {
   void Learn(const std::string& name);
 
   const Stop& stop_;
-  const Plan plan_;
+  Plan plan_;
   const Sink sink_;
   const std::chrono::steady_clock::time_point start_;
   std::unique_ptr<Wire> wire_;

@@ -90,10 +90,7 @@ Report Record(const Values& values) {
   const Stop stop;
   const std::string path = values.Text("FILE");
   const std::vector<std::string> command = values.Texts("COMMAND");
-  Monitor::Plan plan = {std::nullopt, values.Flag("--reconnect")};
-  if (const auto limit = values.Milliseconds("--for")) {
-    plan.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(*limit);
-  }
+  const Monitor::Plan plan = {std::nullopt, values.Flag("--reconnect")};
   auto interrupted = std::make_unique<InterruptHandler>([&stop] { stop.Set(); });
   recording::Header header = HeaderOf(values.Flag("--redact"));
   Recorder recorder;
@@ -110,6 +107,9 @@ Report Record(const Values& values) {
     Report report = ReportOf(Diagnosis{Outcome::kFailed, recorder.Problem()});
     if (!command.empty()) report.status = ChildCommand::kOwnFailure;
     return report;
+  }
+  if (const auto limit = values.Milliseconds("--for")) {
+    monitor.EndAt(std::chrono::steady_clock::now() + std::chrono::milliseconds(*limit));
   }
   if (command.empty())
     return ReportOf(RecordUntilStopped(stop, monitor, recorder), path, recorder, values.Flag("--json"));
