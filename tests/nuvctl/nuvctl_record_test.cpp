@@ -127,6 +127,19 @@ TEST_F(NuvctlRecord, IsReadyBeforeTheCommand) {
   EXPECT_NE(recorded.Of(Kind::kOwner)[0].owner, "");
 }
 
+TEST_F(NuvctlRecord, TellsThatAClientLeft) {
+  StartSimulator();
+  const std::string script = NUV_BIN_DIR "/nuvctl ping -c 1; " NUV_BIN_DIR "/nuvctl ping -c 1";
+  EXPECT_EQ(Run(Record({}, {"/bin/sh", "-c", script})).status, 0);
+  const Recorded recorded = ReadWhole();
+  const auto calls = recorded.Of(Kind::kCall, "heartbeat");
+  ASSERT_EQ(calls.size(), 2U) << ReadFile(file_);
+  const auto left = recorded.Of(Kind::kLeft);
+  ASSERT_GE(left.size(), 1U) << ReadFile(file_);
+  EXPECT_EQ(left[0].name, calls[0].sender);
+  EXPECT_LE(left[0].t_us, calls[1].t_us);
+}
+
 TEST_F(NuvctlRecord, TellsWhoCallsBeforeTheFirstCall) {
   StartSimulator();
   const auto record = StartRecording();

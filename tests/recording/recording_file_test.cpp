@@ -68,6 +68,14 @@ Entry Client(std::int64_t t_us) {
   return entry;
 }
 
+Entry Left(std::int64_t t_us) {
+  Entry entry;
+  entry.t_us = t_us;
+  entry.kind = Kind::kLeft;
+  entry.name = ":1.5";
+  return entry;
+}
+
 Entry Owner(std::int64_t t_us, const std::string& owner) {
   Entry entry;
   entry.t_us = t_us;
@@ -132,7 +140,7 @@ class RecordingFile : public testing::Test {
 };
 
 TEST_F(RecordingFile, IsReadAsItWasWritten) {
-  const std::vector<Entry> written = {Owner(0, ":1.3"), Client(1), Call(2), Error(2), Lost(3), Owner(4, "")};
+  const std::vector<Entry> written = {Owner(0, ":1.3"), Client(1), Call(2), Error(2), Lost(3), Left(3), Owner(4, "")};
   Record(written);
   Reader reader(path_);
   Header header;

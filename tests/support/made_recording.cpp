@@ -89,6 +89,14 @@ void MadeRecording::Signal(std::size_t bytes) {
   Add(signal, kService);
 }
 
+void MadeRecording::Left(const std::string& client) {
+  recording::Entry entry;
+  entry.t_us = t_us_;
+  entry.kind = recording::Kind::kLeft;
+  entry.name = client;
+  EXPECT_EQ(writer_.Write(entry), "");
+}
+
 void MadeRecording::Lost(std::uint64_t count) {
   recording::Entry entry;
   entry.t_us = t_us_;

@@ -31,6 +31,7 @@ class MadeRecording {
   void Acknowledge(const std::string& client, guint32 serial);
   // A signal of the service, with so much in it.
   void Signal(std::size_t bytes);
+  void Left(const std::string& client);
   void Lost(std::uint64_t count);
   void End();
 

@@ -22,7 +22,7 @@ struct Header {
   std::optional<std::int64_t> monotonic_start_us = {};  // CLOCK_MONOTONIC at the start, where it is known
 };
 
-enum class Kind { kCall, kReply, kError, kSignal, kClient, kOwner, kLost, kEnd };
+enum class Kind { kCall, kReply, kError, kSignal, kClient, kLeft, kOwner, kLost, kEnd };
 
 const char* WordOf(Kind kind);
 bool IsMessage(Kind kind);
@@ -44,7 +44,7 @@ struct Entry {
   std::string signature;
   std::vector<unsigned char> bytes;
 
-  std::string name;  // of a client or of an owner
+  std::string name;  // of a client, also of one that left the bus, or of an owner
   std::int64_t pid = 0;
   std::uint32_t uid = 0;
   std::string program;

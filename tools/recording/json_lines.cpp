@@ -19,8 +19,8 @@ struct KindWord {
 };
 
 constexpr KindWord kKinds[] = {{Kind::kCall, "call"},     {Kind::kReply, "reply"},   {Kind::kError, "error"},
-                               {Kind::kSignal, "signal"}, {Kind::kClient, "client"}, {Kind::kOwner, "owner"},
-                               {Kind::kLost, "lost"},     {Kind::kEnd, "end"}};
+                               {Kind::kSignal, "signal"}, {Kind::kClient, "client"}, {Kind::kLeft, "left"},
+                               {Kind::kOwner, "owner"},   {Kind::kLost, "lost"},     {Kind::kEnd, "end"}};
 
 // The text fields of a message, which are left out where they are empty.
 struct TextField {
@@ -189,6 +189,7 @@ Entry EntryOf(const Json& json) {
   entry.kind = KindOf(Text(json, "type"));
   if (IsMessage(entry.kind)) GetMessage(json, entry);
   if (entry.kind == Kind::kClient) GetClient(json, entry);
+  if (entry.kind == Kind::kLeft) entry.name = Text(json, "name");
   if (entry.kind == Kind::kOwner) GetOwner(json, entry);
   if (entry.kind == Kind::kLost) GetLost(json, entry);
   if (entry.kind == Kind::kEnd) entry.reason = Text(json, "reason");
@@ -233,6 +234,7 @@ std::string LineOf(const Entry& entry) {
   Json json = {{"t", entry.t_us}, {"type", WordOf(entry.kind)}};
   if (IsMessage(entry.kind)) PutMessage(json, entry);
   if (entry.kind == Kind::kClient) PutClient(json, entry);
+  if (entry.kind == Kind::kLeft) json["name"] = entry.name;
   if (entry.kind == Kind::kOwner) PutOwner(json, entry);
   if (entry.kind == Kind::kLost) PutLost(json, entry);
   if (entry.kind == Kind::kEnd) json["reason"] = entry.reason;

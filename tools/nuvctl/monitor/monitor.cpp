@@ -227,12 +227,9 @@ bool Monitor::TakeNameOwnerChanged(WireMessage& message) {
   const char* after = nullptr;
   g_variant_get(body, "(&s&s&s)", &name, nullptr, &after);
   if (IsUnique(name)) {
-    if (*after == '\0') {
-      connections_.Erase(name);
-    } else {
-      Learn(name);
-      connections_[name].from_its_start = true;
-    }
+    if (*after == '\0') return TellLeft(name);
+    Learn(name);
+    connections_[name].from_its_start = true;
     return true;
   }
   for (const char* service : kServiceNames) {
@@ -284,6 +281,18 @@ bool Monitor::TellClient(const std::string& name) {
   if (connection.told || connection.client.name.empty()) return true;
   connection.told = true;
   return Give(connection.client);
+}
+
+// Without it a call that has no answer could be one that the service never answers.
+bool Monitor::TellLeft(const std::string& name) {
+  const Connection* connection = connections_.Find(name);
+  const bool told = connection != nullptr && connection->told;
+  connections_.Erase(name);
+  if (!told) return true;
+  Entry entry;
+  entry.kind = Kind::kLeft;
+  entry.name = name;
+  return Give(std::move(entry));
 }
 
 bool Monitor::TellLost(std::uint64_t count, const std::string& sender) {

@@ -62,6 +62,7 @@ class Monitor {
   bool TakeReply(WireMessage& message);
   bool Tell(WireMessage& message);
   bool TellClient(const std::string& name);
+  bool TellLeft(const std::string& name);
   bool TellLost(std::uint64_t count, const std::string& sender);
   bool Give(recording::Entry entry);
   void Learn(const std::string& name);

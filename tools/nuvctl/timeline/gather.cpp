@@ -139,6 +139,7 @@ void Gatherer::Add(const recording::Entry& entry) {
       return AddOwner(entry.t_us, entry.name, entry.owner);
     case recording::Kind::kLost:
       return AddLost(entry);
+    case recording::Kind::kLeft:
     case recording::Kind::kEnd:
       return;
     default:
