@@ -66,6 +66,17 @@ class NuvctlReplay : public NuvctlOnBusTest {
     made.End();
   }
 
+  // The client was gone when its result came.
+  void MakeResultToNobody(int event, int status) const {
+    MadeRecording made(File());
+    const guint32 call = made.Call(kClient, "launch_app", LaunchArguments());
+    const guint32 result = made.Result("obj1", ResultArguments(kThread, kApp, status, event, 1));
+    made.Error(MadeRecording::kService, result, "org.freedesktop.DBus.Error.ServiceUnknown", "no",
+               "org.freedesktop.DBus");
+    made.Reply(kClient, call);
+    made.End();
+  }
+
   std::string Hunk(int line, const std::string& call) const {
     return "@@ " + File() + ":" + std::to_string(line) + ", " + kClient + ": " + call + " @@\n";
   }
@@ -79,6 +90,8 @@ class NuvctlReplay : public NuvctlOnBusTest {
 };
 
 constexpr char kLaunchCall[] = "launch_app app=\"org.example.player\"";
+constexpr char kResultFirst[] = R"([{"method": "launch_app", "start": false, "results": [
+    {"event": 900, "res": 0, "before_reply": true}]}])";
 constexpr char kLaunched[] = "900 (NUV_NOTIFY_LAUNCHED)";
 constexpr char kFailed[] = "903 (NUV_NOTIFY_LAUNCH_FAILED)";
 constexpr char kRefused[] = "403 (NUV_LAUNCH_STATUS_REFUSED)";
@@ -186,6 +199,54 @@ TEST_F(NuvctlReplay, AClientThatWasTooLateForAResultIsNoDifference) {
   const NuvctlRun run = Replay();
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_EQ(run.output, "as recorded: 1 call, 1 answer, 1 result, 1 client\n");
+}
+
+TEST_F(NuvctlReplay, AResultThatCameToNobodyMayComeNow) {
+  MakeResultToNobody(900, 0);
+  StartSimulator(kResultFirst);
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_EQ(run.output, "as recorded: 1 call, 1 answer, 0 results, 1 client\n");
+}
+
+TEST_F(NuvctlReplay, ShowsAResultThatIsAnotherOneThanCameToNobody) {
+  MakeResultToNobody(903, 403);
+  StartSimulator(kResultFirst);
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output,
+            Head() + "@@ " + File() + ", " + kClient + ": " + kLaunchCall + " @@\n+" + ResultWords(kLaunched, "0"));
+}
+
+TEST_F(NuvctlReplay, AReplyThatTheClientDidNotWaitForMayComeNow) {
+  MadeRecording made(File());
+  made.Call(kClient, "get_extra_app");
+  made.At(100).Left(kClient);
+  made.At(10000000).End();
+  StartSimulator();
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_EQ(run.output, "as recorded: 1 call, 0 answers, 0 results, 1 client\n");
+}
+
+TEST_F(NuvctlReplay, AReplyAfterTheEndOfTheRecordingMayComeNow) {
+  MadeRecording made(File());
+  made.Call(kClient, "get_extra_app");
+  made.At(100).End();
+  StartSimulator();
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 0) << run.output;
+}
+
+TEST_F(NuvctlReplay, ShowsAReplyThatWasWaitedForInVain) {
+  MadeRecording made(File());
+  made.Call(kClient, "get_extra_app");
+  made.At(3000000).Left(kClient);
+  made.End();
+  StartSimulator();
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.output, AllOf(HasSubstr("get_extra_app ()"), HasSubstr("\n+reply ")));
 }
 
 TEST_F(NuvctlReplay, AResultThatNobodyAcknowledgedIsComparedToo) {

@@ -29,6 +29,9 @@ constexpr unsigned kConnectLimitMs = 3000;
 constexpr size_t kMostConnections = 50;  // of a few descriptors each
 constexpr size_t kPlacesCompared = 32;
 constexpr size_t kLaunchesKept = 32;
+constexpr size_t kUnheardKept = 1024;
+// Only who waited for so long has seen that the service does not answer.
+constexpr std::int64_t kSilenceUs = 2000000;
 constexpr double kLongestPauseUs = 1e14;  // years; the clock does not overflow
 constexpr char kServiceInterfaces[] = "org.kelvo.tv.";
 constexpr const char* kServiceNames[] = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
@@ -67,6 +70,7 @@ struct Arrived {
 
 struct SentCall {
   guint32 live_serial;
+  std::int64_t t_us;  // as recorded
   std::string method;
   std::string words;
   std::string place;
@@ -76,20 +80,6 @@ struct Launch {
   std::string object;
   int index;
   std::string words;
-};
-
-struct Client {
-  Client(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
-      : live(std::move(connection), std::move(context), std::move(bell)) {}
-
-  LiveClient live;
-  std::map<guint32, SentCall> unanswered;       // by the recorded serial
-  std::map<guint32, guint32> recorded_serials;  // of those, by the live one
-  std::deque<Launch> launches;                  // the last ones
-  std::deque<Arrived> arrived;                  // and is not compared yet
-  size_t arrivals = 0;
-  std::deque<std::pair<size_t, size_t>> compared;  // places then and now of what was compared last
-  size_t last_use = 0;
 };
 
 // What the recording says came to a client.
@@ -103,6 +93,22 @@ struct Expected {
   guint32 live_serial = 0;  // of the call that it answers; 0 for a result
   std::string object;       // of a result
   int index = 0;            // of a result
+};
+
+struct Client {
+  Client(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
+      : live(std::move(connection), std::move(context), std::move(bell)) {}
+
+  LiveClient live;
+  std::map<guint32, SentCall> unanswered;       // by the recorded serial
+  std::map<guint32, guint32> recorded_serials;  // of those, by the live one
+  std::deque<Launch> launches;                  // the last ones
+  std::deque<Arrived> arrived;                  // and is not compared yet
+  std::deque<Expected> unheard;                 // results that came to nobody then: the client was gone
+  std::optional<std::int64_t> left_us;          // when it was, as recorded
+  size_t arrivals = 0;
+  std::deque<std::pair<size_t, size_t>> compared;  // places then and now of what was compared last
+  size_t last_use = 0;
 };
 
 std::string LaunchOf(const Client& client, const std::string& object, int index) {
@@ -134,6 +140,7 @@ class ReplayRun {
   void ReadAnswer(const recording::Entry& entry, GDBusMessage* answer);
   std::string ServiceIn(GDBusMessage* call) const;
   void KeepResult(const recording::Entry& entry, GDBusMessage* result);
+  void KeepUnheard(Expected&& expected);
 
   void SendCall(const recording::Entry& entry, GDBusMessage* call, const std::string& service);
   bool OwnObject(Client& client, const std::string& name, const std::string& object);
@@ -146,6 +153,7 @@ class ReplayRun {
   static std::deque<Arrived>::iterator Find(Client& client, const Expected& expected);
   static bool CameInOrder(Client& client, size_t then, size_t now);
   static void Collect(Client& client);
+  bool MayComeNow(const Client& client, const Arrived& arrived) const;
   void TellTheRest();
 
   void Differ(const Expected& expected, std::optional<std::string> recorded, std::optional<std::string> now);
@@ -172,6 +180,7 @@ class ReplayRun {
 
   std::optional<std::pair<Clock::time_point, std::int64_t>> pace_;  // a moment of now, and the one of then
   size_t position_ = 0;                                             // of the entry
+  std::int64_t t_us_ = 0;                                           // of the entry
   size_t seen_clients_ = 0;
   size_t calls_ = 0;
   size_t answers_ = 0;
@@ -227,10 +236,13 @@ void ReplayRun::ReadAll() {
 
 void ReplayRun::Read(const recording::Entry& entry) {
   ++position_;
+  t_us_ = entry.t_us;
   if (entry.kind == Kind::kOwner && !entry.owner.empty() && Has(kServiceNames, entry.name)) {
     services_.insert({entry.owner, entry.name});
   } else if (entry.kind == Kind::kClient) {
     labels_[entry.name] = entry.program + ", pid " + std::to_string(entry.pid);
+  } else if (entry.kind == Kind::kLeft) {
+    if (const auto client = clients_.find(entry.name); client != clients_.end()) client->second->left_us = entry.t_us;
   } else if (entry.kind == Kind::kLost) {
     warnings_.push_back(Printable(Place()) + ": " + std::to_string(entry.count) + " messages are missing");
   } else if (recording::IsMessage(entry.kind)) {
@@ -270,8 +282,8 @@ std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
 void ReplayRun::ReadAnswer(const recording::Entry& entry, GDBusMessage* answer) {
   const Sent call = {TextOf(g_dbus_message_get_destination(answer)), g_dbus_message_get_reply_serial(answer)};
   if (auto result = results_.extract(call); !result.empty()) {
-    if (!Has(kNobody, TextOf(g_dbus_message_get_error_name(answer)))) Expect(result.mapped());
-    return;
+    if (Has(kNobody, TextOf(g_dbus_message_get_error_name(answer)))) return KeepUnheard(std::move(result.mapped()));
+    return Expect(result.mapped());
   }
   const auto client = clients_.find(call.first);
   if (client == clients_.end()) return;
@@ -322,8 +334,16 @@ void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, cons
   if (client->launches.size() > kLaunchesKept) client->launches.pop_front();
   if ((g_dbus_message_get_flags(call) & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) != 0) return;
   const guint32 recorded = g_dbus_message_get_serial(call);
-  client->unanswered[recorded] = {serial, TextOf(g_dbus_message_get_member(call)), words, Place()};
+  client->unanswered[recorded] = {serial, entry.t_us, TextOf(g_dbus_message_get_member(call)), words, Place()};
   client->recorded_serials[serial] = recorded;
+}
+
+void ReplayRun::KeepUnheard(Expected&& expected) {
+  const auto client = clients_.find(expected.client);
+  if (client == clients_.end()) return;
+  auto& unheard = client->second->unheard;
+  unheard.push_back(std::move(expected));
+  if (unheard.size() > kUnheardKept) unheard.pop_front();
 }
 
 // The name is the recorded process's: the service is told it in the call, and sends its results there.
@@ -362,7 +382,8 @@ void ReplayRun::CloseIdleClient() {
   if (clients_.size() <= kMostConnections) return;
   auto oldest = clients_.end();
   for (auto client = clients_.begin(); client != clients_.end(); ++client) {
-    if (client->second == nullptr || !client->second->unanswered.empty()) continue;
+    if (client->second == nullptr) continue;
+    if (!client->second->unanswered.empty() && !client->second->left_us) continue;
     if (oldest == clients_.end() || client->second->last_use < oldest->second->last_use) oldest = client;
   }
   if (oldest == clients_.end()) return;
@@ -462,6 +483,17 @@ bool ReplayRun::CameInOrder(Client& client, size_t then, size_t now) {
   return in_order;
 }
 
+// The recorded client was gone before it could hear whether the service says this; the client of now is still there.
+bool ReplayRun::MayComeNow(const Client& client, const Arrived& arrived) const {
+  if (arrived.serial == 0) {
+    return std::any_of(client.unheard.begin(), client.unheard.end(), [&](const Expected& unheard) {
+      return IsFor(arrived, unheard) && arrived.words == unheard.words;
+    });
+  }
+  const auto& call = client.unanswered.at(client.recorded_serials.at(arrived.serial));
+  return client.left_us.value_or(t_us_) - call.t_us < kSilenceUs;
+}
+
 // What the service says beyond the recording. It may still be at it: what it sent before it answered once more is here.
 void ReplayRun::TellTheRest() {
   bool answers = true;
@@ -469,6 +501,7 @@ void ReplayRun::TellTheRest() {
     if (answers) answers = client->live.Settle(plan_.timeout_ms);
     Collect(*client);
     for (const Arrived& arrived : client->arrived) {
+      if (MayComeNow(*client, arrived)) continue;
       Expected nothing;
       nothing.place = plan_.file;
       nothing.client = name;
