@@ -249,6 +249,20 @@ TEST_F(NuvctlReplay, ShowsAReplyThatWasWaitedForInVain) {
   EXPECT_THAT(run.output, AllOf(HasSubstr("get_extra_app ()"), HasSubstr("\n+reply ")));
 }
 
+TEST_F(NuvctlReplay, ShowsAReplyToACallWhoseNumberWasGivenOutAgain) {
+  MadeRecording made(File());
+  made.Call(kClient, "get_extra_app");
+  made.Lost(0);
+  made.NumbersBeginAnew();
+  made.Reply(kClient, made.Call(kClient, "get_extra_app"), g_variant_new("(s)", ""));
+  made.End();
+  StartSimulator();
+  const NuvctlRun run = Replay();
+  EXPECT_EQ(run.status, 1) << run.errors;
+  EXPECT_THAT(run.output, HasSubstr("\n+reply "));
+  EXPECT_THAT(run.errors, HasSubstr("not as recorded: 1 difference"));
+}
+
 TEST_F(NuvctlReplay, AResultThatNobodyAcknowledgedIsComparedToo) {
   MadeRecording made(File());
   made.Reply(kClient, made.Call(kClient, "launch_app", LaunchArguments()));

@@ -32,6 +32,8 @@ class MadeRecording {
   // A signal of the service, with so much in it.
   void Signal(std::size_t bytes);
   void Left(const std::string& client);
+  // As on a bus that came back: the serials begin anew.
+  void NumbersBeginAnew() { serial_ = 0; }
   void Lost(std::uint64_t count);
   void End();
 

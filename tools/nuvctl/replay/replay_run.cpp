@@ -490,8 +490,12 @@ bool ReplayRun::MayComeNow(const Client& client, const Arrived& arrived) const {
       return IsFor(arrived, unheard) && arrived.words == unheard.words;
     });
   }
-  const auto& call = client.unanswered.at(client.recorded_serials.at(arrived.serial));
-  return client.left_us.value_or(t_us_) - call.t_us < kSilenceUs;
+  const auto recorded = client.recorded_serials.find(arrived.serial);
+  if (recorded == client.recorded_serials.end()) return false;
+  // On a bus that came back the names and numbers of the one before are given out again.
+  const auto call = client.unanswered.find(recorded->second);
+  if (call == client.unanswered.end()) return false;
+  return client.left_us.value_or(t_us_) - call->second.t_us < kSilenceUs;
 }
 
 // What the service says beyond the recording. It may still be at it: what it sent before it answered once more is here.
