@@ -114,7 +114,7 @@ TEST_F(NuvctlReplay, AServiceThatDoesAsBeforeIsTheSame) {
   const NuvctlRun run = Replay();
   EXPECT_EQ(run.status, 0) << run.output << run.errors;
   EXPECT_THAT(run.output, AllOf(StartsWith("as recorded: "), HasSubstr(" 2 results, 4 clients\n")));
-  EXPECT_TRUE(SimulatorSaid("stopped " + std::string(kApp)));
+  EXPECT_TRUE(WaitUntil([this] { return SimulatorSaid("stopped " + std::string(kApp)); }));
 }
 
 TEST_F(NuvctlReplay, ShowsAReplyThatIsAnotherOne) {
