@@ -3,8 +3,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 
 namespace nuv::host {
 
@@ -44,9 +46,13 @@ std::string FindStateDirectory() {
 }  // namespace
 
 const std::string& StateDirectory() {
-  // Never destroyed, because calls may come while the process ends.
-  static const std::string* const directory = new std::string(FindStateDirectory());
-  return *directory;
+  // Never destroyed, because calls may come while the process ends. No static that is made under a lock: a child forked
+  // while another thread was making it would wait for that thread for ever.
+  static std::atomic<const std::string*> known{nullptr};
+  const std::string* directory = known.load(std::memory_order_acquire);
+  if (directory != nullptr) return *directory;
+  auto found = std::make_unique<const std::string>(FindStateDirectory());
+  return known.compare_exchange_strong(directory, found.get()) ? *found.release() : *directory;
 }
 
 std::string StatePath(const std::string& entry) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <ctime>
 
 #include "nuv_common/nuv_bus_connection.h"
@@ -19,6 +20,16 @@ constexpr int kHeartbeatTimeoutMs = 10000;
 constexpr int kListenerWaitSeconds = 10;
 // Descriptors that connecting takes, the listener's context included, and a few to spare for the host's other threads.
 constexpr int kDescriptorsToConnect = 10;
+
+// Held while a link is made, which logs and calls nobody else. A child that is forked meanwhile makes a link of its
+// own.
+Mutex makingLink;
+
+void LetChildMakeLinks() {
+  makingLink.Renew(kPlainMutex);
+}
+
+[[maybe_unused]] const int makingIsRenewedInForks = pthread_atfork(nullptr, nullptr, LetChildMakeLinks);
 
 void LogConnectError(const GError* error) {
   if (error == nullptr) {
@@ -290,9 +301,11 @@ CNUVGdbus::Standing CNUVGdbus::CurrentStanding() const {
   return {EndpointNow(), m_generation, m_thread != 0 && m_registrationId != 0 && m_run != nullptr && !m_run->ended};
 }
 
-ProcessLifetimeLink::ProcessLifetimeLink(const char* name, const char* server)
-    : m_link(new CNUVGdbus(name, server, nullptr, nullptr)) {}
-
-ProcessLifetimeLink::~ProcessLifetimeLink() {
-  m_link->ReleaseClientObject();
+CNUVGdbus* ProcessLifetimeLink::Make() {
+  const MutexLock lock(makingLink);
+  if (m_link == nullptr) {
+    m_link = new CNUVGdbus(m_name, m_server, nullptr, nullptr);
+    std::atexit(m_atExit);
+  }
+  return m_link;
 }

@@ -183,15 +183,26 @@ class CNUVGdbus {
 // Executable path of the calling process; empty when it cannot be read.
 std::string getProcessName();
 
-// A link that is made on first use and lives until the process ends. At exit it gives its client object back, but
-// nothing that its listener may still touch is destroyed.
+// A link that is made on first use and lives until the process ends. No local static: a child forked while another
+// thread was making it would wait for that thread for ever.
 class ProcessLifetimeLink {
  public:
-  ProcessLifetimeLink(const char* name, const char* server);
-  ~ProcessLifetimeLink();
+  // exit() calls atExit before it takes apart what the host made before the first use.
+  constexpr ProcessLifetimeLink(const char* name, const char* server, void (*atExit)())
+      : m_name(name), m_server(server), m_atExit(atExit) {}
 
-  CNUVGdbus* get() { return m_link; }
+  CNUVGdbus* get() {
+    CNUVGdbus* const made = m_link.load(std::memory_order_acquire);
+    return made != nullptr ? made : Make();
+  }
+  // For atExit: gives the client object back. Nothing that the listener may still touch is destroyed.
+  void Release() { get()->ReleaseClientObject(); }
 
  private:
-  CNUVGdbus* m_link;
+  CNUVGdbus* Make();
+
+  const char* const m_name;
+  const char* const m_server;
+  void (*const m_atExit)();
+  std::atomic<CNUVGdbus*> m_link{nullptr};
 };

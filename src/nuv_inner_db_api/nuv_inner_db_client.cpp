@@ -11,13 +11,10 @@ constexpr const char* kIntrospectionXml =
     "<node>  <interface name='org.kelvo.tv.corvane.nuvinnerdbclient.interface.%s'>  </interface></node>";
 constexpr GDBusInterfaceVTable kNoMethods = {nullptr, nullptr, nullptr, {}};
 
-CNUVGdbus* get_innerdb_proxy() {
-  static ProcessLifetimeLink link("innerdb", "corvane");
-  return link.get();
-}
+ProcessLifetimeLink innerLink("innerdb", "corvane", [] { innerLink.Release(); });
 
 CNUVGdbus* UsableInnerProxy() {
-  CNUVGdbus* link = get_innerdb_proxy();
+  CNUVGdbus* link = innerLink.get();
   return link->GetProxy(kIntrospectionXml, kNoMethods) == 1 ? link : nullptr;
 }
 

@@ -71,7 +71,7 @@ CallbackPassage::~CallbackPassage() {
   --ownPassing.count;
 }
 
-GateClosedAtExit::~GateClosedAtExit() {
+void CloseGate() {
   {
     Gate& gate = TheGate();
     const LeafLock lock(gate.mutex);

@@ -16,13 +16,7 @@ class CallbackPassage {
   bool m_open;
 };
 
-// Closes the gate for good when it is destroyed, which exit() does. A static object that is made in the library's first
-// call is destroyed before everything that the host made earlier. It waits at most a quarter of a second for the
-// callbacks that run, because a thread that has just passed the gate may not have entered its callback yet.
-class GateClosedAtExit {
- public:
-  GateClosedAtExit() = default;
-  ~GateClosedAtExit();
-  GateClosedAtExit(const GateClosedAtExit&) = delete;
-  GateClosedAtExit& operator=(const GateClosedAtExit&) = delete;
-};
+// Closes the gate for good, which exit() does before it takes apart what the host made before the library's first call.
+// It waits at most a quarter of a second for the callbacks that run, because a thread that has just passed the gate may
+// not have entered its callback yet.
+void CloseGate();

@@ -37,6 +37,11 @@ namespace {
 
 constexpr int kLaunchTimeoutMs = 15000;
 
+ProcessLifetimeLink launcherLink("launcher", "litecorvane", [] {
+  CloseGate();
+  launcherLink.Release();
+});
+
 // One "launch_app" call, with a request that may be null. True when the service accepted it.
 bool SendLaunch(CNUVGdbus& link, const CNUVGdbus::Endpoint& endpoint, GVariant* request, int* isTimeOutError) {
   if (request == nullptr) return false;
@@ -58,9 +63,7 @@ void ReportFailedLaunch(const _NUV_LAUNCHER_DATA& data, int isTimeOutError) {
 }  // namespace
 
 CNUVGdbus* get_launcher_proxy() {
-  static ProcessLifetimeLink link("launcher", "litecorvane");
-  static const GateClosedAtExit gate;
-  return link.get();
+  return launcherLink.get();
 }
 
 CNUVGdbus* UsableLauncherProxy() {

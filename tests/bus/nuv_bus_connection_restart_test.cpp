@@ -2,6 +2,7 @@
 #include <dirent.h>
 #include <gio/gio.h>
 #include <malloc.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -173,6 +174,49 @@ TEST_F(RestartTest, LeavesNoTextOfAClientNameBehind) {
   EXPECT_TRUE(WaitUntil([&] { return Footprint().heap < before.heap + kRestarts * kLong / 2; }, Milliseconds(3000)))
       << (Footprint().heap - before.heap) / kRestarts << " bytes a restart";
   link.GiveProxy();
+}
+
+// A connection that closes is released when its context has been told. The bus goes while the listener of one, which
+// could not register its object there, is about to be made anew: the listener ends between the two.
+TEST_F(RestartTest, APrivateConnectionThatClosesWhileItsListenerEndsIsReleased) {
+  static PrivateBus* const bus = &bus_;
+  static std::atomic<GDBusConnection*> last{nullptr};
+  static std::atomic<bool> told_late{false};
+  static std::atomic<bool> released{false};
+  const GConnectionHandle own(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+  StartService();
+  LaunchAndHear();
+  faults::before_registration = [](GDBusConnection* connection) {
+    faults::before_registration = nullptr;
+    g_object_weak_ref(
+        G_OBJECT(connection), [](gpointer, GObject*) { released = true; }, nullptr);
+    last = connection;
+  };
+  faults::register_object_returns_zero = true;
+  service_.reset();
+  bus_.Restart();
+  StartService();
+  nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_);
+  ASSERT_NE(nullptr, last);
+  faults::before_closing_is_told = [] {
+    if (g_dbus_connection_is_closed(last) == FALSE) return;
+    faults::before_closing_is_told = nullptr;
+    poll(nullptr, 0, 500);  // long enough for the listener to end
+    told_late = true;
+  };
+  faults::hurried_method = "heartbeat";
+  faults::after_hurried_call = [] {
+    faults::after_hurried_call = nullptr;
+    bus->Kill();
+    EXPECT_TRUE(WaitUntil([] { return g_dbus_connection_is_closed(last) != FALSE; }));
+  };
+  service_->AnswerTo("heartbeat", {Answer::kSilence, ""});
+  nuv_launch_webapp("app", nullptr, nullptr, OnNotify, &heard_);
+  EXPECT_EQ(nullptr, faults::after_hurried_call);
+  EXPECT_TRUE(WaitUntil([] { return released.load(); }));
+  EXPECT_TRUE(told_late);
+  faults::hurried_method = nullptr;
+  faults::register_object_returns_zero = false;
 }
 
 TEST_F(RestartTest, ALostBusEndsNoHost) {

@@ -3,10 +3,28 @@
 #include <nuv_platform/platform_path.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <thread>
 
+#include "process.h"
 #include "temp_dir.h"
+
+namespace {
+
+std::atomic<bool> hold{false};
+std::atomic<bool> held{false};
+
+}  // namespace
+
+// In front of the C library's. A thread that looks for the state directory waits here for as long as it is to.
+extern "C" char* secure_getenv(const char* name) {
+  if (hold) held = true;
+  WaitUntil([] { return !hold; });
+  return getenv(name);
+}
 
 namespace {
 
@@ -53,6 +71,19 @@ TEST_F(HostStateTest, OtherPathVariablesHaveNoValue) {
   EXPECT_EQ(nuv_platform_get_path(0), nullptr);
   EXPECT_EQ(nuv_platform_get_path(23), nullptr);
   EXPECT_EQ(nuv_platform_get_path(-1), nullptr);
+}
+
+TEST_F(HostStateTest, IsFoundInAChildThatWasForkedWhileAnotherThreadLookedForIt) {
+  setenv("NUV_HOST_DIR", "/tmp/a", 1);
+  hold = true;
+  std::thread other([this] { EXPECT_STREQ(Directory(), "/tmp/a"); });
+  ASSERT_TRUE(WaitUntil([] { return held.load(); }));
+  EXPECT_EQ(0, InChild([this] {
+              hold = false;
+              return strcmp(Directory(), "/tmp/a");
+            }));
+  hold = false;
+  other.join();
 }
 
 }  // namespace

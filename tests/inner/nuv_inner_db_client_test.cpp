@@ -1,4 +1,5 @@
 // What the inner side asks the service, on a real bus.
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include "faults.h"
@@ -138,6 +139,17 @@ class InnerLink : public InnerBusTest {};
 TEST_F(InnerLink, OwnsANameOfItsOwnKind) {
   WarmUp();
   EXPECT_TRUE(bus_.WaitForName("org.kelvo.tv.corvane.innerdbclient.obj" + std::to_string(getpid())));
+}
+
+TEST_F(InnerLink, IsGivenBackWhenTheProcessEnds) {
+  StartService();
+  database_.Add("app", {{"use_count", 0}});
+  database_.Close();
+  Process writer({NUV_TEST_DIR "/inner_writer", "1", "forward"}, directory_.path(),
+                 Process::Environment{{"NUV_HOST_DIR", database_.directory()}, {"NUV_LOG", "stderr"}});
+  EXPECT_EQ(0, writer.Wait());
+  EXPECT_EQ("ready\n.", writer.Output());
+  EXPECT_THAT(writer.Errors(), testing::HasSubstr("CNUVGdbus [innerdb] destructor end"));
 }
 
 TEST_F(InnerLink, TextThatCannotTravelIsNoAnswer) {

@@ -23,6 +23,7 @@ void (*after_bus_get)() = nullptr;
 bool main_context_new_fails = false;
 bool register_object_returns_zero = false;
 void (*before_registration)(GDBusConnection*) = nullptr;
+std::atomic<void (*)()> before_closing_is_told{nullptr};
 void (*before_unowning)() = nullptr;
 void (*before_join)() = nullptr;
 void (*at_start_of_thread)() = nullptr;
@@ -158,10 +159,18 @@ GMainContext* g_main_context_new() {
 guint g_dbus_connection_register_object(GDBusConnection* connection, const gchar* path, GDBusInterfaceInfo* info,
                                         const GDBusInterfaceVTable* vtable, gpointer data, GDestroyNotify release,
                                         GError** error) {
-  if (faults::register_object_returns_zero || FailsWithError("g_dbus_connection_register_object", error)) return 0;
   if (faults::before_registration != nullptr) faults::before_registration(connection);
+  if (faults::register_object_returns_zero || FailsWithError("g_dbus_connection_register_object", error)) return 0;
   static auto* const real = Real(g_dbus_connection_register_object, "g_dbus_connection_register_object");
   return real(connection, path, info, vtable, data, release, error);
+}
+
+// GLib names the source that emits "closed" just before it is attached to the connection's context.
+void g_source_set_static_name(GSource* source, const char* name) {
+  void (*const hook)() = faults::before_closing_is_told;
+  if (hook != nullptr && strcmp(name, "[gio] emit_closed_in_idle") == 0) hook();
+  static auto* const real = Real(g_source_set_static_name, "g_source_set_static_name");
+  real(source, name);
 }
 
 void g_bus_unown_name(guint id) {

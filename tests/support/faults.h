@@ -3,6 +3,7 @@
 
 #include <gio/gio.h>
 
+#include <atomic>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,10 +17,11 @@ extern void (*before_bus_get)();  // called before the shared connection is aske
 extern void (*after_bus_get)();   // called with the connection just made; null: nothing
 extern bool main_context_new_fails;
 extern bool register_object_returns_zero;
-extern void (*before_registration)(GDBusConnection*);  // called before an object is registered on it; null: nothing
-extern void (*before_unowning)();                      // called before a name is given up; null: nothing
-extern void (*before_join)();                          // called before a thread is waited for; null: nothing
-extern void (*at_start_of_thread)();                   // called by each new thread; null: nothing
+extern void (*before_registration)(GDBusConnection*);   // called before an object is registered on it; null: nothing
+extern std::atomic<void (*)()> before_closing_is_told;  // called by GLib's thread as a connection closes; null: nothing
+extern void (*before_unowning)();                       // called before a name is given up; null: nothing
+extern void (*before_join)();                           // called before a thread is waited for; null: nothing
+extern void (*at_start_of_thread)();                    // called by each new thread; null: nothing
 extern const char* link_target;         // what readlink() finds, cut to its buffer; null: the real target
 extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 

@@ -137,8 +137,30 @@ TEST(ForkBeforeUse, AChildOfAProcessThatNeverConnectedWorks) {
   EXPECT_EQ(0, InChild([] { return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) == 0 ? 0 : 1; }));
 }
 
-// A thread was tried out before the copy. ThreadSanitizer ends a child whose thread gets the id of one from before.
+// There were threads before the copy. ThreadSanitizer ends a child whose thread gets the id of one from before.
 #ifndef __SANITIZE_THREAD__
+// The thread that was making the link does not exist in the child.
+TEST(ForkBeforeUse, AChildForkedWhileAnotherThreadMakesTheLinkMakesItsOwn) {
+  const PrivateBus bus;
+  Process simulator({NUV_BIN_DIR "/nuv-simulator", "--print-ready", "--dir", bus.directory()}, bus.directory());
+  ASSERT_TRUE(WaitUntil([&] { return simulator.Output().find("ready") != std::string::npos; }));
+  static std::atomic<bool> making{false};
+  static std::atomic<bool> go_on{false};
+  fake_platform::OnLogLine([] {
+    if (go_on || !fake_platform::Logged("CNUVGdbus [launcher] constructor.")) return;
+    making = true;
+    WaitUntil([] { return go_on.load(); });
+  });
+  std::thread maker([] { EXPECT_EQ(0, nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1)); });
+  ASSERT_TRUE(WaitUntil([] { return making.load(); }));
+  EXPECT_EQ(0, InChild([] {
+              go_on = true;
+              return nuv_launch_systempopup_client(LAUNCH_ERROR_POPUP_TYPE_1) == 0 ? 0 : 1;
+            }));
+  go_on = true;
+  maker.join();
+}
+
 TEST(ForkBeforeUse, AChildOfAProcessThatFoundNoBusWorks) {
   PrivateBus bus;
   bus.Kill();
