@@ -115,16 +115,32 @@ TEST_F(InnerConnection, AFailedOpeningFinalizesTheStatementThatWasLeft) {
   EXPECT_EQ(SQLITE_OK, sqlite3_close(left)) << "no statement of it is live";
 }
 
+TEST_F(InnerConnection, PreparingDropsTheStatementThatWasLeft) {
+  ASSERT_EQ(0, Prepare_Inner("select id from widgetinfo", kReadOnly));
+  sqlite3* left = g_pConnection_Inner;
+  sqlite3_stmt* statement = g_pStmt_Inner;
+  DisConnect_Inner();
+  FileMissing();
+  EXPECT_EQ(-1, Prepare_Inner("select id from widgetinfo", kReadOnly));
+  EXPECT_EQ(nullptr, g_pStmt_Inner);
+  EXPECT_EQ(statement, sqlite3_next_stmt(left, nullptr)) << "it was finalized";
+  sqlite3_finalize(statement);
+  EXPECT_EQ(SQLITE_OK, sqlite3_close(left));
+}
+
 TEST_F(InnerConnection, ThePathIsCutAt127CharactersWithANotice) {
-  const std::string directory = "/" + std::string(119, 'd');
-  fake_platform::SetDatabaseDirectory(directory);
-  EXPECT_EQ(-1, Connect_Inner(kReadOnly));
-  const std::string cut = (directory + "/.corvane.db").substr(0, 127);
-  ASSERT_EQ(1u, sqlite_faults::Openings().size());
-  EXPECT_EQ(cut, sqlite_faults::Openings()[0].path);
-  EXPECT_EQ((LogLines{"E " + Red("the path of the database is cut at 127 characters: " + cut),
-                      "I Failed to connect to DB : unable to open database file", CannotOpen(cut), "I Close DB "}),
-            LogSoFar());
+  for (const size_t length : {128u, 132u}) {
+    Forget();
+    const std::string path = "/" + std::string(length - 13, 'd') + "/.corvane.db";
+    fake_platform::SetDatabaseDirectory(path.substr(0, length - 12));
+    EXPECT_EQ(-1, Connect_Inner(kReadOnly));
+    const std::string cut = path.substr(0, 127);
+    ASSERT_EQ(1u, sqlite_faults::Openings().size());
+    EXPECT_EQ(cut, sqlite_faults::Openings()[0].path);
+    EXPECT_EQ((LogLines{"E " + Red("the path of the database is cut at 127 characters: " + cut),
+                        "I Failed to connect to DB : unable to open database file", CannotOpen(cut), "I Close DB "}),
+              LogSoFar());
+  }
 }
 
 TEST_F(InnerConnection, APathOf127CharactersIsWhole) {

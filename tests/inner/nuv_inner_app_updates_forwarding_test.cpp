@@ -120,6 +120,17 @@ TEST_P(InnerChange, MinusOneLeadsToALocalWrite) {
   ExpectWrittenLocally();
 }
 
+TEST_P(InnerChange, WaitsForTheMutexBeforeItSwitches) {
+  WarmUp();
+  g_inner_Mute.lock();
+  std::thread thread([] { EXPECT_EQ(0, GetParam().call("app")); });
+  EXPECT_TRUE(WaitUntil([] { return IsWaitedFor(g_inner_Mute); }));
+  EXPECT_EQ(LogLines{Start("app")}, LogSoFar());
+  EXPECT_TRUE(Flags().empty());
+  g_inner_Mute.unlock();
+  thread.join();
+}
+
 // Else another thread could switch the connection back before the write.
 TEST_P(InnerChange, SwitchesAndWritesInOneTurn) {
   WarmUp();

@@ -214,6 +214,20 @@ TEST_F(InnerWrites, KeysTwoToSevenTakeOneText) {
   }
 }
 
+// Whichever of the two functions writes it.
+TEST_F(InnerWrites, AValueIsLoggedUnderOneName) {
+  ASSERT_EQ(0, nuv_inner_db_init());
+  for (const auto write : {nuv_db_update_app_by_key_value, nuv_inner_update_app_by_key_value}) {
+    Forget();
+    EXPECT_EQ(0, write("app", Key(3), "2.0"));
+    const auto log = fake_platform::Log();
+    const auto start = std::find_if(log.begin(), log.end(), [](const auto& line) { return line.text == "Start"; });
+    ASSERT_NE(log.end(), start);
+    EXPECT_EQ(0u, start->prefix.find("NuvClient nuv_inner_app_updates.cpp: nuv_db_update_app_by_key_value("))
+        << start->prefix;
+  }
+}
+
 TEST_F(InnerWrites, KeyOneIsCutAtTheFirstComma) {
   const std::string values[][3] = {{"1234,5678", "1234", "5678"},
                                    {"abc", "abc", "abc"},

@@ -131,6 +131,15 @@ TEST_F(InnerDb, AQueryTriesAgainAfterAFailedOpening) {
   EXPECT_EQ("read-only", Mode());
 }
 
+TEST_F(InnerDb, InitSaysThatItBeginsBeforeItWaitsForTheMutex) {
+  g_inner_Mute.lock();
+  std::thread thread([] { EXPECT_EQ(0, nuv_inner_db_init()); });
+  EXPECT_TRUE(WaitUntil([] { return IsWaitedFor(g_inner_Mute); }));
+  EXPECT_EQ(LogLines{"I DB init"}, LogSoFar());
+  g_inner_Mute.unlock();
+  thread.join();
+}
+
 TEST_F(InnerDb, InitWaitsForTheInnerMutexAndTheExchangesDoNot) {
   EXPECT_TRUE(TakesMutex(g_inner_Mute, [] { nuv_inner_db_init(); }));
   EXPECT_TRUE(LeavesMutexAlone(g_inner_Mute, [] {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <new>
 #include <optional>
@@ -12,6 +13,7 @@
 
 #include "fake_platform.h"
 #include "left_behind.h"
+#include "log_notation.h"
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "nuv_launcher_api/nuv_launch_callbacks.h"
@@ -21,7 +23,8 @@
 struct Outcome {
   std::optional<int> result;  // nothing: std::bad_alloc
   std::string handed_out;
-  std::vector<std::string> asked;  // of the service
+  std::vector<std::string> asked;     // of the service
+  std::vector<std::string> executed;  // by SQLite; may be less where the service is asked, too
 
   bool operator==(const Outcome& other) const {
     return result == other.result && handed_out == other.handed_out && asked == other.asked;
@@ -79,6 +82,7 @@ class ExportedCallsTest : public ::testing::Test {
     exception_ = !outcome.result;
     outcome.handed_out = world_.HandedOut();
     outcome.asked = world_.Asked();
+    outcome.executed = sqlite_faults::Executed();
     return outcome;
   }
   Outcome RunUndisturbed(const ExportedCall& call) {
@@ -91,8 +95,10 @@ class ExportedCallsTest : public ::testing::Test {
     for (int32_t event = first_event_; event < end; ++event) EXPECT_EQ(0u, FindLaunchCallback(event).callback);
   }
 
-  // A change that cannot be asked of the service is made in the database.
+  // A change that cannot be asked of the service is made in the database. A call that has but the database to ask has
+  // not succeeded where it did not.
   static bool HasSucceeded(const ExportedCall& call, const Outcome& outcome, const Outcome& success) {
+    if (!call.Needs(kLauncherLink | kInnerLink) && outcome.executed != success.executed) return false;
     Outcome locally = success;
     if (call.Needs(kInnerLink) && call.Needs(kInnerSide)) locally.asked.clear();
     return outcome == success || outcome == locally;
@@ -100,7 +106,15 @@ class ExportedCallsTest : public ::testing::Test {
 
   static bool HasFailed(const ExportedCall& call, const Outcome& outcome) {
     if (!outcome.result) return call.Throws();
-    return *outcome.result == call.results.failure || *outcome.result == call.results.other_failure;
+    if (*outcome.result == call.results.failure) return true;
+    // "No" is the answer, too, where the database could not be asked, and the log says so.
+    const bool says_so = *outcome.result != 0 || !outcome.executed.empty() || LogsAnError();
+    return *outcome.result == call.results.other_failure && says_so;
+  }
+
+  static bool LogsAnError() {
+    const std::vector<fake_platform::LogLine> log = fake_platform::Log();
+    return std::any_of(log.begin(), log.end(), [](const auto& line) { return LogText(line).rfind("E ", 0) == 0; });
   }
 
   // What a call left behind. Where each call is to open the databases anew, their connections do not count.

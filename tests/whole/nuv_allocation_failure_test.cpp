@@ -7,6 +7,7 @@
 // within g_bus_get_sync(), g_dbus_connection_new_for_address_sync() and g_dbus_connection_call_sync().
 #include <nuv/nuv_launcher_api.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -107,6 +108,22 @@ TEST_F(AllocationFailure, WhileADatabaseIsOpenedGivesTheDocumentedResult) {
   const std::set<std::string> some = {"m_nuv_get_app_info", "GetAppsTableCount", "nuv_inner_db_init",
                                       "nuv_inner_get_appid_by_title", "nuv_inner_update_app_by_key_value"};
   FailEachOf([&](const ExportedCall& call) { return some.count(call.function) != 0; });
+}
+
+TEST_F(AllocationFailure, WhileARowIsCopiedComesBetweenTheLinesAroundIt) {
+  const auto lines = [](const char* text) {
+    const auto log = fake_platform::Log();
+    return std::count_if(log.begin(), log.end(), [&](const auto& line) { return line.text == Green(text); });
+  };
+  const ExportedCall& call = CallOf("nuv_inner_get_all_app_list");
+  RunUndisturbed(call);
+  int copies = 0;
+  for (long nth = 1;; ++nth) {
+    RunFailing(call, nth, FailNth::kOnlyThat);
+    if (!FailNth::Reached()) break;
+    if (lines("begin to set app_info") == lines("set app_info success!") + 1) ++copies;
+  }
+  EXPECT_LT(0, copies);
 }
 
 TEST_F(AllocationFailure, OfTheLauncherLinkGivesTheDocumentedResult) {
