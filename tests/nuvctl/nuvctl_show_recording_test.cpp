@@ -45,7 +45,10 @@ TEST_F(NuvctlShowRecording, ShowsWhatWatchShows) {
   const auto watch = Start({"watch", "--all"});
   ASSERT_TRUE(WaitUntil([&] { return watch->Output().find("service present\n") != std::string::npos; }));
   const std::string nuvctl = "'" NUV_BIN_DIR "/nuvctl' ";
-  const std::string script = nuvctl + "launch " + kApp + " --payload x --wait 20; " + nuvctl + "popup 3";
+  // The simulator announces that it replied after the reply. "explain" asks it something it does not announce: with
+  // the answer to that, both have seen everything from before.
+  const std::string script =
+      nuvctl + "launch " + kApp + " --payload x --wait 20; " + nuvctl + "popup 3; " + nuvctl + "explain " + kApp;
   ASSERT_EQ(Run({"record", file_, "--", "sh", "-c", script}).status, 0);
   watch->Signal(SIGINT);
   const std::string watched = InCommon(Finish(*watch).output);

@@ -291,8 +291,7 @@ TEST_F(SimulatorReplayTest, KeepsOfALargeRecordingOnlyWhatItAnswersWith) {
   made.End();
   ASSERT_GT(std::filesystem::file_size(File()), 100000000u);
   simulator_ = std::make_unique<Process>(
-      std::vector<std::string>{NUV_BIN_DIR "/nuv-simulator", "--replay", File(), "--print-ready"}, files_.path(),
-      Process::Environment{{"ASAN_OPTIONS", BoundedSanitizer()}});
+      std::vector<std::string>{NUV_BIN_DIR "/nuv-simulator", "--replay", File(), "--print-ready"}, files_.path());
   ASSERT_TRUE(WaitUntil([this] { return simulator_->Output() == "ready\n"; }, Milliseconds(100000)));
   EXPECT_EQ(Call("notify_special_app", g_variant_new("(s)", text(kCalls - 1).c_str())).Text(), "()");
   const std::string status = ReadFile("/proc/" + std::to_string(simulator_->pid()) + "/status");

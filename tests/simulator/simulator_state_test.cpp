@@ -365,7 +365,9 @@ TEST_F(SimulatorStateTest, ADatabaseThatIsNoneIsNamedWithTheReason) {
 
 TEST_F(SimulatorStateTest, AReadyFileThatCannotBeWrittenIsNamedWithTheReason) {
   Start({"--ready-fd", "77"});
-  EXPECT_EQ(simulator_->Errors(), "nuv-simulator: --ready-fd 77 cannot be written: Bad file descriptor\n");
+  // It has said on its output that it is ready before it tries the descriptor.
+  const std::string complaint = "nuv-simulator: --ready-fd 77 cannot be written: Bad file descriptor\n";
+  EXPECT_TRUE(WaitUntil([&] { return simulator_->Errors() == complaint; })) << simulator_->Errors();
 }
 
 }  // namespace

@@ -120,11 +120,6 @@ void MadeRecording::Add(GDBusMessage* message, const std::string& sender) {
   g_free(bytes);
 }
 
-std::string BoundedSanitizer() {
-  const char* options = g_getenv("ASAN_OPTIONS");
-  return (options == nullptr ? "" : std::string(options) + ":") + "quarantine_size_mb=1";
-}
-
 GVariant* ResultArguments(int thread_id, const std::string& app, int result, int event, int index, int cb_type) {
   return g_variant_new("(isiiiisi)", thread_id, app.c_str(), result, event, 0, index, "nuv_launch_app", cb_type);
 }

@@ -45,10 +45,8 @@ class MadeRecording {
   guint32 serial_ = 0;
 };
 
-// What a process may take of memory at the most to work on a recording of 100 MB a line at a time, in KiB; and what a
-// sanitizer is to be told so that what was given back counts as free.
+// What a process may take of memory at the most to work on a recording of 100 MB a line at a time, in KiB.
 inline constexpr long kBoundedKib = 80000;
-std::string BoundedSanitizer();
 
 // The arguments of a result.
 GVariant* ResultArguments(int thread_id, const std::string& app, int result, int event, int index, int cb_type = 1);
