@@ -26,7 +26,7 @@ install(FILES
 
 # The installation may be moved, or staged under another prefix than it was configured for.
 file(RELATIVE_PATH NUV_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-foreach(directory IN ITEMS INCLUDEDIR LIBDIR)
+foreach(directory IN ITEMS BINDIR INCLUDEDIR LIBDIR)
   set(NUV_PC_${directory} "${CMAKE_INSTALL_${directory}}")
   if(NOT IS_ABSOLUTE "${NUV_PC_${directory}}")
     string(PREPEND NUV_PC_${directory} "\${prefix}/")

@@ -1,6 +1,6 @@
 /*
- * Looking applications up in the catalogue of the Nuv service. The functions in plain C linkage are valid C11, the rest
- * is C++17.
+ * Looking applications up in the catalogue of the Nuv service. Valid C11 and C++17. C++ only:
+ * m_nuv_get_app_info, GetAppInfoByRuntitle, GetAppList, nuv_get_key_list.
  *
  * The catalogue is the service's SQLite database, which the library reads directly and never changes. A lookup sees
  * applications that are installed, available and not awaiting a reset; everything else counts as unknown.

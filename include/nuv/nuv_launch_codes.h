@@ -1,8 +1,8 @@
 /*
- * Numbers that travel between a caller, libnuv_launcher_api and the Nuv service.
+ * Numbers that travel between a caller, libnuv_launcher_api and the Nuv service. Valid C11 and C++17.
  *
  * The numbers are the contract; the names are ours. The service may send numbers that have no name here, so a
- * callback has to expect any value.
+ * callback has to expect any value. nuv/nuv_launch_names.h has the names as texts.
  */
 #ifndef NUV_LAUNCH_CODES_H
 #define NUV_LAUNCH_CODES_H

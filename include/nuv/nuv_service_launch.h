@@ -27,38 +27,38 @@
 /** Options of a service-side launch. bOption1 to bOption4 are the service's. */
 struct Launch_Opinion {
   uint8_t bPreLoad = 0; /**< start without showing */
-  uint8_t bOption1 = 0;
-  uint8_t bOption2 = 1;
-  uint8_t bOption3 = 1;
-  uint8_t bOption4 = 0;
+  uint8_t bOption1 = 0; /**< handed to the service as it is */
+  uint8_t bOption2 = 1; /**< handed to the service as it is */
+  uint8_t bOption3 = 1; /**< handed to the service as it is */
+  uint8_t bOption4 = 0; /**< handed to the service as it is */
   std::string callerId; /**< sent as it is */
 };
 
 /** A whole launch. Fields that say "not sent" do not reach the service. */
 struct _NUV_LAUNCHER_DATA {
-  std::string appId;
-  std::string payload;
-  std::string uri; /**< of a deep link */
-  std::string callerId;
-  std::string entry;
+  std::string appId;            /**< application to launch */
+  std::string payload;          /**< for the application, sent as it is */
+  std::string uri;              /**< of a deep link */
+  std::string callerId;         /**< who launches */
+  std::string entry;            /**< where in the application, in its own words */
   std::string relocateBelowApp; /**< application below which the launched one is to be placed */
   std::string launchRequestor;  /**< requesting component */
   uintptr_t callback = 0;       /**< of the shape that cbType names; 0: none */
-  void* userData = nullptr;
-  uint8_t bReady = 1; /**< not sent */
-  uint8_t bForceLaunch = 0;
-  uint8_t bDeepLink = 0;
-  uint8_t bPreLoad = 0;
-  uint8_t bOption1 = 0;
-  uint8_t bOption2 = 1;
-  uint8_t bOption3 = 1;
-  uint8_t bOption4 = 0;
-  std::string reservedText; /**< not sent */
-  int32_t nReserved = -1;   /**< not sent */
-  int32_t cbType = 1;       /**< 1: nuv_launch_notify_cb, any other value: nuv_launch_result_cb */
-  uint8_t bExtraOption = 0;
-  uint8_t bBackground = 0;
-  uint8_t bSkipPIN = 0;
+  void* userData = nullptr;     /**< passed to the callback */
+  uint8_t bReady = 1;           /**< not sent */
+  uint8_t bForceLaunch = 0;     /**< 1: launch where the service would otherwise decline */
+  uint8_t bDeepLink = 0;        /**< 1: payload and URI say where in the application */
+  uint8_t bPreLoad = 0;         /**< 1: start without showing */
+  uint8_t bOption1 = 0;         /**< handed to the service as it is */
+  uint8_t bOption2 = 1;         /**< handed to the service as it is */
+  uint8_t bOption3 = 1;         /**< handed to the service as it is */
+  uint8_t bOption4 = 0;         /**< handed to the service as it is */
+  std::string reservedText;     /**< not sent */
+  int32_t nReserved = -1;       /**< not sent */
+  int32_t cbType = 1;           /**< 1: nuv_launch_notify_cb, any other value: nuv_launch_result_cb */
+  uint8_t bExtraOption = 0;     /**< handed to the service as it is */
+  uint8_t bBackground = 0;      /**< 1: leave the current application in front */
+  uint8_t bSkipPIN = 0;         /**< 1: do not ask for the PIN */
   std::list<std::pair<std::string, std::string>> extraDatas; /**< for the launched application, in order */
 };
 

@@ -1,5 +1,6 @@
 /*
  * App-control requests: an application id, an operation, a URI and text extra data, sent as a launch request.
+ * Valid C11 and C++17.
  *
  * All functions return 0 on success and a negative value on failure. Texts handed out are malloc'ed; the caller
  * releases them with free(). A value that is not set is handed out as NULL with result 0, except extra data: a key that

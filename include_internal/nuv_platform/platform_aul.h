@@ -1,4 +1,4 @@
-/* Application utility: which applications run. */
+/* Application utility: which applications run. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_AUL_H
 #define NUV_PLATFORM_AUL_H
 

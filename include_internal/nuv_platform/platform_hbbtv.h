@@ -1,4 +1,4 @@
-/* HbbTV query. */
+/* HbbTV query. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_HBBTV_H
 #define NUV_PLATFORM_HBBTV_H
 

@@ -1,4 +1,4 @@
-/* Platform log. */
+/* Platform log. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_LOG_H
 #define NUV_PLATFORM_LOG_H
 

@@ -1,4 +1,4 @@
-/* Path variables. */
+/* Path variables. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_PATH_H
 #define NUV_PLATFORM_PATH_H
 

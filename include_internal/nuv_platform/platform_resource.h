@@ -1,4 +1,4 @@
-/* CPU-priority inheritance: a thread lends its priority to another process. */
+/* CPU-priority inheritance: a thread lends its priority to another process. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_RESOURCE_H
 #define NUV_PLATFORM_RESOURCE_H
 

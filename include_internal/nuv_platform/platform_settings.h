@@ -1,4 +1,4 @@
-/* Settings store. A key is a relative path of names: empty names, "." and ".." are refused. */
+/* Settings store. A key is a relative path of names: empty names, "." and ".." are refused. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_SETTINGS_H
 #define NUV_PLATFORM_SETTINGS_H
 

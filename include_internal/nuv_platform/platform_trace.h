@@ -1,4 +1,4 @@
-/* Tracing. */
+/* Tracing. Valid C11 and C++17. */
 #ifndef NUV_PLATFORM_TRACE_H
 #define NUV_PLATFORM_TRACE_H
 

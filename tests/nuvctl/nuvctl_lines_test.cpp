@@ -11,6 +11,7 @@ namespace {
 
 GVariant* AnyValue(const std::string& type) {
   if (type == "b") return g_variant_new_boolean(TRUE);
+  if (type == "u") return g_variant_new_uint32(7);
   return type == "s" ? g_variant_new_string("text") : g_variant_new_int32(7);
 }
 

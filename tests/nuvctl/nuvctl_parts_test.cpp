@@ -123,7 +123,7 @@ TEST(Meanings, EveryNumberOfTheServiceHasItsNameAndMeaning) {
       const Meaning* meaning = FindMeaning(number);
       ASSERT_NE(meaning, nullptr) << number;
       EXPECT_EQ(std::string(meaning->name).rfind("NUV_", 0), 0u) << number;
-      EXPECT_NE(std::string(meaning->words), "") << number;
+      EXPECT_NE(std::string(meaning->text), "") << number;
     }
   }
   for (const int number : {0, 407, 411, 413, 599, 613, 899, 908}) EXPECT_EQ(FindMeaning(number), nullptr) << number;

@@ -199,7 +199,7 @@ void LaunchSession::WatchBus(GDBusConnection* bus) {
 std::string Describe(int number) {
   const Meaning* meaning = FindMeaning(number);
   if (meaning == nullptr) return std::to_string(number) + " (a number without a name)";
-  return std::to_string(number) + " " + meaning->name + ": " + meaning->words;
+  return std::to_string(number) + " " + meaning->name + ": " + meaning->text;
 }
 
 std::string Describe(const LaunchReport& report) {
@@ -214,7 +214,7 @@ Fields FieldsOf(const std::optional<int>& number) {
   if (number) fields["code"] = *number;
   if (meaning != nullptr) {
     fields["name"] = meaning->name;
-    fields["meaning"] = meaning->words;
+    fields["meaning"] = meaning->text;
   }
   return fields;
 }

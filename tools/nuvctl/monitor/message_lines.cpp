@@ -30,16 +30,10 @@ bool IsOnlyInJson(const char* name) {
                      [name](const char* other) { return std::strcmp(name, other) == 0; });
 }
 
-std::string NameOfPopup(int kind) {
-  for (const auto& [name, number] : PopupKinds()) {
-    if (number == kind) return name;
-  }
-  return "";
-}
-
 std::string NameOf(Show show, int number) {
-  if (show == Show::kPopup) return NameOfPopup(number);
-  const Meaning* meaning = show == Show::kNamed ? FindMeaning(number) : nullptr;
+  const Meaning* meaning = nullptr;
+  if (show == Show::kPopup) meaning = nuv_find_number(NUV_NUMBER_POPUP, number);
+  if (show == Show::kNamed) meaning = FindMeaning(number);
   return meaning != nullptr ? meaning->name : "";
 }
 

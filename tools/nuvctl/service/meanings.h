@@ -1,6 +1,8 @@
 // Names and meanings of the numbers that the service reports, and what they say about a launch.
 #pragma once
 
+#include <nuv/nuv_launch_names.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -10,16 +12,8 @@
 // Which of the library's two callbacks a launch function takes.
 enum class CallbackShape { kWebApp, kPlain };
 
-struct Meaning {
-  enum class Source { kEvent, kStatus, kResult };  // the plain shape's callback has results, the other one the rest
-  enum class Sense { kSuccess, kFailure, kReason };
-
-  int number;
-  Source source;
-  Sense sense;
-  const char* name;
-  const char* words;
-};
+// A row of the library's table of numbers.
+using Meaning = nuv_number_s;
 
 // Null for a number that has no name. Events, status numbers and result codes do not overlap.
 const Meaning* FindMeaning(int number);

@@ -72,7 +72,7 @@ std::string LastPart(const std::string& text, char delimiter) {
 
 Mark MarkOfResult(int event, int status, std::string app) {
   const Meaning* meaning = FindMeaning(event);
-  const bool success = meaning != nullptr && meaning->sense == Meaning::Sense::kSuccess;
+  const bool success = meaning != nullptr && meaning->sense == NUV_NUMBER_SUCCESS;
   Mark mark;
   mark.kind = success ? Mark::Kind::kSuccess : Mark::Kind::kFailure;
   mark.name = NameOfNumber(event, "event ");
