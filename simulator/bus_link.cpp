@@ -83,6 +83,17 @@ gboolean ForwardPinSources(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocat
   return TRUE;
 }
 
+gboolean ForwardAskForPins(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, gboolean ask, gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnAskForPins(invocation, ask != FALSE);
+  return TRUE;
+}
+
+gboolean ForwardSetRules(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, const char* rules,
+                         gpointer handler) {
+  static_cast<CallHandler*>(handler)->OnSetRules(invocation, rules);
+  return TRUE;
+}
+
 gboolean ForwardEnterPin(NuvGlueNuvSimulator1*, GDBusMethodInvocation* invocation, guint question, const char* pin,
                          gpointer handler) {
   static_cast<CallHandler*>(handler)->OnEnterPin(invocation, question, pin);
@@ -143,6 +154,8 @@ void BusLink::Publish(CallHandler& handler, const About& about) {
   g_signal_connect(control_.get(), "handle-stand-ins", G_CALLBACK(ForwardStandIns), &handler);
   g_signal_connect(control_.get(), "handle-payloads", G_CALLBACK(ForwardPayloads), &handler);
   g_signal_connect(control_.get(), "handle-pin-sources", G_CALLBACK(ForwardPinSources), &handler);
+  g_signal_connect(control_.get(), "handle-ask-for-pins", G_CALLBACK(ForwardAskForPins), &handler);
+  g_signal_connect(control_.get(), "handle-set-rules", G_CALLBACK(ForwardSetRules), &handler);
   g_signal_connect(control_.get(), "handle-enter-pin", G_CALLBACK(ForwardEnterPin), &handler);
   g_signal_connect(control_.get(), "handle-cancel-pin", G_CALLBACK(ForwardCancelPin), &handler);
   for (const char* name : kNames) OwnName(name);

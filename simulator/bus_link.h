@@ -20,6 +20,8 @@ class CallHandler {
   virtual void OnStandIns(GDBusMethodInvocation* invocation) = 0;
   virtual void OnPayloads(GDBusMethodInvocation* invocation) = 0;
   virtual void OnPinSources(GDBusMethodInvocation* invocation) = 0;
+  virtual void OnAskForPins(GDBusMethodInvocation* invocation, bool ask) = 0;
+  virtual void OnSetRules(GDBusMethodInvocation* invocation, const char* rules) = 0;
   virtual void OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) = 0;
   virtual void OnCancelPin(GDBusMethodInvocation* invocation, guint question) = 0;
 

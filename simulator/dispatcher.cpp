@@ -83,7 +83,7 @@ void Dispatcher::OnServiceCall(GDBusMethodInvocation* invocation) {
   call->connection = ShareObject(g_dbus_method_invocation_get_connection(invocation));
   call->app_id = TextArgument(arguments, method->app_argument);
   journal_.Request(method->name, call->app_id, TextArgument(arguments, method->caller_argument));
-  call->rule = scenario_.Current().Match(method->name, call->app_id);
+  call->rule = scenario_.Match(method->name, call->app_id);
   if (!call->rule.place.empty()) {
     journal_.Note("rule    " + call->rule.place + " matches " + method->name + " app=\"" + call->app_id + "\"");
   }
@@ -248,6 +248,45 @@ void Dispatcher::OnPinSources(GDBusMethodInvocation* invocation) {
     return ReturnError(invocation, "org.kelvo.tv.NuvSimulator1.Error.Database", error.what());
   }
   g_dbus_method_invocation_return_value(invocation, g_variant_new("(as)", &sources));
+}
+
+Dispatcher::~Dispatcher() {
+  for (const auto& [name, watch] : askers_) g_bus_unwatch_name(watch);
+}
+
+// Who has left the bus asks nobody any more.
+void Dispatcher::OnAskForPins(GDBusMethodInvocation* invocation, bool ask) {
+  const std::string name = g_dbus_method_invocation_get_sender(invocation);
+  if (!ask) {
+    ForgetAsker(name);
+  } else if (askers_.count(name) == 0) {
+    askers_[name] = g_bus_watch_name_on_connection(g_dbus_method_invocation_get_connection(invocation), name.c_str(),
+                                                   G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr, OnAskerGone, this, nullptr);
+    service_.pin_gate.SetAskers(askers_.size());
+  }
+  g_dbus_method_invocation_return_value(invocation, nullptr);
+}
+
+void Dispatcher::OnAskerGone(GDBusConnection*, const char* name, gpointer self) {
+  static_cast<Dispatcher*>(self)->ForgetAsker(name);
+}
+
+void Dispatcher::ForgetAsker(const std::string& name) {
+  const auto asker = askers_.find(name);
+  if (asker == askers_.end()) return;
+  g_bus_unwatch_name(asker->second);
+  askers_.erase(asker);
+  service_.pin_gate.SetAskers(askers_.size());
+}
+
+void Dispatcher::OnSetRules(GDBusMethodInvocation* invocation, const char* rules) {
+  try {
+    scenario_.Give(rules);
+  } catch (const JsonError& error) {
+    return ReturnError(invocation, "org.kelvo.tv.NuvSimulator1.Error.NoRules", error.what());
+  }
+  journal_.Note("rules   given over the bus");
+  g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
 void Dispatcher::OnEnterPin(GDBusMethodInvocation* invocation, guint question, const char* pin) {

@@ -67,6 +67,14 @@ void Journal::ForegroundChanged(const std::string& app_id) const {
   if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_foreground_changed(control_, app_id.c_str());
 }
 
+void Journal::PinAsked(unsigned question, const std::string& app_id) const {
+  if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_pin_asked(control_, question, app_id.c_str());
+}
+
+void Journal::PinClosed(unsigned question) const {
+  if (control_ != nullptr) nuv_glue_nuv_simulator1_emit_pin_closed(control_, question);
+}
+
 void Warn(const std::string& text) {
   std::fprintf(stderr, "nuv-simulator: %s\n", Printable(text).c_str());
 }

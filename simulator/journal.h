@@ -22,6 +22,8 @@ class Journal {
   void AppStopped(const std::string& app_id, int pid, int status) const;
   void LaunchDelivered(int pid, const ProgramInput& input) const;
   void ForegroundChanged(const std::string& app_id) const;
+  void PinAsked(unsigned question, const std::string& app_id) const;  // these two are signals only
+  void PinClosed(unsigned question) const;
   void Note(const std::string& text) const;  // a line only
 
  private:

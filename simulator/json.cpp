@@ -30,7 +30,7 @@ void CheckKind(const std::string& path, const struct stat& file) {
 
 // Looks before it opens: opening a pipe may never return, opening a device may do anything. What takes the file's place
 // in between is looked at again.
-std::string ReadText(const std::string& path) {
+std::string ContentOf(const std::string& path) {
   struct stat named {};
   if (stat(path.c_str(), &named) != 0) Throw(path, std::strerror(errno));
   CheckKind(path, named);
@@ -70,16 +70,23 @@ json::parser_callback_t RefuseNul() {
 Json::Json(std::shared_ptr<const json> document, const json& value, std::string place)
     : document_(std::move(document)), value_(&value), place_(std::move(place)) {}
 
-Json Json::ReadFile(const std::string& path, const std::string& name) {
-  const std::string text = ReadText(path);
+Json Json::Parse(const std::string& text, const std::string& source, const std::string& place) {
   try {
     const auto document = std::make_shared<const json>(json::parse(text, RefuseNul()));
-    return {document, *document, path + (name.empty() ? ":" : ": " + name)};
+    return {document, *document, place};
   } catch (const json::exception& error) {
-    Throw(path, WithoutParserName(error.what()));
+    Throw(source, WithoutParserName(error.what()));
   } catch (const std::exception& error) {
-    Throw(path, error.what());  // the parser found a NUL, or no memory
+    Throw(source, error.what());  // the parser found a NUL, or no memory
   }
+}
+
+Json Json::ReadFile(const std::string& path, const std::string& name) {
+  return Parse(ContentOf(path), path, path + (name.empty() ? ":" : ": " + name));
+}
+
+Json Json::ReadText(const std::string& text, const std::string& name) {
+  return Parse(text, name, name);
 }
 
 void Json::Refuse(const std::string& reason) const {

@@ -27,6 +27,9 @@ class Json {
   // read or is no JSON.
   static Json ReadFile(const std::string& path, const std::string& name);
 
+  // The same of a text; the name stands for the file.
+  static Json ReadText(const std::string& text, const std::string& name);
+
   bool IsFlag() const;
   bool IsText() const;
   bool IsInteger() const;
@@ -43,6 +46,7 @@ class Json {
   [[noreturn]] void Refuse(const std::string& reason) const;
 
  private:
+  static Json Parse(const std::string& text, const std::string& source, const std::string& place);
   Json(std::shared_ptr<const nlohmann::json> document, const nlohmann::json& value, std::string place);
   void Require(bool holds, const char* reason) const;
 

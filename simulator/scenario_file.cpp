@@ -52,4 +52,24 @@ Scenario& ScenarioFile::Current() {
   return scenario_;
 }
 
+void ScenarioFile::Give(const std::string& rules) {
+  given_ = Scenario(Json::ReadText(rules, "given rules"), is_method_);
+}
+
+Rule ScenarioFile::Match(const std::string& method, const std::string& app) {
+  Scenario& of_file = Current();
+  const Rule given = given_.Match(method, app);
+  return given.place.empty() ? of_file.Match(method, app) : given;
+}
+
+std::optional<PinScript> ScenarioFile::MatchPin(const std::string& app) {
+  Scenario& of_file = Current();
+  auto given = given_.MatchPin(app);
+  return given ? given : of_file.MatchPin(app);
+}
+
+bool ScenarioFile::AnswersPins() {
+  return Current().AnswersPins();
+}
+
 }  // namespace simulator

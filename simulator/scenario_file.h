@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -22,7 +23,17 @@ class ScenarioFile {
   void OnDone(std::function<void(const Scenario&)> done) { done_ = std::move(done); }
   void End();
 
-  // The scenario of now. A changed file that cannot be used is reported, and the rules from before stay.
+  // Rules that come before those of the file, a list in JSON, in place of those that were given before. Throws
+  // JsonError.
+  void Give(const std::string& rules);
+
+  // As of the rules of now: those that were given, and then those of the file. A changed file that cannot be used is
+  // reported, and the rules from before stay.
+  Rule Match(const std::string& method, const std::string& app);
+  std::optional<PinScript> MatchPin(const std::string& app);
+  bool AnswersPins();
+
+  // The rules of the file.
   Scenario& Current();
 
  private:
@@ -42,6 +53,7 @@ class ScenarioFile {
   std::function<void(const Scenario&)> done_;
   Stamp stamp_;
   Scenario scenario_;
+  Scenario given_;
 };
 
 }  // namespace simulator

@@ -6,12 +6,13 @@
 namespace simulator {
 namespace {
 
-// The sample that was installed with this program, wherever that was, or the one of the source tree where it was not.
+// The sample that was installed with this program, wherever that was, or the one of the build where it was not.
 Catalogue SampleCatalogue() {
   std::error_code ignored;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  const std::filesystem::path installed = (program.parent_path() / NUV_CATALOGUE_FROM_PROGRAM).lexically_normal();
-  return ReadCatalogue(std::filesystem::exists(installed, ignored) ? installed.string() : NUV_SOURCE_CATALOGUE);
+  const auto beside = [&](const char* path) { return (program.parent_path() / path).lexically_normal(); };
+  const std::filesystem::path installed = beside(NUV_CATALOGUE_FROM_PROGRAM);
+  return ReadCatalogue(std::filesystem::exists(installed, ignored) ? installed : beside(NUV_CATALOGUE_OF_BUILD));
 }
 
 }  // namespace

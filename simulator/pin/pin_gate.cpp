@@ -40,9 +40,11 @@ PinGate::PinGate(const Options& options, ScenarioFile& scenario, CatalogueDb& ca
 
 std::vector<std::string> PinGate::SourceList() {
   std::vector<std::string> sources;
-  if (scenario_.Current().AnswersPins()) sources.push_back("the scenario " + options_.scenario);
+  if (scenario_.AnswersPins()) sources.push_back("the scenario " + options_.scenario);
   if (options_.pin_answer) {
     sources.push_back("--pin-answer " + PinAnswerNames()[static_cast<std::size_t>(*options_.pin_answer)]);
+  } else if (askers_ > 0) {
+    sources.emplace_back("a client that asks for it");
   } else if (terminal_.Available()) {
     sources.emplace_back("the terminal");
   } else if (const AppRecord asks = CommonUi(); !FindProgram(asks.install_path, asks.id).empty()) {
@@ -70,7 +72,7 @@ AppRecord PinGate::CommonUi() {
 }
 
 std::optional<PinScript> PinGate::FindScript(const std::string& app_id) {
-  if (auto script = scenario_.Current().MatchPin(app_id)) {
+  if (auto script = scenario_.MatchPin(app_id)) {
     journal_.Note("rule    " + script->place + " matches pin_dialog app=\"" + app_id + "\"");
     return script;
   }
@@ -89,23 +91,31 @@ pid_t PinGate::Ask(const std::string& app_id, const ExtraData& extra_data, const
 // A program of the catalogue's own may find other ways to ask than the terminal.
 bool PinGate::CanAsk(const Question& question, const AppRecord& common_ui) const {
   if (!common_ui.launchable) return false;
-  return question.script || terminal_.Available() || !FindProgram(common_ui.install_path, common_ui.id).empty();
+  return question.script || askers_ > 0 || terminal_.Available() ||
+         !FindProgram(common_ui.install_path, common_ui.id).empty();
 }
 
 bool PinGate::Show(Question question) {
   const AppRecord record = CommonUi();
   if (!CanAsk(question, record)) return false;
   ProgramInput input = InputFor(question);
-  input.on_terminal = !question.script && terminal_.Available();
+  const bool for_asker = IsForAsker(question);
+  input.on_terminal = !question.script && !for_asker && terminal_.Available();
   applications_.Terminate(record.id);  // one that was started for another purpose
   if (input.on_terminal) terminal_.Lend();
   const pid_t pid = applications_.Start(record, input, AppStatus::kVisible);
   if (pid == 0) return false;
   if (input.on_terminal) terminal_.LentTo(pid);
   journal_.Note("pin     asked for " + question.app_id + " question=" + std::to_string(question.number));
-  dialog_ = Dialog{std::move(question), pid, 0};
+  dialog_ = Dialog{std::move(question), pid, 0, for_asker};
   last_dialog_ = pid;
+  if (for_asker) journal_.PinAsked(dialog_->question.number, dialog_->question.app_id);
   return true;
+}
+
+void PinGate::SetAskers(std::size_t count) {
+  askers_ = count;
+  if (count == 0 && dialog_ && dialog_->asked_by_client) Cancel(dialog_->question.number);
 }
 
 void PinGate::ShowNext() {
@@ -136,6 +146,7 @@ ProgramInput PinGate::InputFor(const Question& question) const {
     task.pin = answer == PinAnswer::kWrong ? WrongPin(options_.pin) : options_.pin;
     task.delay_ms = question.script->delay_ms;
   }
+  if (IsForAsker(question)) task.action = DialogTask::kNothing;
   task.question = question.number;
   task.app_id = question.app_id;
   input.variables = Pack(task);
@@ -163,6 +174,7 @@ bool PinGate::Cancel(guint question) {
 // that one instead.
 void PinGate::Answered(PinOutcome outcome) {
   const Done done = std::exchange(dialog_->question.done, nullptr);
+  if (dialog_->asked_by_client) journal_.PinClosed(dialog_->question.number);
   const auto close = [this] { applications_.Terminate(kCommonUiApp); };
   journal_.Note("pin     " + dialog_->question.app_id + " " + NameOf(outcome));
   terminal_.TakeBack();
@@ -184,6 +196,7 @@ void PinGate::Ended(pid_t pid) {
   terminal_.TakeBack();
   if (dialog.closing != 0) g_source_remove(dialog.closing);
   if (dialog.question.done) {
+    if (dialog.asked_by_client) journal_.PinClosed(dialog.question.number);
     journal_.Note("pin     " + dialog.question.app_id + " cancelled: the dialog has ended");
     dialog.question.done(PinOutcome::kCancelled);
   }

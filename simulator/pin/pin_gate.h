@@ -31,6 +31,10 @@ class PinGate {
   std::optional<bool> Enter(guint question, const std::string& pin);  // whether it was the right one
   bool Cancel(guint question);
 
+  // So many clients on the bus ask the user in place of the terminal. Without any, the question that one of them has
+  // open is cancelled.
+  void SetAskers(std::size_t count);
+
   // Who is asked, in words: in this order, the first that has an answer.
   std::string Sources();
   std::vector<std::string> SourceList();
@@ -52,11 +56,13 @@ class PinGate {
     Question question;  // without its done when it was answered
     pid_t pid = 0;
     guint closing = 0;  // timer
+    bool asked_by_client = false;
   };
 
   std::optional<PinScript> FindScript(const std::string& app_id);
   bool CanAsk(const Question& question, const AppRecord& common_ui) const;
   bool Show(Question question);  // throws
+  bool IsForAsker(const Question& question) const { return !question.script && askers_ > 0; }
   void ShowNext();
   ProgramInput InputFor(const Question& question) const;
   bool IsOpen(guint question) const;
@@ -73,6 +79,7 @@ class PinGate {
   std::deque<Question> waiting_;
   std::optional<Dialog> dialog_;
   pid_t last_dialog_ = 0;
+  std::size_t askers_ = 0;
 };
 
 }  // namespace simulator

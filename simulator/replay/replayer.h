@@ -31,6 +31,8 @@ class Replayer final : public Backend, public CallHandler {
   void OnRunningApps(GDBusMethodInvocation* invocation) override { Answer(invocation); }
   void OnStandIns(GDBusMethodInvocation* invocation) override { Answer(invocation); }
   void OnPayloads(GDBusMethodInvocation* invocation) override { Answer(invocation); }
+  void OnAskForPins(GDBusMethodInvocation* invocation, bool) override { Answer(invocation); }
+  void OnSetRules(GDBusMethodInvocation* invocation, const char*) override { Answer(invocation); }
   void OnPinSources(GDBusMethodInvocation* invocation) override { Answer(invocation); }
   void OnEnterPin(GDBusMethodInvocation* invocation, guint, const char*) override { Answer(invocation); }
   void OnCancelPin(GDBusMethodInvocation* invocation, guint) override { Answer(invocation); }

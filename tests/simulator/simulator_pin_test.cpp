@@ -335,4 +335,101 @@ TEST_F(SimulatorPinTest, AWrongOptionIsAUsageError) {
   }
 }
 
+// A client on a connection of its own that asks the user, and what it was told.
+class Asker {
+ public:
+  explicit Asker(const PrivateBus& bus) : connection_(ConnectTo(bus)) {
+    g_dbus_connection_signal_subscribe(
+        connection_.get(), nullptr, kInterface, nullptr, kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        [](GDBusConnection*, const char*, const char*, const char*, const char* signal, GVariant* arguments,
+           gpointer told) {
+          const std::unique_ptr<char, decltype(&g_free)> text(g_variant_print(arguments, FALSE), g_free);
+          static_cast<std::vector<std::string>*>(told)->push_back(std::string(signal) + text.get());
+        },
+        &told_, nullptr);
+  }
+  ~Asker() { Leave(); }
+  Asker(const Asker&) = delete;
+  Asker& operator=(const Asker&) = delete;
+
+  void Ask(bool ask) const {
+    Variant(g_dbus_connection_call_sync(connection_.get(), "org.kelvo.tv.corvane.server", kPath, kInterface,
+                                        "AskForPins", g_variant_new("(b)", ask ? TRUE : FALSE), nullptr,
+                                        G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
+  }
+  void Leave() { g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr); }
+  bool WasTold(const std::string& text) const {
+    return RunUntil([&] { return std::find(told_.begin(), told_.end(), text) != told_.end(); });
+  }
+
+ private:
+  static constexpr const char* kPath = "/org/kelvo/tv/NuvSimulator";
+  static constexpr const char* kInterface = "org.kelvo.tv.NuvSimulator1";
+  std::vector<std::string> told_;
+  Connection connection_;
+};
+
+TEST_F(SimulatorPinTest, AClientThatAsksIsToldAndAnswers) {
+  StartWith({});
+  const Asker asker(bus_);
+  asker.Ask(true);
+  EXPECT_EQ(CallControl("PinSources", nullptr).Text(), "(['a client that asks for it'],)");
+  ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  EXPECT_TRUE(asker.WasTold("PinAsked(1, 'locked.app')"));
+  EXPECT_EQ(Enter(1, "0000").Text(), "(true,)");
+  EXPECT_EQ(object.Outcome(), kLaunched);
+  EXPECT_TRUE(asker.WasTold("PinClosed(1,)"));
+}
+
+TEST_F(SimulatorPinTest, AClientThatAskedAndLeavesCancels) {
+  StartWith({});
+  Asker asker(bus_);
+  asker.Ask(true);
+  ResultObject object(bus_, "obj1");
+  ASSERT_TRUE(SendLaunch({"locked.app"}));
+  ASSERT_TRUE(asker.WasTold("PinAsked(1, 'locked.app')"));
+  asker.Leave();
+  EXPECT_EQ(object.Outcome(), kCancelled);
+  EXPECT_TRUE(WaitUntil([&] { return CallControl("PinSources", nullptr).Text() == "([],)"; }));
+}
+
+TEST_F(SimulatorPinTest, AClientThatAsksNoMoreIsNotAsked) {
+  StartWith({});
+  const Asker asker(bus_);
+  asker.Ask(true);
+  asker.Ask(false);
+  EXPECT_EQ(CallControl("PinSources", nullptr).Text(), "([],)");
+  EXPECT_EQ(OutcomeOf({"locked.app"}), kWrongPin);
+}
+
+TEST_F(SimulatorPinTest, AnAnswerThatIsScriptedComesBeforeAClient) {
+  StartWith({"--pin-answer", "right"});
+  const Asker asker(bus_);
+  asker.Ask(true);
+  EXPECT_EQ(OutcomeOf({"locked.app"}), kLaunched);
+}
+
+TEST_F(SimulatorPinTest, GivenRulesComeBeforeThoseOfTheScenario) {
+  StartScenario(R"([{"method": "pin_dialog", "pin": "wrong"}, {"method": "launch_app", "answer": "error"}])");
+  const auto give = [this](const char* rules) { return CallControl("SetRules", g_variant_new("(s)", rules)); };
+  EXPECT_EQ(give(R"([{"method": "launch_app"}, {"method": "pin_dialog", "pin": "right", "count": 1}])").Text(), "()");
+  EXPECT_EQ(OutcomeOf({"locked.app"}), kLaunched);
+  EXPECT_EQ(OutcomeOf({"other.app"}), kWrongPin);
+  EXPECT_EQ(give("[]").Text(), "()");
+  EXPECT_FALSE(SendLaunch({"open.app"}));
+}
+
+TEST_F(SimulatorPinTest, GivenRulesThatAreNoneAreRefusedAndThoseFromBeforeStay) {
+  StartWith({});
+  const auto give = [this](const char* rules) { return CallControl("SetRules", g_variant_new("(s)", rules)); };
+  ASSERT_EQ(give(R"([{"method": "launch_app", "answer": "error"}])").Text(), "()");
+  for (const char* wrong : {"", "{", "{}", R"([{"method": "nothing"}])", R"([{"answer": "maybe"}])"}) {
+    const Reply reply = give(wrong);
+    EXPECT_EQ(reply.error, "org.kelvo.tv.NuvSimulator1.Error.NoRules") << wrong;
+    EXPECT_THAT(reply.message, HasSubstr("given rules")) << wrong;
+  }
+  EXPECT_FALSE(SendLaunch({"open.app"}));
+}
+
 }  // namespace

@@ -79,6 +79,15 @@ TEST_F(BusPolicyTest, OnlyTheServiceCanAnswerThePinDialog) {
   }
 }
 
+TEST_F(BusPolicyTest, OnlyTheServicesUserCanAskForPinsOrMakeTheServiceMisbehave) {
+  const Peer service(bus_, kServiceUser);
+  ASSERT_EQ(service.Own(kService), kOwned);
+  for (const char* method : {"AskForPins", "SetRules"}) {
+    EXPECT_EQ(Peer(bus_, kUser).Call(kService, "/some/path", kControlInterface, method), kDenied) << method;
+    EXPECT_EQ(Peer(bus_, kServiceUser).Call(kService, "/some/path", kControlInterface, method), kArrived) << method;
+  }
+}
+
 TEST_F(BusPolicyTest, OnlyTheServiceCanReportAResult) {
   const auto object = ObjectOf(kUser, bus_, "obj1");
   for (const std::string& name : {std::string(kClient), object->UniqueName()}) {

@@ -36,6 +36,8 @@ const std::vector<Method>& LaunchMethods() {
        {{"pid", Show::kNumber}}},
       {"EnterPin", "us", {{"question", Show::kNumber}, {"pin", Show::kPin}}, "b", {{"accepted", Show::kFlag}}},
       {"CancelPin", "u", {{"question", Show::kNumber}}, "", {}},
+      {"AskForPins", "b", {{"ask", Show::kFlag}}, "", {}},
+      {"SetRules", "s", {{"rules", Show::kText}}, "", {}},
   };
   return methods;
 }

@@ -48,6 +48,8 @@ constexpr Signal kSignals[] = {
       {"caller", kText},
       {"uri", kSecret},
       {"extra_data", kSecret}}},
+    {"PinAsked", "pin-asked", "(us)", {{"question", kNumber}, {"app", kText}}},
+    {"PinClosed", "pin-closed", "(u)", {{"question", kNumber}}},
     {"ForegroundChanged", "front", "(s)", {{"app", kText}}},
 };
 
@@ -73,13 +75,18 @@ void AddMark(WatchLine& line, const SignalField& field, bool holds) {
   line.fields[field.key] = holds;
 }
 
+int NumberOf(GVariant* value) {
+  if (!g_variant_is_of_type(value, G_VARIANT_TYPE_UINT32)) return g_variant_get_int32(value);
+  return static_cast<int>(g_variant_get_uint32(value));
+}
+
 void AddField(WatchLine& line, const SignalField& field, GVariant* value) {
   if (field.type == FieldType::kMark) return AddMark(line, field, g_variant_get_boolean(value) != FALSE);
   line.text += std::string(" ") + field.key + "=";
   if (field.type == FieldType::kText || field.type == FieldType::kSecret) {
     AddText(line, field, g_variant_get_string(value, nullptr));
   } else {
-    AddNumber(line, field, g_variant_get_int32(value));
+    AddNumber(line, field, NumberOf(value));
   }
 }
 
