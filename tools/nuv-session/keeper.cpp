@@ -28,10 +28,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kServicePatience = std::chrono::seconds(6);  // it gives its applications two
+constexpr auto kHomePatience = std::chrono::seconds(2);
 constexpr auto kBusPatience = std::chrono::seconds(2);
 constexpr auto kReapEvery = std::chrono::milliseconds(5);
 constexpr std::size_t kLongestMessage = 16384;
 constexpr char kServiceName[] = "nuv-simulator";
+constexpr char kHomeName[] = "nuv-home";
 
 void CloseAllBut(std::initializer_list<int> kept) {
   std::vector<int> open_files;
@@ -67,7 +69,7 @@ class Keeper {
     deadline_ = Clock::now() + std::chrono::seconds(options_.start_limit_s);
     try {
       StartAll();
-      Send(Word::kReady, "");
+      Send(Word::kReady, home_address_);
       Wait();
     } catch (const Failure& failure) {
       Send(Word::kFailed, failure.what());
@@ -109,6 +111,16 @@ class Keeper {
     });
     service_ = StartReady(kServiceName, layout_.ServiceLog(), [&](int ready) { return ServiceCommand(ready); });
     Probe();
+    if (options_.home) StartHome();
+  }
+
+  void StartHome() {
+    home_ = StartReady(
+        kHomeName, layout_.HomeLog(),
+        [](int ready) {
+          return std::vector<std::string>{ToolsDirectory() + "/" + kHomeName, "--address-fd=" + std::to_string(ready)};
+        },
+        &home_address_);
   }
 
   std::vector<std::string> ServiceCommand(int ready) const {
@@ -124,7 +136,8 @@ class Keeper {
 
   // Starts it and waits until it says that it is ready.
   template <typename MakeCommand>
-  pid_t StartReady(const std::string& name, const std::string& log, const MakeCommand& make_command) {
+  pid_t StartReady(const std::string& name, const std::string& log, const MakeCommand& make_command,
+                   std::string* said = nullptr) {
     Pipe ready;
     Program program = ProgramOf(make_command(ready.in.get()), log);
     program.kept = ready.in.get();
@@ -134,7 +147,8 @@ class Keeper {
                     (started.error == ENOENT ? ": is it installed?" : ""));
     }
     ready.in.Close();
-    WaitForLine(ready.out.get(), name, started.pid, log);
+    const std::string line = WaitForLine(ready.out.get(), name, started.pid, log);
+    if (said != nullptr) *said = line;
     return started.pid;
   }
 
@@ -150,7 +164,7 @@ class Keeper {
     return watched[0].revents != 0;
   }
 
-  void WaitForLine(int file, const std::string& name, pid_t pid, const std::string& log) {
+  std::string WaitForLine(int file, const std::string& name, pid_t pid, const std::string& log) {
     std::string line;
     for (bool open = true; line.find('\n') == std::string::npos;) {
       char buffer[512];
@@ -166,6 +180,7 @@ class Keeper {
       }
       if (Clock::now() >= deadline_) throw Late(name, log);
     }
+    return line.substr(0, line.find('\n'));
   }
 
   Failure Late(const std::string& name, const std::string& log) const {
@@ -239,9 +254,9 @@ class Keeper {
   }
 
   void TellLost() {
-    const std::pair<const char*, pid_t> parts[] = {{"the bus", bus_}, {kServiceName, service_}};
+    const std::pair<const char*, pid_t> parts[] = {{"the bus", bus_}, {kServiceName, service_}, {kHomeName, home_}};
     for (const auto& [name, pid] : parts) {
-      if (ended_.count(pid) == 0 || !told_.insert(pid).second) continue;
+      if (pid == 0 || ended_.count(pid) == 0 || !told_.insert(pid).second) continue;
       Tell(name, ended_[pid]);
     }
   }
@@ -277,12 +292,12 @@ class Keeper {
     return by_itself;
   }
 
-  // A service that dies leaves the bus before its parent hears of its death, and the command may be quicker than that.
-  // It ends with status 0 when it is asked to, so any other status is that of its own end.
-  void EndService() {
-    const bool by_itself = End(service_, kServicePatience);
-    if (service_ <= 0 || !by_itself || ended_[service_] == 0 || !told_.insert(service_).second) return;
-    Tell(kServiceName, ended_[service_]);
+  // Both end with status 0 when they are asked to, so any other status is that of an end of their own. The parent of
+  // what dies hears of it last, and the command may be quicker than that.
+  void EndPart(const char* name, pid_t pid, std::chrono::seconds patience) {
+    const bool by_itself = End(pid, patience);
+    if (pid <= 0 || !by_itself || ended_[pid] == 0 || !told_.insert(pid).second) return;
+    Tell(name, ended_[pid]);
   }
 
   // First the processes that use the service, then the service, then the bus.
@@ -290,7 +305,8 @@ class Keeper {
     const auto reap = [this] { Reap(); };
     unlink(layout_.EnvironmentFile().c_str());  // nobody joins any more
     EndProcesses([this] { return belongings_.Find(); }, reap);
-    EndService();
+    EndPart(kHomeName, home_, kHomePatience);
+    EndPart(kServiceName, service_, kServicePatience);
     End(bus_, kBusPatience);
     EndProcesses([this] { return FindOwn(); }, reap);
     std::error_code ignored;
@@ -307,6 +323,8 @@ class Keeper {
   Clock::time_point deadline_;
   pid_t bus_ = 0;
   pid_t service_ = 0;
+  pid_t home_ = 0;
+  std::string home_address_;
   bool front_gone_ = false;
   bool failed_ = false;
   std::map<pid_t, int> ended_;

@@ -17,7 +17,7 @@ namespace session {
 
 // What the keeper says. It is a packet each: the first character and a text.
 enum class Word : char {
-  kReady = 'r',
+  kReady = 'r',   // where the home screen is
   kFailed = 'f',  // why there is no session
   kLost = 'l',    // what of the session ended before its time
   kDone = 'd',    // all is ended and taken away

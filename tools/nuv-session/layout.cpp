@@ -73,12 +73,14 @@ Layout LayOut(const std::string& name, const std::string& directory, const Optio
 }
 
 std::vector<std::string> VariablesOf(const Layout& layout) {
-  return {"DBUS_SYSTEM_BUS_ADDRESS=" + layout.address,
-          "NUV_HOST_DIR=" + layout.state,
-          "NUV_SESSION=" + layout.name,
-          "NUV_SESSION_LOG=" + layout.ServiceLog(),
-          layout.mark,
-          "PATH=" + PathWithTools()};
+  std::vector<std::string> variables = {"DBUS_SYSTEM_BUS_ADDRESS=" + layout.address,
+                                        "NUV_HOST_DIR=" + layout.state,
+                                        "NUV_SESSION=" + layout.name,
+                                        "NUV_SESSION_LOG=" + layout.ServiceLog(),
+                                        layout.mark,
+                                        "PATH=" + PathWithTools()};
+  if (!layout.home.empty()) variables.push_back("NUV_SESSION_HOME=" + layout.home);
+  return variables;
 }
 
 std::string PathWithTools() {

@@ -16,11 +16,13 @@ struct Layout {
   std::string kept;     // what stays when the session has ended, empty where nothing does
   std::string mark;     // variable of the environment that all processes of the session have
   std::string address;  // of the bus
+  std::string home;     // where a browser finds the home screen, empty where there is none
 
   std::string Socket() const { return directory + "/bus"; }
   std::string BusConfigFile() const { return directory + "/bus.conf"; }
   std::string EnvironmentFile() const { return directory + "/environment"; }
   std::string BusLog() const { return logs + "/bus.log"; }
+  std::string HomeLog() const { return logs + "/home.log"; }
   std::string ServiceLog() const { return logs + "/simulator.log"; }
 };
 

@@ -40,7 +40,8 @@ void OpenStandardStreams() {
   if (file > STDERR_FILENO) close(file);
 }
 
-void WaitUntilReady(KeeperLink& keeper, const Signals& signals) {
+// Where the home screen is; empty where there is none.
+std::string WaitUntilReady(KeeperLink& keeper, const Signals& signals) {
   for (;;) {
     pollfd watched[] = {{signals.get(), POLLIN, 0}, {keeper.get(), POLLIN, 0}};
     poll(watched, std::size(watched), -1);
@@ -50,7 +51,7 @@ void WaitUntilReady(KeeperLink& keeper, const Signals& signals) {
     if (watched[1].revents == 0) continue;
     const auto message = keeper.Receive();
     if (!message) throw Failure("the process that keeps the session was killed");
-    if (message->word == Word::kReady) return;
+    if (message->word == Word::kReady) return message->text;
     if (message->word == Word::kFailed) throw Failure(message->text);
   }
 }
@@ -109,7 +110,8 @@ class OwnSession {
   int Run() {
     int status = kOwnFailure;
     try {
-      WaitUntilReady(keeper_, signals_);
+      layout_.home = WaitUntilReady(keeper_, signals_);
+      if (!layout_.home.empty()) Say("the home screen is at " + layout_.home);
       const auto variables = VariablesOf(layout_);
       WriteFile(layout_.EnvironmentFile(), Packed(variables));
       status = RunCommand(CommandFor(options_.command, variables, layout_.name, layout_.directory, signals_), signals_,

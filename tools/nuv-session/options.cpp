@@ -39,6 +39,7 @@ void Describe(CLI::App& app, Options& options) {
       "--policy", [&] { options.policy = true; }, "Let the bus refuse what a TV's would; the default");
   app.add_flag_callback(
       "--no-policy", [&] { options.policy = false; }, "Let the bus refuse nothing");
+  app.add_flag("--home", options.home, "Show the TV's home screen to a browser, and say at which address");
   app.add_option("--name", options.name, "Name of the session; default: a number")
       ->check(CLI::Validator(CheckName, ""))
       ->option_text("NAME");
@@ -57,9 +58,9 @@ void Describe(CLI::App& app, Options& options) {
 // Options that make a session cannot go with --attach, and --keep not with --state: a directory that is named stays
 // anyway.
 constexpr const char* kContradictions[][2] = {
-    {"--keep", "--state"},     {"--policy", "--no-policy"}, {kAttach, "--seed"},        {kAttach, "--scenario"},
-    {kAttach, "--pin-answer"}, {kAttach, "--state"},        {kAttach, "--keep"},        {kAttach, "--policy"},
-    {kAttach, "--no-policy"},  {kAttach, "--name"},         {kAttach, "--start-limit"},
+    {"--keep", "--state"},     {"--policy", "--no-policy"}, {kAttach, "--seed"}, {kAttach, "--scenario"},
+    {kAttach, "--pin-answer"}, {kAttach, "--state"},        {kAttach, "--keep"}, {kAttach, "--policy"},
+    {kAttach, "--no-policy"},  {kAttach, "--home"},         {kAttach, "--name"}, {kAttach, "--start-limit"},
 };
 
 void RefuseContradictions(const CLI::App& app) {

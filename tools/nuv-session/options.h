@@ -17,6 +17,7 @@ struct Options {
   std::string name;   // empty: the first number that is free
   std::string attach;
   bool keep = false;
+  bool home = false;
   bool policy = true;
   int start_limit_s = 30;
   std::vector<std::string> command;  // empty: the user's shell
