@@ -24,6 +24,10 @@ if(NUV_SANITIZE)
     -fno-sanitize-recover=all)
   target_link_options(nuv_build_flags INTERFACE -fsanitize=${NUV_SANITIZE})
 endif()
+# A precompiled header that has no times in it is the same in another checkout, and with it what a cache of compiled files
+# knows; GCC writes none.
+target_compile_options(nuv_build_flags INTERFACE
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:SHELL:-Xclang -fno-pch-timestamp>)
 # A fuzzer sees by this which code an input reaches.
 if(NUV_BUILD_FUZZERS)
   target_compile_options(nuv_build_flags INTERFACE -fsanitize=fuzzer-no-link)
