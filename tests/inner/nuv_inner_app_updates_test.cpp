@@ -1,22 +1,8 @@
 // Changes that the library writes into the database itself.
 #include <ctime>
 
+#include "faults.h"
 #include "inner_test.h"
-
-namespace {
-
-std::atomic<time_t> fixed_time{0};  // 0: the real one
-
-}  // namespace
-
-extern "C" {
-
-time_t __real_time(time_t* result);
-time_t __wrap_time(time_t* result) {
-  return fixed_time == 0 ? __real_time(result) : fixed_time.load();
-}
-
-}  // extern "C"
 
 namespace {
 
@@ -57,7 +43,7 @@ class InnerWrite : public InnerTest, public ::testing::WithParamInterface<Write>
     InnerTest::SetUp();
     setenv("TZ", "UTC0", 1);
     tzset();
-    fixed_time = kMarch;
+    faults::fixed_time = kMarch;
     database_.Add("app", {{"is_updated", 1}, {"version", "1.0"}, {"use_count", 4}});
     database_.Add("other", {{"is_updated", 1}, {"version", "1.0"}, {"use_count", 4}});
   }
@@ -251,7 +237,7 @@ TEST_F(InnerWrites, KeyOneIsCutAtTheFirstComma) {
 TEST_F(InnerWrites, ALaunchIsCountedWithItsLocalTime) {
   setenv("TZ", "EAST-5:30", 1);
   tzset();
-  fixed_time = kMarch - (5 * 60 + 30) * 60;
+  faults::fixed_time = kMarch - (5 * 60 + 30) * 60;
   EXPECT_EQ(0, nuv_db_update_app_count("app"));
   EXPECT_EQ("5", Field("use_count"));
   EXPECT_EQ("2025-03-07 09:05:03", Field("launch_date"));
@@ -266,7 +252,7 @@ TEST_F(InnerWrites, TheTimeIsThatOfTheCall) {
   setenv("TZ", "WEST7", 1);
   tzset();
   const auto now = [] {
-    const time_t seconds = __real_time(nullptr);
+    const time_t seconds = time(nullptr);
     tm local = {};
     localtime_r(&seconds, &local);
     char text[64];

@@ -28,6 +28,7 @@ void (*before_unowning)() = nullptr;
 void (*before_join)() = nullptr;
 void (*at_start_of_thread)() = nullptr;
 const char* link_target = nullptr;
+std::atomic<time_t> fixed_time{0};
 bool condition_waits_are_short = false;
 const char* hurried_method = nullptr;
 void (*after_hurried_call)() = nullptr;
@@ -218,6 +219,13 @@ GVariant* g_dbus_connection_call_sync(GDBusConnection* connection, const gchar* 
                                hurried ? kAtOnceMs : timeout_ms, cancellable, error);
   if (hurried && faults::after_hurried_call != nullptr) faults::after_hurried_call();
   return reply;
+}
+
+time_t time(time_t* result) noexcept {
+  static auto* const real = Real(time, "time");
+  const time_t now = faults::fixed_time == 0 ? real(nullptr) : faults::fixed_time.load();
+  if (result != nullptr) *result = now;
+  return now;
 }
 
 ssize_t readlink(const char* path, char* buffer, size_t size) {

@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 
 #include <atomic>
+#include <ctime>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@ extern void (*before_unowning)();                       // called before a name 
 extern void (*before_join)();                           // called before a thread is waited for; null: nothing
 extern void (*at_start_of_thread)();                    // called by each new thread; null: nothing
 extern const char* link_target;         // what readlink() finds, cut to its buffer; null: the real target
+extern std::atomic<time_t> fixed_time;  // what time() finds; 0: the real one
 extern bool condition_waits_are_short;  // those with a limit on a clock run out at once
 
 // The waits for a condition so far that had a limit, and that limit as it was asked for. Noted as they begin.
