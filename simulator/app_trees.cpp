@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "glib_ptr.h"
@@ -87,6 +88,16 @@ void AppTrees::Begin(int number, Tree& tree) const {
   Signal(number, tree, SIGTERM);
 }
 
+// A process of which it turns out late whose it is was not asked to end with the others of its tree.
+void AppTrees::AskLate(const Members& before) const {
+  for (const auto& [identity, number] : members_) {
+    const auto known = before.find(identity);
+    const auto tree = trees_.find(number);
+    const bool turned_out = known != before.end() && known->second == kNobodys && number != kNobodys;
+    if (turned_out && tree != trees_.end() && tree->second.ending) SignalProcess(table_.at(identity.first), SIGTERM);
+  }
+}
+
 // Ends processes that were not seen before their tree was empty and forgotten.
 void AppTrees::EndLate() {
   for (const auto& [identity, number] : members_) {
@@ -122,7 +133,8 @@ std::optional<int> AppTrees::TreeOfOrphan(const ProcessEntry& orphan) const {
   return strangers_.empty() ? std::optional<int>(kNobodys) : std::nullopt;
 }
 
-// The nearest ancestor that is known decides.
+// The nearest ancestor that is known decides. One that is nobody's is asked again at each look: while a process becomes
+// another program, its environment cannot be seen.
 std::optional<int> AppTrees::TreeOf(const ProcessEntry& process, const ProcessTable& table) const {
   const pid_t self = getpid();
   auto at = table.find(process.pid);
@@ -130,7 +142,7 @@ std::optional<int> AppTrees::TreeOf(const ProcessEntry& process, const ProcessTa
     const ProcessEntry& ancestor = at->second;
     if (strangers_.count(ancestor.Identity()) != 0) return std::nullopt;
     const auto known = members_.find(ancestor.Identity());
-    if (known != members_.end()) return known->second;
+    if (known != members_.end() && known->second != kNobodys) return known->second;
     if (ancestor.parent == self) {
       const auto tree = TreeOfRoot(ancestor.pid);
       return tree ? tree : TreeOfOrphan(ancestor);
@@ -151,8 +163,9 @@ AppTrees::Members AppTrees::FindMembers(const ProcessTable& table) const {
 
 void AppTrees::Look() {
   table_ = ReadProcesses();
-  members_ = FindMembers(table_);
+  const Members before = std::exchange(members_, FindMembers(table_));
   Reap(table_);
+  AskLate(before);
   EndLate();
   KillOverdue();
   DropEmpty();

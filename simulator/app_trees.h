@@ -52,6 +52,7 @@ class AppTrees {
   std::optional<int> TreeOfOrphan(const ProcessEntry& orphan) const;
   void Look();
   void Begin(int number, Tree& tree) const;
+  void AskLate(const Members& before) const;
   void EndLate();
   void Reap(const ProcessTable& table) const;
   void Signal(int number, const Tree& tree, int signal) const;

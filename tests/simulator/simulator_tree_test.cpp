@@ -4,6 +4,8 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "simulator_fixture.h"
 
 namespace {
@@ -118,6 +120,45 @@ TEST_F(SimulatorTreeTest, WhatHidesItsOriginEndsWithTheSimulator) {
   const int pid = PidOf("hidden");
   EXPECT_EQ(End(), 0);
   EXPECT_FALSE(ProcessExists(pid));
+}
+
+// As any process does for a moment, while it becomes another program.
+class HiddenForAWhile : public SimulatorTreeTest {
+ protected:
+  // Shell text that starts a process whose origin cannot be seen before Show().
+  std::string Hidden() const {
+    const std::string shows =
+        WriteScript("shows.sh", "while [ ! -e " + (files_ / "show") +
+                                    " ]; do sleep 0.02; done\nexec env NUV_SIMULATOR_TREE=$1 sleep 1000\n");
+    return "(env -i PATH=\"$PATH\" setsid " + WriteScript("hides.sh", Report("hidden", "", "exec " + shows + " $1")) +
+           " $NUV_SIMULATOR_TREE &)\n";
+  }
+  void Show() const { WriteFile(files_ / "show", "show\n"); }
+};
+
+TEST_F(HiddenForAWhile, WhatAnApplicationLeavesBehindEndsAllTheSame) {
+  StartApps({AppWith("an.app", Hidden() + "exec sleep 1000\n")});
+  EXPECT_EQ(OutcomeOf({"an.app"}), kLaunched);
+  const int hidden = PidOf("hidden");
+  Terminate("an.app");
+  EXPECT_TRUE(WaitForOutput("stopped an.app"));
+  EXPECT_TRUE(ProcessExists(hidden));
+  Show();
+  EXPECT_TRUE(Ends(hidden));
+}
+
+// What is killed at last is killed after its application.
+TEST_F(HiddenForAWhile, WhatAnApplicationHasStartedIsAskedToEnd) {
+  const std::string tidy = "trap 'echo >" + (files_ / "asked") + "; while kill -0 $(cat " + (files_ / "hidden") +
+                           "); do sleep 0.02; done; echo >" + (files_ / "tidy") + "; exit' TERM\n";
+  StartApps({AppWith("an.app", tidy + Hidden() + kIdle + "\n")});
+  EXPECT_EQ(OutcomeOf({"an.app"}), kLaunched);
+  PidOf("hidden");
+  Terminate("an.app");
+  EXPECT_TRUE(WaitUntil([this] { return std::filesystem::exists(files_ / "asked"); }));
+  Show();
+  EXPECT_TRUE(WaitForOutput("stopped an.app"));
+  EXPECT_TRUE(std::filesystem::exists(files_ / "tidy"));
 }
 
 TEST_F(SimulatorTreeTest, WhatEndsByItselfLeavesNothing) {
