@@ -7,27 +7,14 @@
 
 #include "recording/message.h"
 #include "recording/reader.h"
+#include "recording/roles.h"
 
 namespace simulator {
 namespace {
 
 constexpr const char* kResultMethod = "app_launch_result";
-constexpr const char* kResultType = "(isiiiisi)";
-constexpr char kClientInterface[] = "org.kelvo.tv.corvane.launcherclient.interface.";
-constexpr const char* kServiceNames[] = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
 constexpr const char* kServiceInterfaces[] = {"org.kelvo.tv.litecorvane.server.interface",
                                               "org.kelvo.tv.corvane.server.interface", "org.kelvo.tv.NuvSimulator1"};
-
-// With these the service learns that a client is not there, or not yet; it then tries again.
-constexpr const char* kNobody[] = {
-    "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
-    "org.freedesktop.DBus.Error.UnknownMethod", "org.freedesktop.DBus.Error.UnknownObject",
-    "org.freedesktop.DBus.Error.UnknownInterface"};
-
-template <typename Names>
-bool Has(const Names& names, const std::string& name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
-}
 
 using Sent = std::pair<std::string, guint32>;  // sender and serial
 
@@ -40,7 +27,7 @@ class Assembly {
   };
 
   void Owner(const std::string& name, const std::string& owner) {
-    if (Has(kServiceNames, name) && !owner.empty()) services_.insert(owner);
+    if (recording::IsServiceName(name) && !owner.empty()) services_.insert(owner);
   }
 
   void Message(std::int64_t t_us, GDBusMessage* message, std::vector<unsigned char> bytes) {
@@ -62,15 +49,15 @@ class Assembly {
  private:
   bool IsServiceCall(GDBusMessage* message) const {
     const std::string destination = recording::TextOf(g_dbus_message_get_destination(message));
-    return (Has(kServiceNames, destination) || services_.count(destination) != 0) &&
-           Has(kServiceInterfaces, recording::TextOf(g_dbus_message_get_interface(message)));
+    if (!recording::IsServiceName(destination) && services_.count(destination) == 0) return false;
+    const std::string interface = recording::TextOf(g_dbus_message_get_interface(message));
+    return std::find(std::begin(kServiceInterfaces), std::end(kServiceInterfaces), interface) !=
+           std::end(kServiceInterfaces);
   }
 
   static bool IsResult(GDBusMessage* message) {
-    GVariant* body = g_dbus_message_get_body(message);
     return recording::TextOf(g_dbus_message_get_member(message)) == kResultMethod &&
-           recording::TextOf(g_dbus_message_get_interface(message)).rfind(kClientInterface, 0) == 0 &&
-           body != nullptr && g_variant_is_of_type(body, G_VARIANT_TYPE(kResultType));
+           !recording::ObjectOfResult(message).empty() && recording::ResultIn(message) != nullptr;
   }
 
   void Call(std::int64_t t_us, GDBusMessage* message) {
@@ -94,9 +81,7 @@ class Assembly {
     if (const auto exchange = unanswered_.extract(call); !exchange.empty()) {
       Add(*exchange.mapped(), t_us, std::move(bytes));
     } else if (const auto result = results_.extract(call); !result.empty()) {
-      if (Has(kNobody, recording::TextOf(g_dbus_message_get_error_name(message)))) {
-        result.mapped().first->acts[result.mapped().second].reached_nobody = true;
-      }
+      result.mapped().first->acts[result.mapped().second].reached_nobody = recording::SaysNobodyIsThere(message);
     }
   }
 
@@ -110,8 +95,7 @@ class Assembly {
 
   // The client's last launch with the result's number, or its last launch at all: a service may mistake the number.
   std::shared_ptr<RecordedExchange> LaunchOf(GDBusMessage* result) const {
-    const auto launches =
-        launches_.find(std::string(g_dbus_message_get_interface(result)).substr(sizeof kClientInterface - 1));
+    const auto launches = launches_.find(recording::ObjectOfResult(result));
     if (launches == launches_.end()) return nullptr;
     const VariantPtr index = ChildOf(g_dbus_message_get_body(result), 5);
     const int number = g_variant_get_int32(index.get());

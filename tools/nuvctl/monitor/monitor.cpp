@@ -11,12 +11,14 @@
 
 #include "bus/bus_daemon.h"
 #include "bus/system_bus.h"
+#include "recording/roles.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using recording::Entry;
 using recording::Kind;
+using recording::kServiceNames;
 using recording::TextOf;
 
 constexpr unsigned kAskLimitMs = 3000;
@@ -29,8 +31,6 @@ constexpr unsigned kDrainLimitMs = 1000;
 constexpr char kMarkerPath[] = "/org/kelvo/tv/corvane/launcherclient/nuvctl";
 constexpr char kMarkerInterface[] = "org.kelvo.tv.nuvctl.Marker";
 constexpr char kMarker[] = "Reached";
-
-constexpr std::array<const char*, 2> kServiceNames = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
 
 // What the bus shows. Its own errors stand in for replies of a service that is gone.
 constexpr std::array<const char*, 8> kRules = {
@@ -232,10 +232,7 @@ bool Monitor::TakeNameOwnerChanged(WireMessage& message) {
     connections_[name].from_its_start = true;
     return true;
   }
-  for (const char* service : kServiceNames) {
-    if (std::string(service) == name) return TellOwner(name, after) && Tell(message);
-  }
-  return true;
+  return !recording::IsServiceName(name) || (TellOwner(name, after) && Tell(message));
 }
 
 // What the service and its clients say to the bus itself is the business of neither.

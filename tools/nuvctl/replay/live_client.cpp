@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "recording/roles.h"
 #include "service/heartbeat.h"
 
 namespace {
 
 constexpr char kClientNames[] = "org.kelvo.tv.corvane.launcherclient.";
-constexpr char kClientInterfaces[] = "org.kelvo.tv.corvane.launcherclient.interface.";
 constexpr int kBusLimitMs = 10000;
 constexpr std::chrono::milliseconds kLook(200);
 
@@ -55,13 +55,6 @@ bool Bell::WaitUntil(Clock::time_point limit, const std::function<bool()>& condi
   }
 }
 
-std::string ObjectOfResult(GDBusMessage* message) {
-  if (g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) return "";
-  const char* interface = g_dbus_message_get_interface(message);
-  const std::string name = interface == nullptr ? "" : interface;
-  return name.rfind(kClientInterfaces, 0) == 0 ? name.substr(sizeof kClientInterfaces - 1) : "";
-}
-
 LiveClient::LiveClient(ConnectionOwner connection, GlibOwner<GMainContext> context, std::shared_ptr<Bell> bell)
     : context_(std::move(context)), connection_(std::move(connection)), inbox_(std::make_shared<Inbox>()) {
   inbox_->bell = std::move(bell);
@@ -82,9 +75,9 @@ LiveClient::~LiveClient() {
 GDBusMessage* LiveClient::Filter(GDBusConnection* connection, GDBusMessage* message, gboolean incoming, gpointer data) {
   if (incoming == FALSE || g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_SIGNAL) return message;
   Inbox& inbox = **static_cast<std::shared_ptr<Inbox>*>(data);
-  const bool result = !ObjectOfResult(message).empty();
+  const bool result = !recording::ObjectOfResult(message).empty();
   if (result) {
-    const MessageOwner answer(g_dbus_message_new_method_reply(message));
+    const recording::MessageOwner answer(g_dbus_message_new_method_reply(message));
     g_dbus_connection_send_message(connection, answer.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
   }
   {
@@ -120,10 +113,10 @@ bool LiveClient::Settle(unsigned limit_ms) {
   return SendHeartbeat(connection_.get(), limit_ms, nullptr).microseconds.has_value();
 }
 
-MessageOwner LiveClient::Take() {
+recording::MessageOwner LiveClient::Take() {
   const std::lock_guard<std::mutex> lock(inbox_->mutex);
   if (inbox_->messages.empty()) return nullptr;
-  MessageOwner message = std::move(inbox_->messages.front());
+  recording::MessageOwner message = std::move(inbox_->messages.front());
   inbox_->messages.pop_front();
   return message;
 }

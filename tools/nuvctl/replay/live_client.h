@@ -11,11 +11,7 @@
 #include <string>
 
 #include "glib_handles.h"
-
-struct MessageRelease {
-  void operator()(GDBusMessage* message) const { g_object_unref(message); }
-};
-using MessageOwner = std::unique_ptr<GDBusMessage, MessageRelease>;
+#include "recording/message.h"
 
 // Where what arrives wakes the one who waits for it.
 class Bell {
@@ -58,7 +54,7 @@ class LiveClient {
   bool Settle(unsigned limit_ms);
 
   // The next of what has arrived, in its order: answers, and results.
-  MessageOwner Take();
+  recording::MessageOwner Take();
 
   bool BusIsGone() const { return g_dbus_connection_is_closed(connection_.get()) != FALSE; }
 
@@ -66,7 +62,7 @@ class LiveClient {
   struct Inbox {
     std::shared_ptr<Bell> bell;
     std::mutex mutex;
-    std::deque<MessageOwner> messages;
+    std::deque<recording::MessageOwner> messages;
   };
 
   static GDBusMessage* Filter(GDBusConnection* connection, GDBusMessage* message, gboolean incoming, gpointer inbox);
@@ -76,6 +72,3 @@ class LiveClient {
   const std::shared_ptr<Inbox> inbox_;
   guint filter_ = 0;
 };
-
-// The name of the client object that the message is a result for; empty for any other message.
-std::string ObjectOfResult(GDBusMessage* message);

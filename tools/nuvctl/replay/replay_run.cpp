@@ -15,6 +15,7 @@
 #include "obstacles/obstacles.h"
 #include "recording/message.h"
 #include "recording/reader.h"
+#include "recording/roles.h"
 #include "replay/live_client.h"
 #include "replay/replay_text.h"
 #include "report/text.h"
@@ -23,6 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using recording::Kind;
+using recording::ObjectOfResult;
 using recording::TextOf;
 
 constexpr unsigned kConnectLimitMs = 3000;
@@ -34,18 +36,6 @@ constexpr size_t kUnheardKept = 1024;
 constexpr std::int64_t kSilenceUs = 2000000;
 constexpr double kLongestPauseUs = 1e14;  // years; the clock does not overflow
 constexpr char kServiceInterfaces[] = "org.kelvo.tv.";
-constexpr const char* kServiceNames[] = {"org.kelvo.tv.litecorvane.server", "org.kelvo.tv.corvane.server"};
-
-// With these a service learns that a client is not there, or not yet; it then tries again.
-constexpr const char* kNobody[] = {
-    "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner",
-    "org.freedesktop.DBus.Error.UnknownMethod", "org.freedesktop.DBus.Error.UnknownObject",
-    "org.freedesktop.DBus.Error.UnknownInterface"};
-
-template <typename Names>
-bool Has(const Names& names, const std::string& name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
-}
 
 std::string Counted(size_t count, const std::string& one) {
   return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
@@ -237,7 +227,7 @@ void ReplayRun::ReadAll() {
 void ReplayRun::Read(const recording::Entry& entry) {
   ++position_;
   t_us_ = entry.t_us;
-  if (entry.kind == Kind::kOwner && !entry.owner.empty() && Has(kServiceNames, entry.name)) {
+  if (entry.kind == Kind::kOwner && !entry.owner.empty() && recording::IsServiceName(entry.name)) {
     services_.insert({entry.owner, entry.name});
   } else if (entry.kind == Kind::kClient) {
     labels_[entry.name] = entry.program + ", pid " + std::to_string(entry.pid);
@@ -274,7 +264,7 @@ void ReplayRun::ReadCall(const recording::Entry& entry, GDBusMessage* call) {
 std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
   if (TextOf(g_dbus_message_get_interface(call)).rfind(kServiceInterfaces, 0) != 0) return "";
   std::string destination = TextOf(g_dbus_message_get_destination(call));
-  if (Has(kServiceNames, destination)) return destination;
+  if (recording::IsServiceName(destination)) return destination;
   const auto service = services_.find(destination);
   return service == services_.end() ? "" : service->second;
 }
@@ -282,7 +272,7 @@ std::string ReplayRun::ServiceIn(GDBusMessage* call) const {
 void ReplayRun::ReadAnswer(const recording::Entry& entry, GDBusMessage* answer) {
   const Sent call = {TextOf(g_dbus_message_get_destination(answer)), g_dbus_message_get_reply_serial(answer)};
   if (auto result = results_.extract(call); !result.empty()) {
-    if (Has(kNobody, TextOf(g_dbus_message_get_error_name(answer)))) return KeepUnheard(std::move(result.mapped()));
+    if (recording::SaysNobodyIsThere(answer)) return KeepUnheard(std::move(result.mapped()));
     return Expect(result.mapped());
   }
   const auto client = clients_.find(call.first);
@@ -322,7 +312,7 @@ void ReplayRun::SendCall(const recording::Entry& entry, GDBusMessage* call, cons
   if (client == nullptr) return;
   const auto address = ResultAddressIn(call);
   if (address && !OwnObject(*client, name, address->object_name)) return;
-  const MessageOwner copy(g_dbus_message_copy(call, nullptr));
+  const recording::MessageOwner copy(g_dbus_message_copy(call, nullptr));
   g_dbus_message_set_sender(copy.get(), nullptr);
   g_dbus_message_set_destination(copy.get(), service.c_str());
   const guint32 serial = client->live.Send(copy.get());
@@ -412,7 +402,7 @@ void ReplayRun::WaitFor(std::int64_t t_us) {
 }
 
 void ReplayRun::Collect(Client& client) {
-  while (const MessageOwner message = client.live.Take()) {
+  while (const recording::MessageOwner message = client.live.Take()) {
     const std::string object = ObjectOfResult(message.get());
     if (!object.empty()) {
       const int index = EventIndexOf(message.get());

@@ -9,6 +9,7 @@
 #include "bus/bus_daemon.h"
 #include "glib_handles.h"
 #include "recording/message.h"
+#include "recording/roles.h"
 #include "report/text.h"
 #include "service/meanings.h"
 #include "service/method_table.h"
@@ -18,7 +19,6 @@ namespace {
 using recording::TextOf;
 
 constexpr size_t kLongestCall = 160;
-constexpr char kResultType[] = "(isiiiisi)";
 
 // Values of replies that are others in each run: their path, with a place for each container and "*" for any element.
 struct Uncounted {
@@ -64,11 +64,6 @@ std::string Words(GVariant* value, const std::string& method, const std::string&
 std::string Body(GDBusMessage* message, const std::string& method) {
   GVariant* body = g_dbus_message_get_body(message);
   return body == nullptr ? "()" : Words(body, method, "");
-}
-
-GVariant* ResultBody(GDBusMessage* result) {
-  GVariant* body = g_dbus_message_get_body(result);
-  return body != nullptr && g_variant_is_of_type(body, G_VARIANT_TYPE(kResultType)) != FALSE ? body : nullptr;
 }
 
 std::string Named(int number) {
@@ -121,7 +116,7 @@ std::string AnswerInWords(const std::string& method, GDBusMessage* answer) {
 }
 
 std::string ResultInWords(GDBusMessage* result) {
-  GVariant* body = ResultBody(result);
+  GVariant* body = recording::ResultIn(result);
   if (body == nullptr) return "result " + MethodOf(result) + " " + Body(result, "");
   int thread = 0;
   int status = 0;
@@ -140,7 +135,7 @@ std::string ResultInWords(GDBusMessage* result) {
 }
 
 int EventIndexOf(GDBusMessage* result) {
-  GVariant* body = ResultBody(result);
+  GVariant* body = recording::ResultIn(result);
   if (body == nullptr) return 0;
   int index = 0;
   g_variant_get_child(body, 5, "i", &index);
