@@ -7,25 +7,12 @@
 #include <cerrno>
 #include <string_view>
 
+#include "descriptor.h"
+
 namespace home {
 namespace {
 
 constexpr off_t kLargest = off_t{1} << 20;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return number_; }
-
- private:
-  const int number_;
-};
 
 bool IsShown(const struct stat& file) {
   return S_ISREG(file.st_mode) && file.st_size > 0 && file.st_size <= kLargest;

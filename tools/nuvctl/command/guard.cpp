@@ -16,6 +16,8 @@
 #include <thread>
 #include <utility>
 
+#include "descriptor.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -25,20 +27,11 @@ struct Limit {
   Clock::time_point end;
 };
 
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {
-    if (number < 0) throw std::system_error(errno, std::generic_category());
-  }
-  ~Descriptor() { close(number_); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return number_; }
-
- private:
-  const int number_;
-};
+// What the system call has made; where it made none, its reason is thrown.
+int Made(int descriptor) {
+  if (descriptor < 0) throw std::system_error(errno, std::generic_category());
+  return descriptor;
+}
 
 // What the guard and the work tell each other.
 struct Desk {
@@ -47,7 +40,7 @@ struct Desk {
   std::function<void(const Interrupt&)> on_interrupt;
   std::optional<Report> report;
   std::exception_ptr failure;
-  Descriptor news{eventfd(0, EFD_CLOEXEC)};  // the limit or the report is another one
+  Descriptor news{Made(eventfd(0, EFD_CLOEXEC))};  // the limit or the report is another one
 
   void Tell() const {
     const eventfd_t one = 1;
@@ -158,7 +151,7 @@ void SetInterruptHandler(std::function<void(const Interrupt&)> on_interrupt) {
 Report RunGuarded(const std::function<Report()>& work) {
   const sigset_t signals = EndSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  const Descriptor signal_reader(signalfd(-1, &signals, SFD_CLOEXEC));
+  const Descriptor signal_reader(Made(signalfd(-1, &signals, SFD_CLOEXEC)));
   const auto desk = std::make_shared<Desk>();
   CurrentDesk() = desk;
   std::thread([work, desk] { DoWork(work, desk); }).detach();

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "descriptor.h"
 #include "doctor/examination.h"
 #include "obstacles/obstacles.h"
 #include "report/text.h"
@@ -62,21 +63,6 @@ Finding LookAtDirectory(Examination& examination) {
   }
   return LookAtOwner(examination, where, self.st_uid);
 }
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return number_; }
-
- private:
-  const int number_;
-};
 
 // Who holds the lock, as the kernel says: nothing where nobody does, 0 where it is a process that is not seen from
 // here. To ask takes no lock.
