@@ -1,5 +1,4 @@
 // The catalogue in a forked child: it has a connection of its own, whatever the parent's threads do.
-#include <dlfcn.h>
 #include <errno.h>
 #include <nuv/nuv_app_database.h>
 #include <nuv/nuv_app_records.h>
@@ -22,6 +21,7 @@
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
 #include "process.h"
+#include "real_call.h"
 
 // A forked child is told of threads of its parent that have ended and are not joined yet. Races are reported as ever.
 extern "C" const char* __tsan_default_options() {
@@ -86,11 +86,6 @@ constexpr int64_t kSecond = 1000000000;
 
 int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kSecond + time.tv_nsec;
-}
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The pauses between the tries at a busy database, in a host that handles signals.
 
-#include <dlfcn.h>
 #include <sys/time.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include "database_test.h"
 #include "nuv_db_api/nuv_db_statement.h"
 #include "nuv_inner_db_api/nuv_db_connection.h"
+#include "real_call.h"
 
 namespace {
 
@@ -21,11 +21,6 @@ struct SetClock {
   std::vector<std::string> sleeps_until;
 };
 SetClock* set_clock = nullptr;
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 

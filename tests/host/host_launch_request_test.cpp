@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "private_bus.h"
+#include "real_call.h"
 
 namespace {
 
@@ -65,11 +66,6 @@ class Clock {
 };
 
 constexpr gint64 kFiveSeconds = 5 * G_USEC_PER_SEC;
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 bool IsHost(const void* code) {
   Dl_info info{};

@@ -1,11 +1,11 @@
 // nuv::launch_async(), nuv::launch_future() and nuv::launch_in(): outcomes that nobody waits for where they are asked
 // for.
-#include <dlfcn.h>
 #include <pthread.h>
 
 #include <deque>
 
 #include "launch_desk_test.h"
+#include "real_call.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ std::atomic<bool> no_threads{false};
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*work)(void*),
                               void* argument) noexcept {
   if (no_threads) return EAGAIN;
-  static auto* const real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  static auto* const real = Real(pthread_create, "pthread_create");
   return real(thread, attributes, work, argument);
 }
 

@@ -1,6 +1,5 @@
 #include "fake_platform.h"
 
-#include <dlfcn.h>
 #include <errno.h>
 #include <nuv_platform/platform_log.h>
 #include <nuv_platform/platform_path.h>
@@ -24,6 +23,7 @@
 #include "before_the_library.h"
 #include "log_notation.h"
 #include "process.h"
+#include "real_call.h"
 #include "undisturbed.h"
 
 namespace {
@@ -209,15 +209,6 @@ void trace_end() {
   const Undisturbed undisturbed;
   AddEffect("trace_end");
 }
-
-namespace {
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-}  // namespace
 
 extern "C" int stat(const char* path, struct stat* result) {
   const Undisturbed undisturbed;

@@ -13,6 +13,8 @@
 #include <string>
 #include <utility>
 
+#include "real_call.h"
+
 namespace faults {
 
 bool pthread_create_fails = false;
@@ -36,11 +38,6 @@ void (*after_hurried_call)() = nullptr;
 }  // namespace faults
 
 namespace {
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 struct Planned {
   std::mutex mutex;

@@ -1,12 +1,12 @@
 #include "sqlite_faults.h"
 
-#include <dlfcn.h>
 #include <pthread.h>
 
 #include <mutex>
 #include <set>
 
 #include "before_the_library.h"
+#include "real_call.h"
 #include "undisturbed.h"
 
 namespace sqlite_faults {
@@ -38,11 +38,6 @@ void StayUsableInChildren() {
   pthread_atfork([] { Get().mutex.lock(); }, [] { Get().mutex.unlock(); }, [] { Get().mutex.unlock(); });
 }
 NUV_BEFORE_THE_LIBRARY(StayUsableInChildren);
-
-template <typename Function>
-Function* Real(Function*, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 // fork() holds SQLite's locks before it takes ours: SQLite is not called under ours.
 void NoteExecution(sqlite3_stmt* statement) {
