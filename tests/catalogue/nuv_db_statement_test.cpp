@@ -202,7 +202,7 @@ TEST_F(Preparing, SucceedsOnceTheWriterIsDone) {
 
 TEST_F(Preparing, WaitsForAboutHalfASecondInAll) {
   const auto locker = LockDatabase();
-  fake_platform::LetSleepsWait(true);
+  fake_platform::LetSleeps(fake_platform::Sleeps::kWait);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(-2, Prepare("select id from widgetinfo"));
   const auto waited = std::chrono::steady_clock::now() - start;

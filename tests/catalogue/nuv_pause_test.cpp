@@ -77,7 +77,7 @@ class BusyPause : public DatabaseTest {
  protected:
   void SetUp() override {
     DatabaseTest::SetUp();
-    fake_platform::LetSleepsWait(true);
+    fake_platform::LetSleeps(fake_platform::Sleeps::kWait);
   }
 };
 
@@ -97,9 +97,10 @@ TEST_F(BusyPause, OfTheInnerSideLastsASecondWhateverIsSignalled) {
 
 using Texts = std::vector<std::string>;
 
-// Until when a side sleeps on, by the clock that is set, after a signal has cut its pause short.
+// Until when a side sleeps on, by the clock that is set, after a signal has cut its pause short. A real one need not:
+// the time may have passed before the thread is run again.
 Texts RestOf(const DatabaseSide& side, const timespec& now, int interruptions = 0) {
-  const Alarm alarm(2000);
+  fake_platform::LetSleeps(fake_platform::Sleeps::kInterrupted);
   SetClock clock = {now, interruptions, {}};
   set_clock = &clock;
   side.waitBeforeRetry();

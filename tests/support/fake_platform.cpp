@@ -39,7 +39,7 @@ struct State {
   std::optional<std::string> database_directory;
   std::optional<int> factory_reset;
   std::atomic<bool> repair_marker{false};
-  std::atomic<bool> sleeps_wait{false};
+  std::atomic<fake_platform::Sleeps> sleeps{fake_platform::Sleeps::kPass};
 };
 
 // The library's listener may still log while the test process exits.
@@ -127,8 +127,8 @@ void SetRepairMarker(bool exists) {
   Get().repair_marker = exists;
 }
 
-void LetSleepsWait(bool wait) {
-  Get().sleeps_wait = wait;
+void LetSleeps(Sleeps how) {
+  Get().sleeps = how;
 }
 
 void OnLogLine(std::function<void()> hook) {
@@ -219,18 +219,31 @@ extern "C" int stat(const char* path, struct stat* result) {
   return -1;
 }
 
+namespace {
+
+bool SleepIsInterrupted() {
+  const bool interrupted = Get().sleeps == fake_platform::Sleeps::kInterrupted;
+  if (interrupted) errno = EINTR;
+  return interrupted;
+}
+
+}  // namespace
+
 extern "C" int usleep(useconds_t microseconds) {
   const Undisturbed undisturbed;
   static auto* const real = Real(usleep, "usleep");
   AddEffect("usleep " + std::to_string(microseconds));
-  return Get().sleeps_wait ? real(microseconds) : 0;
+  if (Get().sleeps == fake_platform::Sleeps::kWait) return real(microseconds);
+  return SleepIsInterrupted() ? -1 : 0;
 }
 
 extern "C" unsigned sleep(unsigned seconds) {
   const Undisturbed undisturbed;
   static auto* const real = Real(sleep, "sleep");
   AddEffect("sleep " + std::to_string(seconds));
-  return Get().sleeps_wait ? real(seconds) : 0;
+  if (Get().sleeps == fake_platform::Sleeps::kWait) return real(seconds);
+  SleepIsInterrupted();
+  return 0;  // as sleep() does where less than a second is left
 }
 
 extern "C" int prctl(int option, ...) {
