@@ -101,12 +101,13 @@ pid_t StartProgram(const std::string& path, const ProgramInput& input, std::stri
   for (std::string& word : words) command.push_back(word.data());
   command.push_back(nullptr);
   const StrvPtr environment = MakeEnvironment(input);
-  constexpr auto kFlags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_FILE_AND_ARGV_ZERO);
+  constexpr auto kSpawnFlags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_FILE_AND_ARGV_ZERO);
   const bool built_in = path.empty() && !input.built_in.empty();
   Parent parent{getpid(), input.on_terminal, built_in};
   GPid pid = 0;
   Error failure;
-  if (!g_spawn_async(nullptr, command.data(), environment.get(), kFlags, PrepareChild, &parent, &pid, failure.out())) {
+  if (!g_spawn_async(nullptr, command.data(), environment.get(), kSpawnFlags, PrepareChild, &parent, &pid,
+                     failure.out())) {
     *error = failure.message();
     return 0;
   }
