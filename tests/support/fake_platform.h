@@ -34,8 +34,8 @@ void SetDatabaseDirectory(const std::optional<std::string>& directory);
 void SetFactoryReset(std::optional<int> state);
 // Whether "/opt/dbspace/pkgreinstall" exists.
 void SetRepairMarker(bool exists);
-// usleep() and sleep() are effects ("usleep 10000"). They take no time, at the start; or wait as they are told; or are
-// interrupted by a signal at once.
+// usleep() and sleep() of the library are effects ("usleep 10000"). They take no time, at the start; or wait as they
+// are told; or are interrupted by a signal at once.
 enum class Sleeps { kPass, kWait, kInterrupted };
 void LetSleeps(Sleeps how);
 // Called by the thread that logs, after each line; the hook may end that thread.
